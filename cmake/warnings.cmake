@@ -1,0 +1,16 @@
+# Flags of every unit of the project, fronts, kernels, tests and tools alike.
+
+add_library(raven_build INTERFACE)
+target_compile_features(raven_build INTERFACE cxx_std_20)
+target_include_directories(raven_build INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(raven_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_options(raven_build INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+set(RAVEN_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
+if(RAVEN_SANITIZE)
+  target_compile_options(raven_build INTERFACE -fsanitize=${RAVEN_SANITIZE} -fno-sanitize-recover=all
+                                               -fno-omit-frame-pointer)
+  target_link_options(raven_build INTERFACE -fsanitize=${RAVEN_SANITIZE})
+endif()

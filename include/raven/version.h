@@ -1,0 +1,16 @@
+#ifndef RAVEN_VERSION_H
+#define RAVEN_VERSION_H
+
+/* Version of the headers; the CMake and pkg-config packages carry the same numbers. */
+#define RAVEN_VERSION_MAJOR 0
+#define RAVEN_VERSION_MINOR 1
+#define RAVEN_VERSION_PATCH 0
+
+/* Marks what the shared libraries export. */
+#if defined(__GNUC__) && !defined(_WIN32)
+#define RVN_API __attribute__((visibility("default")))
+#else
+#define RVN_API
+#endif
+
+#endif

@@ -1,0 +1,26 @@
+#pragma once
+
+// The per-level dispatchers of the construction families. A null entry is a family that this build lacks.
+
+#include "runtime/work_share.h"
+#include "task/df_task.h"
+
+#include <cstdint>
+
+namespace rvn {
+
+// `format` and `method` are zero when they come from dfTaskConstruct. Returns a DfStatus.
+using FamilyDispatcher = std::int32_t (*)(const DfTask& task, std::int64_t format, std::int64_t method,
+                                          const WorkShareTable& workShare);
+
+struct ConstructKernels {
+  FamilyDispatcher linear;
+  FamilyDispatcher quadratic;  // order 3, both kinds
+  FamilyDispatcher secondDerivatives;
+  FamilyDispatcher natural;
+  FamilyDispatcher hermite;
+  FamilyDispatcher bessel;
+  FamilyDispatcher akima;
+};
+
+}  // namespace rvn

@@ -1,0 +1,41 @@
+#pragma once
+
+// The per-level kernels of cell search and interpolation.
+
+#include "runtime/work_share.h"
+#include "task/df_task.h"
+
+#include <cstdint>
+
+namespace rvn {
+
+// A user's cell search; reachable through kernel arguments only. Fills `cells` and `marks` for `*count` sites.
+// Negative: a failure. 1000: all cells are final. Otherwise the sites with a non-zero mark are final.
+using SearchCallback = std::int32_t (*)(const std::int64_t* count, const double* sites, std::int64_t* cells,
+                                        std::int32_t* marks, void* params);
+
+// One interpolation call as the driver sees it, every integer widened.
+struct InterpolateCall {
+  std::uint64_t type;
+  std::int64_t method;
+  std::int64_t nsite;
+  const double* site;
+  std::int64_t sitehint;
+  std::int64_t ndorder;
+  const void* dorder;  // 32-bit integers, or 64-bit ones under bit 0 of the task's flags
+  const double* datahint;
+  double* r;
+  std::int64_t rhint;
+  std::int32_t* cell;
+  SearchCallback searchCb;
+  void* searchParams;
+};
+
+struct InterpKernels {
+  std::int32_t (*interpolate)(const DfTask& task, const InterpolateCall& call, const WorkShareTable& workShare);
+  std::int32_t (*searchCells)(const DfTask& task, std::int64_t method, std::int64_t nsite, const double* site,
+                              std::int64_t sitehint, const double* datahint, std::int32_t* cell,
+                              SearchCallback searchCb, void* searchParams, const WorkShareTable& workShare);
+};
+
+}  // namespace rvn

@@ -1,0 +1,29 @@
+#pragma once
+
+// The slot in which an entry point keeps the kernel it picked.
+
+#include "runtime/cpu_level.h"
+#include "runtime/level_table.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace rvn {
+
+// Empty until first use, then fixed for the life of the process. Relaxed: racing threads store one pointer.
+template <class Kernel>
+using KernelSlot = std::atomic<Kernel>;
+
+// Returns the slot's kernel, picking it with `pick(levelTable)` at first use. A level outside 0 .. 9 leaves the
+// slot empty and the call goes to the lowest build.
+template <class Kernel, class Pick>
+Kernel loadKernel(KernelSlot<Kernel>& slot, Pick pick) {
+  if (Kernel kernel = slot.load(std::memory_order_relaxed)) return kernel;
+  const std::int32_t level = cpuLevel();
+  if (level < 0 || level > 9) return pick(*levelTables[0]);
+  Kernel kernel = pick(*levelTables[level]);
+  slot.store(kernel, std::memory_order_relaxed);
+  return kernel;
+}
+
+}  // namespace rvn

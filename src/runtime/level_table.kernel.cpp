@@ -1,0 +1,16 @@
+#include "runtime/level.h"
+#include "runtime/level_table.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+
+extern const TaskKernels taskKernels;
+extern const ConstructKernels constructKernels;
+extern const InterpKernels interpKernels;
+extern const StreamKernels streamKernels;
+extern const TridiagonalKernels tridiagonalKernels;
+
+extern const LevelTable levelTable;
+const LevelTable levelTable = {&taskKernels, &constructKernels, &interpKernels, &streamKernels,
+                               &tridiagonalKernels};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,0 +1,26 @@
+#pragma once
+
+// Numbered messages on standard output, and reports of bad parameters by routine name and position.
+// Nothing here is locked: two threads that print at once may mix their text.
+
+#include <cstdint>
+
+namespace rvn {
+
+// Prints message `number` of the catalogue; `number` 0 prints an empty line. `kind` has no effect. With
+// `argumentCount` above 0 the arguments are formatted into the text.
+void rvnPrintMessage(std::int32_t kind, std::int32_t number, std::int32_t argumentCount, ...);
+
+// Prints the message that belongs to error number `*info` of routine `name`; at most 20 characters of the name
+// count.
+void rvnReportParameterError(const char* name, const std::int32_t* info, std::int32_t nameLength);
+
+using ParameterErrorHandler = void (*)(const char* name, const std::int32_t* info, std::int32_t nameLength);
+
+// Goes to the installed handler, or to rvnReportParameterError while there is none.
+void rvnReportError(const char* name, const std::int32_t* info, std::int32_t nameLength);
+
+// The first setter wins; later calls change nothing.
+void rvnSetParameterErrorHandler(ParameterErrorHandler handler);
+
+}  // namespace rvn

@@ -1,0 +1,48 @@
+#pragma once
+
+// The task record of the data-fitting engine. Create, edit and destroy write it; kernels only read it.
+// It keeps pointers to the caller's arrays and never copies them.
+
+#include <raven/data_fitting.h>
+
+#include <cstdint>
+
+namespace rvn {
+
+// Coarse cell of the look-up table: the last breakpoint of the coarse cell before it and the first one of the
+// coarse cell after it, so that `lo` .. `hi` bracket every site of the cell.
+struct LookupCell {
+  std::uint32_t lo;
+  std::uint32_t hi;
+};
+
+constexpr std::int64_t lookupTableBytes = 8192;
+// The build writes up to one entry past `lookupCells`; two spare entries keep that inside the block.
+constexpr std::int64_t lookupSpareCells = 2;
+
+}  // namespace rvn
+
+struct DfTask {
+  std::uint32_t flags;  // bit 0: `dorder` holds 64-bit integers; 0 for public tasks
+  std::uint8_t taskClass;
+  std::int32_t reservedOne0;
+  std::int32_t reservedOne1;
+  std::int64_t nx;
+  const double* x;  // the caller's breakpoints, or the two ends of a uniform partition
+  std::int64_t xhint;
+  std::int64_t ny;
+  const double** yRows;  // owned table of max(ny, 1) rows of the caller
+  std::int64_t yhint;
+  std::int64_t order;
+  std::int64_t kind;
+  std::int64_t icType;
+  const double* ic;  // the caller's
+  std::int64_t bcType;
+  const double* bc;    // the caller's
+  double** coeffRows;  // owned table of max(ny, 1) rows of the caller
+  std::int64_t coeffHint;
+  std::uint32_t prebuilt;  // non-zero: construct and interpolate trust the caller's arrays
+  std::int64_t lookupCells;
+  rvn::LookupCell* lookup;  // owned
+  double lookupInvWidth;
+};
