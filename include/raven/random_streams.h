@@ -8,8 +8,8 @@
  * "Vetra RVN ERROR: Parameter %d was incorrect on entry to %s."; the report does not change the result.
  *
  * Threads: one thread at a time uses one stream; different streams may be used by different threads at once.
- * Sequences do not depend on the processor, on the level, or on how a fill is cut: p then q values are the same
- * as p + q at once.
+ * Sequences do not depend on the processor, on the level, or on how a fill is cut: p then q values are the
+ * same as p + q at once.
  */
 
 #include <stdint.h>
@@ -65,15 +65,15 @@ enum {
  * Creates a stream and seeds its generator.
  *
  * stream  address of the caller's pointer, which receives the stream.
- * brngId  RSG_BRNG_* plus a member number. Numbers below 0x100000 name rows of the member table: 0 to 3 are the
- *         first four families, 4 to 276 the Wichmann-Hill members.
- * seed    any number. Wichmann-Hill reduces it by its first modulus; a remainder of 0 counts as 1.
+ * brngId  RSG_BRNG_* plus a member number. Numbers below 0x100000 name rows of the member table: 0 to 3 are
+ * the first four families, 4 to 276 the Wichmann-Hill members. seed    any number. Wichmann-Hill reduces it
+ * by its first modulus; a remainder of 0 counts as 1.
  *
- * Returns 0; -1000 identifier not usable (reported as parameter 2), *stream untouched; -4 out of memory, *stream
- * null; -5 null address.
+ * Returns 0; -1000 identifier not usable (reported as parameter 2), *stream untouched; -4 out of memory,
+ * *stream null; -5 null address.
  *
- * Wichmann-Hill: four multiplicative congruential generators combined (B. A. Wichmann, I. D. Hill, 1982; moduli
- * just under 2^24 after N. M. Maclaren, 1989), period about 2^93.
+ * Wichmann-Hill: four multiplicative congruential generators combined (B. A. Wichmann, I. D. Hill, 1982;
+ * moduli just under 2^24 after N. M. Maclaren, 1989), period about 2^93.
  */
 RVN_API int32_t rsgNewStream(RsgStream** stream, int32_t brngId, uint32_t seed);
 
@@ -88,15 +88,13 @@ RVN_API int32_t rsgDeleteStream(RsgStream** stream);
 /*
  * Fills r with n uniformly distributed values over the interval from a to b.
  *
- * method  RNG_UNIFORM_PLAIN or RNG_UNIFORM_CLAMPED. Plain values lie in a <= r < b up to rounding, which can yield
- *         b itself or a value just outside.
- * n       number of values; with 0 nothing further is looked at.
- * r       n doubles, at any address.
- * a, b    a below b. A NaN passes the test and every value is then a NaN; an infinite bound gives infinities or
- *         NaNs.
+ * method  RNG_UNIFORM_PLAIN or RNG_UNIFORM_CLAMPED. Plain values lie in a <= r < b up to rounding, which can
+ * yield b itself or a value just outside. n       number of values; with 0 nothing further is looked at. r n
+ * doubles, at any address. a, b    a below b. A NaN passes the test and every value is then a NaN; an
+ * infinite bound gives infinities or NaNs.
  *
- * Returns 0; -3 bad method, n, r or interval (reported as parameter 1, 3, 4, 5); -5, -1006 bad stream (reported
- * as parameter 2); -1130, -1131 from the hardware generator. Nothing is written but for -1131.
+ * Returns 0; -3 bad method, n, r or interval (reported as parameter 1, 3, 4, 5); -5, -1006 bad stream
+ * (reported as parameter 2); -1130, -1131 from the hardware generator. Nothing is written but for -1131.
  */
 RVN_API int32_t vdRngUniform(int32_t method, RsgStream* stream, int32_t n, double* r, double a, double b);
 

@@ -5,12 +5,13 @@
  * Tridiagonal systems without pivoting, eliminated from both ends at once (the "twisted" or burn-at-both-ends
  * factorisation; I. Babuska, 1972). For matrices that need no pivoting, such as diagonally dominant ones.
  *
- * The matrix of order n is given by three arrays: dl[i] = A[i+1][i] and du[i] = A[i][i+1] with n - 1 elements,
- * d[i] = A[i][i] with n elements. Right-hand sides stand in b, column-major: column j starts at b[j * ldb].
- * Arguments go by address, integers are 32 bits wide; n, ldb and nrhs may be one and the same integer.
+ * The matrix of order n is given by three arrays: dl[i] = A[i+1][i] and du[i] = A[i][i+1] with n - 1
+ * elements, d[i] = A[i][i] with n elements. Right-hand sides stand in b, column-major: column j starts at b[j
+ * * ldb]. Arguments go by address, integers are 32 bits wide; n, ldb and nrhs may be one and the same
+ * integer.
  *
- * info receives 0; -k if argument k was bad (also reported on standard output; nothing was computed); k above 0 if
- * the pivot of row k - 1, counted from 0, is zero or a NaN: the factorisation stops there.
+ * info receives 0; -k if argument k was bad (also reported on standard output; nothing was computed); k above
+ * 0 if the pivot of row k - 1, counted from 0, is zero or a NaN: the factorisation stops there.
  *
  * No routine allocates. Threads: the routines share nothing; arrays belong to the caller.
  */
@@ -40,12 +41,12 @@ RVN_API void DDTTRFB(const int32_t* n, double* dl, double* d, const double* du, 
 
 /*
  * Solves with factors of DDTTRFB or DDTSVB; b is overwritten by the solution.
- * trans: "N" or "n" solves A X = B. "T", "t", "C" and "c" apply the mirrored sequence of steps, which is not the
- * solution of the transposed system.
- * info: -1 trans unknown, -2 n negative, -3 nrhs negative, -8 ldb less than n.
+ * trans: "N" or "n" solves A X = B. "T", "t", "C" and "c" apply the mirrored sequence of steps, which is not
+ * the solution of the transposed system. info: -1 trans unknown, -2 n negative, -3 nrhs negative, -8 ldb less
+ * than n.
  */
-RVN_API void DDTTRSB(const char* trans, const int32_t* n, const int32_t* nrhs, const double* dl, const double* d,
-                     const double* du, double* b, const int32_t* ldb, int32_t* info);
+RVN_API void DDTTRSB(const char* trans, const int32_t* n, const int32_t* nrhs, const double* dl,
+                     const double* d, const double* du, double* b, const int32_t* ldb, int32_t* info);
 
 #ifdef __cplusplus
 }

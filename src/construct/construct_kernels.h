@@ -2,10 +2,10 @@
 
 // The per-level dispatchers of the construction families. A null entry is a family that this build lacks.
 
+#include <cstdint>
+
 #include "runtime/work_share.h"
 #include "task/df_task.h"
-
-#include <cstdint>
 
 namespace rvn {
 
@@ -14,13 +14,13 @@ using FamilyDispatcher = std::int32_t (*)(const DfTask& task, std::int64_t forma
                                           const WorkShareTable& workShare);
 
 struct ConstructKernels {
-  FamilyDispatcher linear;
-  FamilyDispatcher quadratic;  // order 3, both kinds
-  FamilyDispatcher secondDerivatives;
-  FamilyDispatcher natural;
-  FamilyDispatcher hermite;
-  FamilyDispatcher bessel;
-  FamilyDispatcher akima;
+  const FamilyDispatcher* linear;
+  const FamilyDispatcher* quadratic;  // order 3, both kinds
+  const FamilyDispatcher* secondDerivatives;
+  const FamilyDispatcher* natural;
+  const FamilyDispatcher* hermite;
+  const FamilyDispatcher* bessel;
+  const FamilyDispatcher* akima;
 };
 
 }  // namespace rvn

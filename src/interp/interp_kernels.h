@@ -2,15 +2,15 @@
 
 // The per-level kernels of cell search and interpolation.
 
+#include <cstdint>
+
 #include "runtime/work_share.h"
 #include "task/df_task.h"
 
-#include <cstdint>
-
 namespace rvn {
 
-// A user's cell search; reachable through kernel arguments only. Fills `cells` and `marks` for `*count` sites.
-// Negative: a failure. 1000: all cells are final. Otherwise the sites with a non-zero mark are final.
+// A user's cell search; reachable through kernel arguments only. Fills `cells` and `marks` for `*count`
+// sites. Negative: a failure. 1000: all cells are final. Otherwise the sites with a non-zero mark are final.
 using SearchCallback = std::int32_t (*)(const std::int64_t* count, const double* sites, std::int64_t* cells,
                                         std::int32_t* marks, void* params);
 
@@ -32,7 +32,8 @@ struct InterpolateCall {
 };
 
 struct InterpKernels {
-  std::int32_t (*interpolate)(const DfTask& task, const InterpolateCall& call, const WorkShareTable& workShare);
+  std::int32_t (*interpolate)(const DfTask& task, const InterpolateCall& call,
+                              const WorkShareTable& workShare);
   std::int32_t (*searchCells)(const DfTask& task, std::int64_t method, std::int64_t nsite, const double* site,
                               std::int64_t sitehint, const double* datahint, std::int32_t* cell,
                               SearchCallback searchCb, void* searchParams, const WorkShareTable& workShare);

@@ -2,11 +2,11 @@
 
 // The slot in which an entry point keeps the kernel it picked.
 
-#include "runtime/cpu_level.h"
-#include "runtime/level_table.h"
-
 #include <atomic>
 #include <cstdint>
+
+#include "runtime/cpu_level.h"
+#include "runtime/level_table.h"
 
 namespace rvn {
 
@@ -14,8 +14,8 @@ namespace rvn {
 template <class Kernel>
 using KernelSlot = std::atomic<Kernel>;
 
-// Returns the slot's kernel, picking it with `pick(levelTable)` at first use. A level outside 0 .. 9 leaves the
-// slot empty and the call goes to the lowest build.
+// Returns the slot's kernel, picking it with `pick(levelTable)` at first use. A level outside 0 .. 9 leaves
+// the slot empty and the call goes to the lowest build.
 template <class Kernel, class Pick>
 Kernel loadKernel(KernelSlot<Kernel>& slot, Pick pick) {
   if (Kernel kernel = slot.load(std::memory_order_relaxed)) return kernel;

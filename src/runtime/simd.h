@@ -35,7 +35,7 @@ template <class V>
 
 template <class V>
 [[maybe_unused]] inline V broadcast(double a) {
-  return V{} + a;
+  return a - V{};  // not V{} + a, which would turn -0.0 into 0.0
 }
 
 // a * b + c, rounded once where the level has the instruction and twice elsewhere. Bodies that promise equal
@@ -54,6 +54,16 @@ template <class V>
 #else
   return a * b + c;
 #endif
+}
+
+// c - a * b, rounded as `fused` rounds.
+template <class V>
+[[maybe_unused]] inline V subtractProduct(V c, V a, V b) {
+  if constexpr (level.fusesSolver) {
+    return fused(-a, b, c);
+  } else {
+    return c - a * b;
+  }
 }
 
 // Transposes a two by two block: rows in, columns out.

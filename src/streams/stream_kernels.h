@@ -2,9 +2,9 @@
 
 // The per-level kernels of the random streams.
 
-#include <raven/random_streams.h>
-
 #include <cstdint>
+
+#include <raven/random_streams.h>
 
 namespace rvn {
 
@@ -12,7 +12,8 @@ struct StreamKernels {
   std::int32_t (*newStream)(RsgStream** stream, std::int32_t brngId, std::int64_t seedCount,
                             const std::uint32_t* seeds);
   std::int32_t (*deleteStream)(RsgStream** stream);
-  std::int32_t (*uniform)(std::int32_t method, RsgStream* stream, std::int64_t n, double* r, double a, double b);
+  std::int32_t (*uniform)(std::int32_t method, RsgStream* stream, std::int64_t n, double* r, double a,
+                          double b);
 };
 
 }  // namespace rvn

@@ -3,9 +3,9 @@
 // The task record of the data-fitting engine. Create, edit and destroy write it; kernels only read it.
 // It keeps pointers to the caller's arrays and never copies them.
 
-#include <raven/data_fitting.h>
-
 #include <cstdint>
+
+#include <raven/data_fitting.h>
 
 namespace rvn {
 

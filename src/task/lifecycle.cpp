@@ -1,0 +1,45 @@
+#include <cstdint>
+
+#include "runtime/kernel_slot.h"
+#include "runtime/memory.h"
+#include "task/df_task.h"
+
+namespace {
+
+using rvn::KernelSlot;
+using rvn::LevelTable;
+using rvn::loadKernel;
+
+KernelSlot<decltype(rvn::TaskKernels::create)> createSlot{nullptr};
+KernelSlot<decltype(rvn::TaskKernels::edit)> editSlot{nullptr};
+
+}  // namespace
+
+extern "C" {
+
+std::int32_t dfTaskCreate(DfTask** task, std::int32_t nx, const double* x, std::int32_t xhint,
+                          std::int32_t ny, const double* y, std::int32_t yhint) {
+  if (task == nullptr) return DF_ERROR_NULL_TASK;
+  const auto create = loadKernel(createSlot, [](const LevelTable& table) { return table.task->create; });
+  return create(task, nx, x, xhint, ny, y, yhint, 0);
+}
+
+std::int32_t dfTaskEditSpline(DfTask* task, std::int32_t order, std::int32_t kind, std::int32_t bcType,
+                              const double* bc, std::int32_t icType, const double* ic, double* coeff,
+                              std::int32_t coeffHint) {
+  const auto edit = loadKernel(editSlot, [](const LevelTable& table) { return table.task->edit; });
+  return edit(task, order, kind, bcType, bc, icType, ic, coeff, coeffHint);
+}
+
+std::int32_t dfTaskDestroy(DfTask** task) {
+  if (task == nullptr || *task == nullptr) return DF_ERROR_NULL_TASK;
+  DfTask* record = *task;
+  rvn::rvnFree(record->yRows);
+  rvn::rvnFree(record->coeffRows);
+  rvn::rvnFree(record->lookup);
+  rvn::rvnFree(record);
+  *task = nullptr;
+  return DF_STATUS_OK;
+}
+
+}  // extern "C"
