@@ -1,0 +1,6 @@
+#include <raven/vetra_data_fitting.h>
+
+int main() {
+  VetraDataFitting demonstration;
+  return demonstration.main_example();
+}
