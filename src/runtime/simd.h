@@ -1,14 +1,13 @@
 #pragma once
 
-// The vector vocabulary of kernels, over the compilers' vector extensions. Width comes from the level. This is
-// the only file with intrinsics of arithmetic. Everything has internal linkage, so that no build of a helper can
-// stand in for another level's.
-
-#include "runtime/level.h"
-
-#include <immintrin.h>
+// The vector vocabulary of kernels, over the compilers' vector extensions. Width comes from the level. This
+// is the only file with intrinsics of arithmetic. Everything has internal linkage, so that no build of a
+// helper can stand in for another level's.
 
 #include <cstdint>
+#include <immintrin.h>
+
+#include "runtime/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -71,6 +70,88 @@ template <class V>
   const Pair low = __builtin_shufflevector(a, b, 0, 2);
   b = __builtin_shufflevector(a, b, 1, 3);
   a = low;
+}
+
+// Rows a, b of a two by two block, or of two such blocks side by side: the columns. On 32-byte vectors each
+// half is a block of its own.
+template <class V>
+[[maybe_unused]] inline V firstOfPairs(V a, V b) {
+  if constexpr (sizeof(V) == 16) {
+    return __builtin_shufflevector(a, b, 0, 2);
+  } else {
+    return __builtin_shufflevector(a, b, 0, 4, 2, 6);
+  }
+}
+
+template <class V>
+[[maybe_unused]] inline V secondOfPairs(V a, V b) {
+  if constexpr (sizeof(V) == 16) {
+    return __builtin_shufflevector(a, b, 1, 3);
+  } else {
+    return __builtin_shufflevector(a, b, 1, 5, 3, 7);
+  }
+}
+
+// The two doubles at `low`, and on 32-byte vectors the two at `high` behind them.
+template <class V>
+[[maybe_unused]] inline V loadPairs(const double* low, const double* high) {
+  if constexpr (sizeof(V) == sizeof(Pair)) {
+    return load<V>(low);
+  } else {
+    return __builtin_shufflevector(load<Pair>(low), load<Pair>(high), 0, 1, 2, 3);
+  }
+}
+
+// The pair of `v` from lane i on.
+template <class V>
+[[maybe_unused]] inline Pair pairAt(V v, int i) {
+  if constexpr (sizeof(V) == sizeof(Pair)) {
+    return v;
+  } else {
+    return i == 0 ? __builtin_shufflevector(v, v, 0, 1) : __builtin_shufflevector(v, v, 2, 3);
+  }
+}
+
+// The doubles at row[index[0]], row[index[1]], ...: one per lane, loaded one by one.
+template <class Index>
+[[maybe_unused]] inline Lanes pick(const double* row, const Index* index) {
+  if constexpr (laneCount == 2) {
+    return Lanes{row[index[0]], row[index[1]]};
+  } else {
+    return Lanes{row[index[0]], row[index[1]], row[index[2]], row[index[3]]};
+  }
+}
+
+// Stores doubles that hold integers as 32-bit integers.
+[[maybe_unused]] inline void storeAsInts(std::int32_t* to, Lanes v) {
+#if RVN_LEVEL >= 8
+  const __m128i ints = _mm256_cvttpd_epi32(v);
+  __builtin_memcpy(to, &ints, 16);
+#else
+  const __m128i ints = _mm_cvttpd_epi32(v);
+  __builtin_memcpy(to, &ints, 8);
+#endif
+}
+
+// Breakpoints that countLessEqual takes in one go.
+constexpr std::int64_t countedAtOnce = level.vectorBytes == 32 ? 16 : 1;
+
+// How many of the countedAtOnce doubles at x, which ascend, are not greater than s; NaN counts none.
+[[maybe_unused]] inline std::int32_t countLessEqual(const double* x, double s) {
+#if RVN_LEVEL >= 8
+  const __m256d site = _mm256_set1_pd(s);
+  const auto lessEqual = [&](int i) {
+    return _mm256_castpd_ps(_mm256_cmp_pd(_mm256_loadu_pd(x + i), site, _CMP_LE_OQ));
+  };
+  // One shuffle takes a half of every 64-bit mask of two vectors; order does not matter to a count.
+  const __m256 front = _mm256_shuffle_ps(lessEqual(0), lessEqual(4), 0x88);
+  const __m256 back = _mm256_shuffle_ps(lessEqual(8), lessEqual(12), 0x88);
+  const auto marks =
+      static_cast<unsigned>(_mm256_movemask_ps(front)) << 8 | static_cast<unsigned>(_mm256_movemask_ps(back));
+  return __builtin_popcount(marks);
+#else
+  return *x <= s;
+#endif
 }
 
 }  // namespace

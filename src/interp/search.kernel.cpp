@@ -1,0 +1,299 @@
+// The seven search paths. A path takes its sites in runs of `sitesAtOnce` and works on many sites side by
+// side: the comparisons of one site depend on each other, those of different sites do not.
+
+#include "interp/search.h"
+
+#include <cstdint>
+
+#include "interp/search_choice.h"
+#include "runtime/level.h"
+#include "runtime/simd.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+constexpr std::int64_t scannedBreakpoints = 16;  // partitions up to this size are counted through
+static_assert(countedAtOnce <= scannedBreakpoints);
+
+inline std::int64_t smaller(std::int64_t a, std::int64_t b) {
+  return a < b ? a : b;
+}
+inline std::int64_t larger(std::int64_t a, std::int64_t b) {
+  return a > b ? a : b;
+}
+
+// Narrows `G` windows of n breakpoints in step and counts what remains: cell[i] holds the first breakpoint of
+// site i's window and receives the cell. Every window lies inside the partition and stays there whatever the
+// comparisons say; for ascending breakpoints, x[first] <= s < x[first + n] (or the end of the partition)
+// makes the cell right. Halving beyond what counting needs would be no faster; the two-way choice is a
+// conditional move.
+template <int G>
+inline void narrow(const double* x, std::int64_t n, const double* site, std::int32_t* cell) {
+  const double* first[G];
+  double s[G];
+  for (int g = 0; g < G; ++g) {
+    first[g] = x + cell[g];
+    s[g] = site[g];
+  }
+  while (n > countedAtOnce) {
+    const std::int64_t half = smaller(n / 2, n - countedAtOnce);
+    for (int g = 0; g < G; ++g)
+      first[g] = first[g][half] <= s[g] ? first[g] + half : first[g];
+    n -= half;
+  }
+  for (int g = 0; g < G; ++g)
+    cell[g] = static_cast<std::int32_t>(first[g] - x) + countLessEqual(first[g], s[g]);
+}
+
+// The same for up to sitesAtOnce sites; n at least countedAtOnce.
+void narrowAll(const double* x, std::int64_t n, std::int64_t nsite, const double* site, std::int32_t* cell) {
+  std::int64_t i = 0;
+  for (; i + 8 <= nsite; i += 8)
+    narrow<8>(x, n, site + i, cell + i);
+  if (i + 4 <= nsite) {
+    narrow<4>(x, n, site + i, cell + i);
+    i += 4;
+  }
+  for (; i < nsite; ++i)
+    narrow<1>(x, n, site + i, cell + i);
+}
+
+// Counts through all breakpoints, a vector of sites at a time.
+void scanAll(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+  std::int64_t i = 0;
+  for (; i + 2 * laneCount <= nsite; i += 2 * laneCount) {
+    const Lanes a = load<Lanes>(site + i);
+    const Lanes b = load<Lanes>(site + i + laneCount);
+    Lanes countA = {};
+    Lanes countB = {};
+    for (std::int64_t j = 0; j < args.nx; ++j) {
+      const Lanes x = broadcast<Lanes>(args.x[j]);
+      countA += x <= a ? broadcast<Lanes>(1.0) : Lanes{};
+      countB += x <= b ? broadcast<Lanes>(1.0) : Lanes{};
+    }
+    storeAsInts(cell + i, countA);
+    storeAsInts(cell + i + laneCount, countB);
+  }
+  for (; i < nsite; ++i) {
+    std::int32_t c = 0;
+    for (std::int64_t j = 0; j < args.nx; ++j)
+      c += args.x[j] <= site[i];
+    cell[i] = c;
+  }
+}
+
+// Cells of up to sitesAtOnce sites in any order.
+void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+  const std::int64_t nx = args.nx;
+  if (nx <= scannedBreakpoints) return scanAll(args, nsite, site, cell);
+  if constexpr (!level.usesLookup) {
+    for (std::int64_t i = 0; i < nsite; ++i)
+      cell[i] = 0;
+    return narrowAll(args.x, nx, nsite, site, cell);
+  }
+  // The coarse cell brackets its sites by breakpoints `lo` and `hi`. Sites left of the partition and NaN go
+  // to coarse cell 0, where `lo` is 0 and no comparison holds.
+  const double x0 = args.x[0];
+  const auto last = static_cast<double>(args.lookupCells - 1);
+  std::int32_t coarse[sitesAtOnce];
+  for (std::int64_t i = 0; i < nsite; ++i) {
+    const double v = (site[i] - x0) * args.lookupInvWidth;
+    const double positive = v > 0.0 ? v : 0.0;
+    coarse[i] = static_cast<std::int32_t>(positive < last ? positive : last);
+  }
+  std::int64_t n = countedAtOnce;
+  for (std::int64_t i = 0; i < nsite; ++i) {
+    const LookupCell bracket = args.lookup[coarse[i]];
+    n = larger(n, std::int64_t{bracket.hi} - bracket.lo + 1);
+    cell[i] = static_cast<std::int32_t>(bracket.lo);
+  }
+  n = smaller(n, nx);
+  const auto lastFirst = static_cast<std::int32_t>(nx - n);
+  for (std::int64_t i = 0; i < nsite; ++i)
+    cell[i] = cell[i] < lastFirst ? cell[i] : lastFirst;
+  narrowAll(args.x, n, nsite, site, cell);
+}
+
+// Calls body(nsite, site, cell) for the sites of a call in runs of at most sitesAtOnce.
+template <class Body>
+inline void forRuns(const CellSearchArgs& args, Body body) {
+  for (std::int64_t done = 0; done < args.nsite; done += sitesAtOnce)
+    body(smaller(sitesAtOnce, args.nsite - done), args.site + done, args.cell + done);
+}
+
+std::int32_t searchDefault(const CellSearchArgs& args) {
+  forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
+    locate(args, nsite, site, cell);
+  });
+  return 0;
+}
+
+// Cell by the spacing: floor of the scaled distance to x[0], plus 1, inside 1 .. nx; 0 left of x[0]. Compared
+// as a double before it is converted, so that infinities stay in range; NaN gives 0.
+inline std::int32_t estimate(double s, double x0, double spacing, double lastCell) {
+  const double v = level.multipliesByReciprocalStep ? (s - x0) * spacing : (s - x0) / spacing;
+  const double below = v < lastCell ? v : lastCell;
+  const double inside = below > 0.0 ? below : 0.0;
+  return static_cast<std::int32_t>(s >= x0 ? inside : -1.0) + 1;
+}
+
+void estimateAll(const CellSearchArgs& args, std::int64_t nsite, const double* site,
+                 std::int32_t* __restrict cell) {
+  const double x0 = args.x[0];
+  const double spacing = args.param;
+  const auto lastCell = static_cast<double>(args.nx - 1);
+  for (std::int64_t i = 0; i < nsite; ++i)
+    cell[i] = estimate(site[i], x0, spacing, lastCell);
+}
+
+std::int32_t searchUniform(const CellSearchArgs& args) {
+  estimateAll(args, args.nsite, args.site, args.cell);
+  return 0;
+}
+
+// Corrects an estimate 0 .. nx. A site equal to x[c] stays left of it when the estimate is c: the first test
+// is strict. One step either way is taken without a branch, since the estimate is often off by one; more are
+// rare.
+inline std::int32_t correct(const double* x, std::int64_t nx, double s, std::int64_t c) {
+  const bool right = (c < nx) & (s > x[smaller(c, nx - 1)]);
+  const bool left = (c > 0) & (x[larger(c, 1) - 1] > s);
+  if (right & left) return static_cast<std::int32_t>(c);  // no ascending breakpoints
+  c += std::int64_t{right} - std::int64_t{left};
+  if (right)
+    while (c < nx && s >= x[c])
+      ++c;
+  if (left)
+    while (c > 0 && x[c - 1] > s)
+      --c;
+  return static_cast<std::int32_t>(c);
+}
+
+std::int32_t searchQuasiUniform(const CellSearchArgs& args) {
+  forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
+    estimateAll(args, nsite, site, cell);
+    for (std::int64_t i = 0; i < nsite; ++i)
+      cell[i] = correct(args.x, args.nx, site[i], cell[i]);
+  });
+  return 0;
+}
+
+// Merges ascending sites into the breakpoints from x[c] on and returns the running cell behind the last site.
+// The breakpoints up to the last site of a group are compared with all its sites.
+std::int64_t merge(const CellSearchArgs& args, std::int64_t c, std::int64_t nsite, const double* site,
+                   std::int32_t* cell) {
+  const double* x = args.x;
+  const std::int64_t nx = args.nx;
+  constexpr int group = 2 * laneCount;
+  std::int64_t i = 0;
+  for (; i + group <= nsite; i += group) {
+    const double lastSite = site[i + group - 1];
+    const Lanes start = broadcast<Lanes>(static_cast<double>(c));
+    Lanes countA = start;
+    Lanes countB = start;
+    if (c < nx && x[c] <= lastSite) {
+      const Lanes a = load<Lanes>(site + i);
+      const Lanes b = load<Lanes>(site + i + laneCount);
+      do {
+        const Lanes breakpoint = broadcast<Lanes>(x[c]);
+        countA += breakpoint <= a ? broadcast<Lanes>(1.0) : Lanes{};
+        countB += breakpoint <= b ? broadcast<Lanes>(1.0) : Lanes{};
+        ++c;
+      } while (c < nx && x[c] <= lastSite);
+    }
+    storeAsInts(cell + i, countA);
+    storeAsInts(cell + i + laneCount, countB);
+  }
+  for (; i < nsite; ++i) {
+    while (c < nx && x[c] <= site[i])
+      ++c;
+    cell[i] = static_cast<std::int32_t>(c);
+  }
+  return c;
+}
+
+// Where the next run of sites spans more than a few breakpoints per site, each site is located by itself.
+std::int32_t searchSorted(const CellSearchArgs& args) {
+  constexpr std::int64_t mergedPerSite = 4;
+  std::int64_t c = *args.cellState;
+  forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
+    const std::int64_t reach = c + mergedPerSite * nsite;
+    if (reach < args.nx && args.x[reach] <= site[nsite - 1]) {
+      locate(args, nsite, site, cell);
+      c = cell[nsite - 1];
+    } else {
+      c = merge(args, c, nsite, site, cell);
+    }
+  });
+  *args.cellState = static_cast<std::int32_t>(c);
+  return 0;
+}
+
+// Sites that crowd about one cell are narrowed in a window about it; a run with a site outside is located
+// anew.
+std::int32_t searchLikely(const CellSearchArgs& args) {
+  if (!level.usesLikelyCell || args.nx <= scannedBreakpoints) return searchDefault(args);
+  constexpr std::int64_t window = 16;
+  static_assert(window >= countedAtOnce);
+  const double* x = args.x;
+  const std::int64_t first =
+      smaller(larger(static_cast<std::int64_t>(args.param) - window / 2, 0), args.nx - window);
+  const bool openRight = first + window == args.nx;
+  const double right = openRight ? 0.0 : x[first + window];
+  forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
+    bool inside = true;
+    for (std::int64_t i = 0; i < nsite; ++i) {
+      inside &= (first == 0) | (x[first] <= site[i]);
+      inside &= openRight | (site[i] < right);
+      cell[i] = static_cast<std::int32_t>(first);
+    }
+    if (inside) {
+      narrowAll(x, window, nsite, site, cell);
+    } else {
+      locate(args, nsite, site, cell);
+    }
+  });
+  return 0;
+}
+
+template <bool uniform>
+std::int32_t searchUserRun(const CellSearchArgs& args, std::int64_t nsite, const double* site,
+                           std::int32_t* cell) {
+  std::int64_t cells64[sitesAtOnce] = {};
+  for (std::int64_t i = 0; i < nsite; ++i)
+    args.searchMarks[i] = 0;
+  const std::int32_t status = args.searchCb(&nsite, site, cells64, args.searchMarks, args.searchParams);
+  constexpr std::int32_t allFinal = 1000;
+  if (status < 0) return status;
+  const auto lastCell = static_cast<double>(args.nx - 1);
+  for (std::int64_t i = 0; i < nsite; ++i) {
+    const std::int64_t given = smaller(larger(cells64[i], 0), args.nx);
+    if (status == allFinal || args.searchMarks[i] != 0) {
+      cell[i] = static_cast<std::int32_t>(given);
+    } else if constexpr (uniform) {
+      cell[i] = estimate(site[i], args.x[0], args.param, lastCell);
+    } else {
+      cell[i] = correct(args.x, args.nx, site[i], given);
+    }
+  }
+  return status == allFinal ? 0 : status;
+}
+
+// One call of the user's search per run; cells that are out of range count as the nearest cell.
+template <bool uniform>
+std::int32_t searchUser(const CellSearchArgs& args) {
+  std::int32_t status = 0;
+  forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
+    if (status >= 0) status = searchUserRun<uniform>(args, nsite, site, cell);
+  });
+  return status;
+}
+
+}  // namespace
+
+extern const CellSearch searchPaths[searchPathCount];
+const CellSearch searchPaths[searchPathCount] = {
+    searchUniform, searchQuasiUniform, searchSorted,     searchLikely,
+    searchDefault, searchUser<false>,  searchUser<true>,
+};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

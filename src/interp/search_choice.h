@@ -1,0 +1,72 @@
+#pragma once
+
+// Which search path a call takes, and the constants of its partition. For kernels only.
+
+#include <cstdint>
+
+#include "interp/search.h"
+#include "runtime/level.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+constexpr std::int64_t sitesAtOnce = level.sitesPerBlock;
+
+// A SearchPath, or DF_ERROR_DATA_HINT. A hint about the partition beats one about the sites.
+[[maybe_unused]] inline std::int32_t chooseSearch(const DfTask& task, std::int64_t sitehint,
+                                                  const double* datahint, SearchCallback searchCb) {
+  const bool uniform = task.xhint == DF_XHINT_UNIFORM;
+  if (searchCb != nullptr) return uniform ? cellSearchUserUniform : cellSearchUser;
+  if (uniform) return cellSearchUniform;
+  if (task.xhint == DF_XHINT_QUASI_UNIFORM) return cellSearchQuasiUniform;
+  if (sitehint == DF_SITES_SORTED) return cellSearchSorted;
+  if (datahint == nullptr || datahint[1] == 0.0) return cellSearchDefault;
+  if (datahint[1] == 1.0 && datahint[4] >= 0.0 && static_cast<double>(task.nx) >= datahint[4])
+    return cellSearchLikely;
+  return DF_ERROR_DATA_HINT;
+}
+
+// Step of a uniform partition, whose array holds the two ends.
+[[maybe_unused]] inline double uniformStep(const DfTask& task) {
+  return task.nx > 1 ? (task.x[1] - task.x[0]) / static_cast<double>(task.nx - 1) : 0.0;
+}
+
+[[maybe_unused]] inline double searchParam(const DfTask& task, std::int32_t path, const double* datahint) {
+  const auto cells = static_cast<double>(task.nx - 1);
+  switch (path) {
+    case cellSearchUniform:
+    case cellSearchUserUniform:
+      return level.multipliesByReciprocalStep ? 1.0 / uniformStep(task) : uniformStep(task);
+    case cellSearchQuasiUniform: {
+      if (task.nx <= 1) return 0.0;
+      const double width = task.x[task.nx - 1] - task.x[0];
+      return level.multipliesByReciprocalStep ? cells / width : width / cells;
+    }
+    case cellSearchLikely:
+      return datahint[4];
+    case cellSearchUser:
+      return 0.0;
+    default:
+      return task.lookupInvWidth;
+  }
+}
+
+[[maybe_unused]] inline CellSearchArgs searchArgs(const DfTask& task, std::int32_t path,
+                                                  const double* datahint, SearchCallback searchCb,
+                                                  void* searchParams) {
+  CellSearchArgs args = {};
+  args.nx = task.nx;
+  args.x = task.x;
+  args.param = searchParam(task, path, datahint);
+  args.datahint = datahint;
+  args.lookupCells = task.lookupCells;
+  args.lookup = task.lookup;
+  args.lookupInvWidth = task.lookupInvWidth;
+  args.flags = task.flags;
+  args.searchCb = searchCb;
+  args.searchParams = searchParams;
+  return args;
+}
+
+}  // namespace
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
