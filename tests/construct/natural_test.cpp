@@ -1,3 +1,10 @@
+#include <cmath>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <vector>
+
 #include "runtime/level_table.h"
 #include "runtime/memory.h"
 #include "support/dense_spline.h"
@@ -5,14 +12,6 @@
 #include "support/levels.h"
 #include "support/task.h"
 #include "task/df_task.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <string>
-#include <vector>
 
 #include <raven/data_fitting.h>
 
@@ -50,7 +49,8 @@ std::size_t size(std::int32_t n) {
 // Breakpoints: equidistant dyadic ones (exact in both forms of a partition), or irregular ones.
 std::vector<double> breakpoints(std::int32_t nx, bool irregular) {
   std::vector<double> x(size(nx));
-  for (std::int32_t i = 0; i < nx; ++i) x[size(i)] = -1.0 + 0.25 * i + (irregular ? 0.1 * std::sin(3.0 * i * i) : 0.0);
+  for (std::int32_t i = 0; i < nx; ++i)
+    x[size(i)] = -1.0 + 0.25 * i + (irregular ? 0.1 * std::sin(3.0 * i * i) : 0.0);
   return x;
 }
 
@@ -58,7 +58,8 @@ std::vector<double> breakpoints(std::int32_t nx, bool irregular) {
 std::vector<double> values(std::int32_t nx, std::int32_t ny) {
   std::vector<double> y;
   for (std::int32_t f = 0; f < ny; ++f) {
-    for (std::int32_t i = 0; i < nx; ++i) y.push_back(std::cos(0.9 * i + f) + 0.1 * i);
+    for (std::int32_t i = 0; i < nx; ++i)
+      y.push_back(std::cos(0.9 * i + f) + 0.1 * i);
     y.back() = y[y.size() - size(nx)];
   }
   return y;
@@ -67,7 +68,8 @@ std::vector<double> values(std::int32_t nx, std::int32_t ny) {
 std::vector<double> byBreakpoint(const std::vector<double>& y, std::int32_t nx, std::int32_t ny) {
   std::vector<double> columns(y.size());
   for (std::int32_t f = 0; f < ny; ++f)
-    for (std::int32_t i = 0; i < nx; ++i) columns[size(i * ny + f)] = y[size(f * nx + i)];
+    for (std::int32_t i = 0; i < nx; ++i)
+      columns[size(i * ny + f)] = y[size(f * nx + i)];
   return columns;
 }
 
@@ -105,7 +107,8 @@ support::Row denseSpline(const std::vector<double>& x, const std::vector<double>
       dense.require(dense.term(cell, n - 1, 2), 0.0L);
       break;
     case DF_END_PERIODIC:
-      for (const int order : {1, 2}) dense.require(dense.term(0, 0, order), dense.term(cell, n - 1, order, -1.0L), 0.0L);
+      for (const int order : {1, 2})
+        dense.require(dense.term(0, 0, order), dense.term(cell, n - 1, order, -1.0L), 0.0L);
       break;
     default:
       dense.require(dense.term(0, 0, (bcType & DF_END_LEFT_SLOPE) != 0 ? 1 : 2), ends[0]);
@@ -133,8 +136,8 @@ TEST(Natural, SolvesItsDefiningConditions) {
   }
 }
 
-// Far beyond the reach of the dense system: values, continuity and the ends, for both sides of the solver's blocks
-// of columns, and every function of a task as if it stood alone.
+// Far beyond the reach of the dense system: values, continuity and the ends, for both sides of the solver's
+// blocks of columns, and every function of a task as if it stood alone.
 TEST(Natural, LargeTasksKeepTheirProperties) {
   for (const Ends& end : endTable) {
     for (const std::int32_t ny : {1, 3, 8, 17}) {
@@ -150,7 +153,8 @@ TEST(Natural, LargeTasksKeepTheirProperties) {
           ASSERT_EQ(cell[0], y[size(f * nx + i)]) << end.name;
           ASSERT_NEAR(((cell[3] * h + cell[2]) * h + cell[1]) * h + cell[0], y[size(f * nx + i + 1)], 1e-12);
           if (i + 2 == nx) break;
-          ASSERT_NEAR((3.0 * cell[3] * h + 2.0 * cell[2]) * h + cell[1], cell[5], 1e-10) << end.name << " " << i;
+          ASSERT_NEAR((3.0 * cell[3] * h + 2.0 * cell[2]) * h + cell[1], cell[5], 1e-10)
+              << end.name << " " << i;
           ASSERT_NEAR(6.0 * cell[3] * h + 2.0 * cell[2], 2.0 * cell[6], 1e-8) << end.name << " " << i;
         }
       }
@@ -175,11 +179,9 @@ TEST(Natural, LayoutsGiveTheSameBits) {
 }
 
 TEST(Natural, LevelsAndWorkSharingAgree) {
-  const auto eightWorkers = rvn::WorkShareTable{rvn::workShareTables[0].parallelFor,
-                                                rvn::workShareTables[0].parallelForAlt,
-                                                rvn::workShareTables[0].runOnce,
-                                                rvn::workShareTables[0].runDirect,
-                                                [] { return std::int64_t{8}; }};
+  const auto eightWorkers = rvn::WorkShareTable{
+      rvn::workShareTables[0].parallelFor, rvn::workShareTables[0].parallelForAlt,
+      rvn::workShareTables[0].runOnce, rvn::workShareTables[0].runDirect, [] { return std::int64_t{8}; }};
   const std::int32_t nx = 640;
   const std::int32_t ny = 9;
   for (const Ends& end : endTable) {
@@ -197,7 +199,8 @@ TEST(Natural, LevelsAndWorkSharingAgree) {
           for (std::size_t i = 0; i < expected.size(); ++i)
             ASSERT_NEAR(task.coeff()[i], expected[i], 1e-11) << end.name << " level " << level << " " << i;
         }
-        EXPECT_EQ((*rvn::levelTables[level]->construct->natural)(*task.get(), 0, 1, eightWorkers), DF_ERROR_METHOD);
+        EXPECT_EQ((*rvn::levelTables[level]->construct->natural)(*task.get(), 0, 1, eightWorkers),
+                  DF_ERROR_METHOD);
       }
     }
   }
@@ -210,7 +213,8 @@ TEST(Natural, FailuresAndSpecialValues) {
   y[15] += 0.5;
   const auto periodic = constructed(8, x, false, 2, y, 0, DF_END_PERIODIC, DF_ERROR_PERIODIC_VALUES);
   for (std::size_t f = 0; f < 2; ++f)
-    for (std::size_t i = 0; i < 7; ++i) EXPECT_EQ(periodic[28 * f + 4 * i], y[8 * f + i]);
+    for (std::size_t i = 0; i < 7; ++i)
+      EXPECT_EQ(periodic[28 * f + 4 * i], y[8 * f + i]);
   y[0] = y[7] = nan;
   constructed(8, x, false, 2, y, 0, DF_END_PERIODIC, DF_ERROR_PERIODIC_VALUES);
 
@@ -226,7 +230,8 @@ TEST(Natural, FailuresAndSpecialValues) {
 
   // Singular matrices: not-a-knot over three breakpoints, and a partition that stands still.
   const std::vector<double> pattern(8, -77.0);
-  EXPECT_EQ(constructed(3, {0.0, 1.0, 2.0}, false, 1, {1.0, 2.0, 4.0}, 0, DF_END_NOT_A_KNOT, DF_ERROR_SOLVER), pattern);
+  EXPECT_EQ(constructed(3, {0.0, 1.0, 2.0}, false, 1, {1.0, 2.0, 4.0}, 0, DF_END_NOT_A_KNOT, DF_ERROR_SOLVER),
+            pattern);
   constructed(4, {1.0, 1.0, 1.0, 1.0}, false, 1, {1.0, 2.0, 4.0, 1.0}, 0, DF_END_FREE, DF_ERROR_SOLVER);
 
   // Fewer than one function counts as one.
@@ -234,7 +239,8 @@ TEST(Natural, FailuresAndSpecialValues) {
   const std::vector<double> one = values(8, 1);
   std::vector<double> coeff(28);
   ASSERT_EQ(dfTaskCreate(&task, 8, x.data(), 0, -3, one.data(), DF_VALUES_BY_BREAKPOINT), DF_STATUS_OK);
-  ASSERT_EQ(dfTaskEditSpline(task, 4, 2, 2, nullptr, 0, nullptr, coeff.data(), DF_COEFF_FIRST_ROW), DF_STATUS_OK);
+  ASSERT_EQ(dfTaskEditSpline(task, 4, 2, 2, nullptr, 0, nullptr, coeff.data(), DF_COEFF_FIRST_ROW),
+            DF_STATUS_OK);
   EXPECT_EQ(dfTaskConstruct(task, 0, 0), DF_STATUS_OK);
   EXPECT_EQ(coeff, constructed(8, x, false, 1, one, 0, DF_END_FREE));
   dfTaskDestroy(&task);

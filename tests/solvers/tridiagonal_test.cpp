@@ -1,7 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <limits>
 #include <random>
 #include <string>
@@ -55,7 +54,8 @@ TEST(Tridiagonal, SolvesSystemsOfEveryShape) {
       std::vector<double> b = expected;
       for (std::int32_t j = 0; j < nrhs; ++j) {
         std::vector<double> z(static_cast<std::size_t>(n));
-        for (double& a : z) a = value(random);
+        for (double& a : z)
+          a = value(random);
         const std::vector<double> column = system.times(z);
         for (std::size_t i = 0; i < z.size(); ++i) {
           const std::size_t at = static_cast<std::size_t>(j) * static_cast<std::size_t>(ldb) + i;
@@ -97,8 +97,10 @@ TEST(Tridiagonal, FactorsOfFiveRowsByHand) {
   // Top: 4; 2.5 - 1 * 2/4 = 2. Bottom: 8; 4 - 2 * 4/8 = 3. Middle: 7 - 2 * 1/2 - 1 * 3/3 = 5.
   const std::vector<double> pivots = {4.0, 2.0, 5.0, 3.0, 8.0};
   const std::vector<double> multipliers = {0.5, 0.5, 1.0, 0.5};
-  for (std::size_t i = 0; i < pivots.size(); ++i) EXPECT_DOUBLE_EQ(d[i], 1.0 / pivots[i]);
-  for (std::size_t i = 0; i < multipliers.size(); ++i) EXPECT_DOUBLE_EQ(dl[i], multipliers[i]);
+  for (std::size_t i = 0; i < pivots.size(); ++i)
+    EXPECT_DOUBLE_EQ(d[i], 1.0 / pivots[i]);
+  for (std::size_t i = 0; i < multipliers.size(); ++i)
+    EXPECT_DOUBLE_EQ(dl[i], multipliers[i]);
 }
 
 TEST(Tridiagonal, NamesTheFirstUnusablePivot) {
@@ -150,11 +152,15 @@ TEST(Tridiagonal, MirroredSolveAppliesItsFourSweeps) {
     ASSERT_EQ(info, 0);
     const auto last = static_cast<std::size_t>(n) - 1;
     const std::size_t c = static_cast<std::size_t>(n) / 2;
-    for (std::size_t k = 0; k < c; ++k) b[k] += f.du[k] * b[k + 1];
-    for (std::size_t k = last; k > 0; --k) b[k] = b[k] / f.d[k] + f.dl[k - 1] * b[k - 1];
+    for (std::size_t k = 0; k < c; ++k)
+      b[k] += f.du[k] * b[k + 1];
+    for (std::size_t k = last; k > 0; --k)
+      b[k] = b[k] / f.d[k] + f.dl[k - 1] * b[k - 1];
     b[0] /= f.d[0];
-    for (std::size_t k = c; k < last; ++k) b[k] += f.du[k] * b[k + 1];
-    for (std::size_t i = 0; i <= last; ++i) EXPECT_NEAR(b[i], start[i], 1e-12) << n << " " << i;
+    for (std::size_t k = c; k < last; ++k)
+      b[k] += f.du[k] * b[k + 1];
+    for (std::size_t i = 0; i <= last; ++i)
+      EXPECT_NEAR(b[i], start[i], 1e-12) << n << " " << i;
   }
 }
 
@@ -166,7 +172,8 @@ TEST(Tridiagonal, ReportsBadArgumentsAndTouchesNothing) {
   std::vector<double> a(8, -77.0);
   double* p = a.data();
   const auto report = [](const char* name, int position) {
-    return "\nVetra RVN ERROR: Parameter " + std::to_string(position) + " was incorrect on entry to " + name + ".\n";
+    return "\nVetra RVN ERROR: Parameter " + std::to_string(position) + " was incorrect on entry to " + name +
+           ".\n";
   };
   struct Case {
     const char* name;
@@ -177,22 +184,32 @@ TEST(Tridiagonal, ReportsBadArgumentsAndTouchesNothing) {
     const std::int32_t* ldb;
     std::int32_t info;
   };
-  const auto factorSolve = [](double* q, const std::int32_t* n, const std::int32_t* nrhs, const std::int32_t* ldb,
+  const auto factorSolve = [](double* q, const std::int32_t* n, const std::int32_t* nrhs,
+                              const std::int32_t* ldb,
                               std::int32_t* info) { DDTSVB(n, nrhs, q, q + 2, q + 4, q + 6, ldb, info); };
   const auto factor = [](double* q, const std::int32_t* n, const std::int32_t*, const std::int32_t*,
                          std::int32_t* info) { DDTTRFB(n, q, q + 2, q + 4, info); };
   const auto solve = [](double* q, const std::int32_t* n, const std::int32_t* nrhs, const std::int32_t* ldb,
                         std::int32_t* info) { DDTTRSB("T", n, nrhs, q, q + 2, q + 4, q + 6, ldb, info); };
-  const auto solveBadTrans = [](double* q, const std::int32_t* n, const std::int32_t* nrhs, const std::int32_t* ldb,
-                                std::int32_t* info) { DDTTRSB("Q", n, nrhs, q, q + 2, q + 4, q + 6, ldb, info); };
+  const auto solveBadTrans = [](double* q, const std::int32_t* n, const std::int32_t* nrhs,
+                                const std::int32_t* ldb, std::int32_t* info) {
+    DDTTRSB("Q", n, nrhs, q, q + 2, q + 4, q + 6, ldb, info);
+  };
   const auto noArrays = [](double*, const std::int32_t* n, const std::int32_t* nrhs, const std::int32_t* ldb,
-                           std::int32_t* info) { DDTSVB(n, nrhs, nullptr, nullptr, nullptr, nullptr, ldb, info); };
+                           std::int32_t* info) {
+    DDTSVB(n, nrhs, nullptr, nullptr, nullptr, nullptr, ldb, info);
+  };
   const Case cases[] = {
-      {"DDTSVB", factorSolve, &minus, &minus, &minus, -1}, {"DDTSVB", factorSolve, &two, &minus, &zero, -2},
-      {"DDTSVB", factorSolve, &three, &two, &two, -7},     {"DDTSVB", factorSolve, nullptr, &two, &two, -1},
-      {"DDTSVB", noArrays, &two, &two, &two, -3},          {"DDTTRFB", factor, &minus, nullptr, nullptr, -1},
-      {"DDTTRSB", solveBadTrans, &minus, &minus, &zero, -1}, {"DDTTRSB", solve, &minus, &minus, &zero, -2},
-      {"DDTTRSB", solve, &two, &minus, &zero, -3},         {"DDTTRSB", solve, &three, &two, &two, -8},
+      {"DDTSVB", factorSolve, &minus, &minus, &minus, -1},
+      {"DDTSVB", factorSolve, &two, &minus, &zero, -2},
+      {"DDTSVB", factorSolve, &three, &two, &two, -7},
+      {"DDTSVB", factorSolve, nullptr, &two, &two, -1},
+      {"DDTSVB", noArrays, &two, &two, &two, -3},
+      {"DDTTRFB", factor, &minus, nullptr, nullptr, -1},
+      {"DDTTRSB", solveBadTrans, &minus, &minus, &zero, -1},
+      {"DDTTRSB", solve, &minus, &minus, &zero, -2},
+      {"DDTTRSB", solve, &two, &minus, &zero, -3},
+      {"DDTTRSB", solve, &three, &two, &two, -8},
   };
   for (const Case& c : cases) {
     std::int32_t info = -99;

@@ -1,7 +1,7 @@
 #pragma once
 
-// A cubic spline from its defining conditions alone: 4 coefficients a cell, one dense linear system in long double,
-// Gaussian elimination with pivoting. Shares no formula with the library.
+// A cubic spline from its defining conditions alone: 4 coefficients a cell, one dense linear system in long
+// double, Gaussian elimination with pivoting. Shares no formula with the library.
 
 #include <cmath>
 #include <cstddef>
@@ -24,12 +24,14 @@ inline Row solveDense(std::vector<Row> a, Row b) {
     for (std::size_t i = k + 1; i < n; ++i) {
       const long double factor = a[i][k] / a[k][k];
       if (factor == 0.0L) continue;
-      for (std::size_t j = k; j < n; ++j) a[i][j] -= factor * a[k][j];
+      for (std::size_t j = k; j < n; ++j)
+        a[i][j] -= factor * a[k][j];
       b[i] -= factor * b[k];
     }
   }
   for (std::size_t k = n; k-- > 0;) {
-    for (std::size_t j = k + 1; j < n; ++j) b[k] -= a[k][j] * b[j];
+    for (std::size_t j = k + 1; j < n; ++j)
+      b[k] -= a[k][j] * b[j];
     b[k] /= a[k][k];
   }
   return b;
@@ -46,7 +48,8 @@ class DenseSpline {
     const long double t = static_cast<long double>(x_[at]) - x_[cell];
     for (int m = order; m < 4; ++m) {
       long double value = factor;
-      for (int j = 0; j < order; ++j) value *= m - j;
+      for (int j = 0; j < order; ++j)
+        value *= m - j;
       row[4 * cell + static_cast<std::size_t>(m)] = value * std::pow(t, static_cast<long double>(m - order));
     }
     return row;
@@ -59,7 +62,8 @@ class DenseSpline {
 
   void require(const Row& first, const Row& second, long double value) {
     Row sum = first;
-    for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += second[i];
+    for (std::size_t i = 0; i < sum.size(); ++i)
+      sum[i] += second[i];
     require(std::move(sum), value);
   }
 
@@ -71,7 +75,8 @@ class DenseSpline {
       require(term(i, i + 1, 0), y[i + 1]);
     }
     for (std::size_t i = 1; i < last; ++i)
-      for (const int order : {1, 2}) require(term(i - 1, i, order), term(i, i, order, -1.0L), 0.0L);
+      for (const int order : {1, 2})
+        require(term(i - 1, i, order), term(i, i, order, -1.0L), 0.0L);
   }
 
   Row solve() const { return solveDense(rows_, values_); }

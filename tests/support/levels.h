@@ -10,8 +10,8 @@ namespace support {
 inline bool canRun(std::int32_t level) {
   switch (level) {
     case 9:
-      return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi") &&
-             __builtin_cpu_supports("bmi2");
+      return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+             __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
     case 8:
       return __builtin_cpu_supports("avx");
     case 7:

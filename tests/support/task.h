@@ -29,8 +29,9 @@ class Task {
     coeff_.assign(functions * cells * static_cast<std::size_t>(settings.order), -77.0);
     status = dfTaskCreate(&task_, nx, x_.data(), xhint, ny, y_.empty() ? nullptr : y_.data(), yhint);
     if (status == DF_STATUS_OK)
-      status = dfTaskEditSpline(task_, settings.order, settings.kind, settings.bcType, settings.bc, settings.icType,
-                                settings.ic, coeff_.empty() ? nullptr : coeff_.data(), DF_COEFF_DEFAULT);
+      status = dfTaskEditSpline(task_, settings.order, settings.kind, settings.bcType, settings.bc,
+                                settings.icType, settings.ic, coeff_.empty() ? nullptr : coeff_.data(),
+                                DF_COEFF_DEFAULT);
   }
   Task(const Task&) = delete;
   Task& operator=(const Task&) = delete;

@@ -1,14 +1,13 @@
-#include "support/failing_heap.h"
-#include "support/task.h"
-#include "task/df_task.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <limits>
 #include <string>
 #include <vector>
+
+#include "support/failing_heap.h"
+#include "support/task.h"
+#include "task/df_task.h"
 
 #include <raven/data_fitting.h>
 
@@ -19,7 +18,8 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 std::vector<double> ascending(std::int32_t nx, double power) {
   std::vector<double> x(static_cast<std::size_t>(nx));
-  for (std::int32_t i = 0; i < nx; ++i) x[static_cast<std::size_t>(i)] = std::pow(i / (nx - 1.0), power) * 7.0 - 3.0;
+  for (std::int32_t i = 0; i < nx; ++i)
+    x[static_cast<std::size_t>(i)] = std::pow(i / (nx - 1.0), power) * 7.0 - 3.0;
   return x;
 }
 
@@ -92,8 +92,16 @@ TEST(TaskCreate, AnyBreakpointsKeepTheLookupInsideThePartition) {
   };
   std::vector<double> falling(sorted.rbegin(), sorted.rend());
   const std::vector<double> cases[] = {
-      std::vector<double>(nx, 1.0), falling,  with(5, 1e308),       with(5, nan),        with(5, -infinity),
-      with(5, infinity),            with(0, nan), with(nx - 1, infinity), with(nx - 1, nan), with(0, -1e308),
+      std::vector<double>(nx, 1.0),
+      falling,
+      with(5, 1e308),
+      with(5, nan),
+      with(5, -infinity),
+      with(5, infinity),
+      with(0, nan),
+      with(nx - 1, infinity),
+      with(nx - 1, nan),
+      with(0, -1e308),
   };
   for (const std::vector<double>& x : cases) {
     DfTask* task = nullptr;
@@ -114,8 +122,9 @@ TEST(TaskCreate, RowsFollowTheLayout) {
     std::int32_t yhint;
     const double* second;
   };
-  for (const Case& c : {Case{2, DF_VALUES_DEFAULT, y.data() + 3}, Case{2, DF_VALUES_BY_FUNCTION, y.data() + 3},
-                        Case{2, DF_VALUES_BY_BREAKPOINT, nullptr}, Case{2, DF_VALUES_FIRST_ROW, nullptr}}) {
+  for (const Case& c :
+       {Case{2, DF_VALUES_DEFAULT, y.data() + 3}, Case{2, DF_VALUES_BY_FUNCTION, y.data() + 3},
+        Case{2, DF_VALUES_BY_BREAKPOINT, nullptr}, Case{2, DF_VALUES_FIRST_ROW, nullptr}}) {
     DfTask* task = nullptr;
     ASSERT_EQ(dfTaskCreate(&task, 3, x, DF_XHINT_NONE, c.ny, y.data(), c.yhint), DF_STATUS_OK);
     EXPECT_EQ(task->yRows[0], y.data());
@@ -155,12 +164,14 @@ TEST(TaskEdit, StoresUpToTheFirstBadArgument) {
   // Rows of order * cells; one cell more for the Subbotin kind; a later edit replaces the table or keeps it.
   EXPECT_EQ(dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, coeff.data(), 0), DF_STATUS_OK);
   EXPECT_EQ(task->coeffRows[1], coeff.data() + 16);
-  EXPECT_EQ(dfTaskEditSpline(task, 3, DF_KIND_SUBBOTIN, 1, nullptr, 8, values, coeff.data(), 0), DF_STATUS_OK);
+  EXPECT_EQ(dfTaskEditSpline(task, 3, DF_KIND_SUBBOTIN, 1, nullptr, 8, values, coeff.data(), 0),
+            DF_STATUS_OK);
   EXPECT_EQ(task->coeffRows[1], coeff.data() + 15);
   EXPECT_EQ(dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, nullptr, 7), DF_STATUS_OK);
   EXPECT_EQ(task->coeffRows[1], coeff.data() + 15);
   EXPECT_EQ(task->coeffHint, 7);
-  EXPECT_EQ(dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, coeff.data() + 1, DF_COEFF_FIRST_ROW), DF_STATUS_OK);
+  EXPECT_EQ(dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, coeff.data() + 1, DF_COEFF_FIRST_ROW),
+            DF_STATUS_OK);
   EXPECT_EQ(task->coeffRows[0], coeff.data() + 1);
   EXPECT_EQ(task->coeffRows[1], nullptr);
   EXPECT_EQ(dfTaskDestroy(&task), DF_STATUS_OK);
@@ -184,7 +195,8 @@ TEST(TaskLifecycle, EveryFailedAllocationLeavesADestroyableTask) {
     DfTask* task = nullptr;
     support::FailingHeap heap(n);
     std::int32_t status = dfTaskCreate(&task, 4, x.data(), 0, 1, y.data(), 0);
-    if (status == DF_STATUS_OK) status = dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, coeff.data(), 0);
+    if (status == DF_STATUS_OK)
+      status = dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, coeff.data(), 0);
     if (status == DF_STATUS_OK) {
       const std::int32_t constructed = dfTaskConstruct(task, 0, 0);
       if (constructed != DF_STATUS_OK) EXPECT_EQ(coeff, std::vector<double>(12, -77.0));

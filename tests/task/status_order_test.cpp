@@ -1,9 +1,8 @@
-#include "support/task.h"
-
-#include <gtest/gtest.h>
-
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <vector>
+
+#include "support/task.h"
 
 #include <raven/data_fitting.h>
 
@@ -103,7 +102,8 @@ TEST(InterpolateStatus, FollowsTheArgumentsInOrder) {
       {"count 0", t, 3, 1, 0, site, 2, 0, order, nullptr, 1, nullptr, DF_ERROR_SITE_COUNT},
       {"count negative", t, 3, 1, -2, site, 2, 0, order, nullptr, 1, nullptr, DF_ERROR_SITE_COUNT},
       {"site hint", t, 3, 1, 2, site, 2, 0, order, nullptr, 1, nullptr, DF_ERROR_SITES_HINT},
-      {"coefficients", bare.get(), 3, 1, 2, site, 1, 0, order, nullptr, 1, nullptr, DF_ERROR_NULL_COEFFICIENTS},
+      {"coefficients", bare.get(), 3, 1, 2, site, 1, 0, order, nullptr, 1, nullptr,
+       DF_ERROR_NULL_COEFFICIENTS},
       {"results", t, 3, 1, 2, site, 1, 0, order, nullptr, 1, nullptr, DF_ERROR_NULL_RESULTS},
       {"dorder alone", t, 3, 1, 2, site, 1, 0, order, r.data(), 1, nullptr, DF_ERROR_DERIVATIVE_COUNT},
       {"ndorder negative", t, 3, 1, 2, site, 1, -1, nullptr, r.data(), 1, nullptr, DF_ERROR_DERIVATIVES},
@@ -114,15 +114,16 @@ TEST(InterpolateStatus, FollowsTheArgumentsInOrder) {
       {"results hint", t, 1, 1, 2, site, 1, 2, order, r.data(), 1, nullptr, DF_ERROR_RESULTS_HINT},
   };
   for (const Call& c : calls) {
-    EXPECT_EQ(dfTaskInterpolate(c.task, c.type, c.method, c.nsite, c.site, c.sitehint, c.ndorder, c.dorder, nullptr,
-                                c.r, c.rhint, c.cell),
+    EXPECT_EQ(dfTaskInterpolate(c.task, c.type, c.method, c.nsite, c.site, c.sitehint, c.ndorder, c.dorder,
+                                nullptr, c.r, c.rhint, c.cell),
               c.status)
         << c.name;
   }
   EXPECT_EQ(r, std::vector<double>(4, -77.0));
   EXPECT_EQ(cell, std::vector<std::int32_t>(2, -7));
   // Cells and results together, and cells alone without any coefficients.
-  EXPECT_EQ(dfTaskInterpolate(t, 3, 1, 2, site, 1, 2, order, nullptr, r.data(), 16, cell.data()), DF_STATUS_OK);
+  EXPECT_EQ(dfTaskInterpolate(t, 3, 1, 2, site, 1, 2, order, nullptr, r.data(), 16, cell.data()),
+            DF_STATUS_OK);
   EXPECT_EQ(cell, (std::vector<std::int32_t>{1, 2}));
   cell.assign(2, -7);
   EXPECT_EQ(dfTaskInterpolate(bare.get(), 2, 1, 2, site, 1, 0, nullptr, nullptr, nullptr, 0, cell.data()),

@@ -21,8 +21,8 @@ int main(void) {
                        DF_COEFF_DEFAULT) != DF_STATUS_OK)
     return 2;
   if (dfTaskConstruct(task, 0, 0) != DF_STATUS_OK) return 3;
-  if (dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 2, site, DF_SITES_GENERAL, 0, NULL, NULL, r,
-                        DF_RESULTS_DEFAULT, NULL) != DF_STATUS_OK)
+  if (dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 2, site, DF_SITES_GENERAL, 0, NULL,
+                        NULL, r, DF_RESULTS_DEFAULT, NULL) != DF_STATUS_OK)
     return 4;
   if (dfTaskDestroy(&task) != DF_STATUS_OK || task != NULL) return 5;
   if (rsgNewStream(&stream, RSG_BRNG_WICHMANN_HILL, 1) != RSG_STATUS_OK) return 6;
