@@ -111,7 +111,7 @@ struct ColumnValues {
 
   template <class V>
   V lanes(std::int64_t i) const {
-    double values[sizeof(V) / sizeof(double)];
+    double values[sizeof(V) / 8];
     for (double& value : values)
       value = y[i++ * stride];
     return load<V>(values);

@@ -20,8 +20,8 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-constexpr int columnsPerBlock = 8;
-constexpr int pairsPerBlock = columnsPerBlock / 2;
+constexpr std::int64_t columnsPerBlock = 8;
+constexpr std::int64_t pairsPerBlock = columnsPerBlock / 2;
 
 bool unusable(double pivot) {
   return pivot == 0.0 || pivot != pivot;
@@ -158,7 +158,7 @@ struct Block {
 
 // Loads rows i and i + 1 of the eight columns.
 inline void loadRows(const double* b, std::int64_t ldb, std::int64_t i, Block& first, Block& second) {
-  for (int p = 0; p < pairsPerBlock; ++p) {
+  for (std::int64_t p = 0; p < pairsPerBlock; ++p) {
     first.lanes[p] = load<Pair>(b + 2 * p * ldb + i);
     second.lanes[p] = load<Pair>(b + (2 * p + 1) * ldb + i);
     transpose(first.lanes[p], second.lanes[p]);
@@ -166,7 +166,7 @@ inline void loadRows(const double* b, std::int64_t ldb, std::int64_t i, Block& f
 }
 
 inline void storeRows(double* b, std::int64_t ldb, std::int64_t i, Block first, Block second) {
-  for (int p = 0; p < pairsPerBlock; ++p) {
+  for (std::int64_t p = 0; p < pairsPerBlock; ++p) {
     transpose(first.lanes[p], second.lanes[p]);
     store(b + 2 * p * ldb + i, first.lanes[p]);
     store(b + (2 * p + 1) * ldb + i, second.lanes[p]);
@@ -175,13 +175,13 @@ inline void storeRows(double* b, std::int64_t ldb, std::int64_t i, Block first, 
 
 inline Block loadRow(const double* b, std::int64_t ldb, std::int64_t i) {
   Block row;
-  for (int p = 0; p < pairsPerBlock; ++p)
+  for (std::int64_t p = 0; p < pairsPerBlock; ++p)
     row.lanes[p] = Pair{b[2 * p * ldb + i], b[(2 * p + 1) * ldb + i]};
   return row;
 }
 
 inline void storeRow(double* b, std::int64_t ldb, std::int64_t i, const Block& row) {
-  for (int p = 0; p < pairsPerBlock; ++p) {
+  for (std::int64_t p = 0; p < pairsPerBlock; ++p) {
     b[2 * p * ldb + i] = row.lanes[p][0];
     b[(2 * p + 1) * ldb + i] = row.lanes[p][1];
   }
@@ -190,12 +190,12 @@ inline void storeRow(double* b, std::int64_t ldb, std::int64_t i, const Block& r
 // row := row - factor * neighbour
 inline void eliminate(Block& row, double factor, const Block& neighbour) {
   const Pair f = broadcast<Pair>(factor);
-  for (int p = 0; p < pairsPerBlock; ++p)
+  for (std::int64_t p = 0; p < pairsPerBlock; ++p)
     row.lanes[p] = subtractProduct(row.lanes[p], f, neighbour.lanes[p]);
 }
 
 inline void scale(Block& row, double factor) {
-  for (int p = 0; p < pairsPerBlock; ++p)
+  for (std::int64_t p = 0; p < pairsPerBlock; ++p)
     row.lanes[p] *= broadcast<Pair>(factor);
 }
 
