@@ -17,7 +17,6 @@ namespace {
 
 constexpr bool wide = level.vectorBytes == 32;
 constexpr std::int64_t expandedInFrame = 4096;  // sites
-constexpr std::int64_t userBlock = 128;         // sites of one call of a user's search
 
 // Whether `workers` workers are worth their start.
 template <std::int32_t path>

@@ -255,37 +255,29 @@ std::int32_t searchLikely(const CellSearchArgs& args) {
   return 0;
 }
 
+// One call of the user's search, for at most the sites of a block. Cells that are out of range count as the
+// nearest cell.
 template <bool uniform>
-std::int32_t searchUserRun(const CellSearchArgs& args, std::int64_t nsite, const double* site,
-                           std::int32_t* cell) {
-  std::int64_t cells64[sitesAtOnce] = {};
-  for (std::int64_t i = 0; i < nsite; ++i)
+std::int32_t searchUser(const CellSearchArgs& args) {
+  std::int64_t cells64[sitesAtOnce < userBlock ? userBlock : sitesAtOnce] = {};
+  for (std::int64_t i = 0; i < args.nsite; ++i)
     args.searchMarks[i] = 0;
-  const std::int32_t status = args.searchCb(&nsite, site, cells64, args.searchMarks, args.searchParams);
   constexpr std::int32_t allFinal = 1000;
+  const std::int32_t status =
+      args.searchCb(&args.nsite, args.site, cells64, args.searchMarks, args.searchParams);
   if (status < 0) return status;
   const auto lastCell = static_cast<double>(args.nx - 1);
-  for (std::int64_t i = 0; i < nsite; ++i) {
+  for (std::int64_t i = 0; i < args.nsite; ++i) {
     const std::int64_t given = smaller(larger(cells64[i], 0), args.nx);
     if (status == allFinal || args.searchMarks[i] != 0) {
-      cell[i] = static_cast<std::int32_t>(given);
+      args.cell[i] = static_cast<std::int32_t>(given);
     } else if constexpr (uniform) {
-      cell[i] = estimate(site[i], args.x[0], args.param, lastCell);
+      args.cell[i] = estimate(args.site[i], args.x[0], args.param, lastCell);
     } else {
-      cell[i] = correct(args.x, args.nx, site[i], given);
+      args.cell[i] = correct(args.x, args.nx, args.site[i], given);
     }
   }
   return status == allFinal ? 0 : status;
-}
-
-// One call of the user's search per run; cells that are out of range count as the nearest cell.
-template <bool uniform>
-std::int32_t searchUser(const CellSearchArgs& args) {
-  std::int32_t status = 0;
-  forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
-    if (status >= 0) status = searchUserRun<uniform>(args, nsite, site, cell);
-  });
-  return status;
 }
 
 }  // namespace

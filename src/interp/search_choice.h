@@ -11,6 +11,7 @@ namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
 constexpr std::int64_t sitesAtOnce = level.sitesPerBlock;
+constexpr std::int64_t userBlock = 128;  // sites of one call of a user's search, when cells alone are wanted
 
 // A SearchPath, or DF_ERROR_DATA_HINT. A hint about the partition beats one about the sites.
 [[maybe_unused]] inline std::int32_t chooseSearch(const DfTask& task, std::int64_t sitehint,

@@ -1,0 +1,248 @@
+#include <cmath>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "interp/spline_model.h"
+#include "runtime/level_table.h"
+#include "runtime/work_share.h"
+#include "support/compare.h"
+#include "support/levels.h"
+#include "support/task.h"
+#include "task/df_task.h"
+
+#include <raven/data_fitting.h>
+
+namespace {
+
+using support::close;
+using support::Expected;
+using support::ModelCall;
+using support::same;
+using support::Settings;
+using support::Task;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr std::size_t guard = 7;
+using Orders = std::vector<std::int64_t>;
+
+// Dyadic and equidistant, or irregular.
+std::vector<double> breakpoints(std::int32_t nx, bool uniform) {
+  std::vector<double> x;
+  for (std::int32_t i = 0; i < nx; ++i)
+    x.push_back(-1.0 + 0.5 * i + (uniform ? 0.0 : 0.2 * std::sin(7.0 * i)));
+  return x;
+}
+
+// Inside, outside, breakpoints and both ends.
+std::vector<double> sitesOver(const std::vector<double>& x, std::size_t count) {
+  std::mt19937_64 random(11);
+  std::uniform_real_distribution<double> at(x.front() - 0.4, x.back() + 0.4);
+  std::vector<double> sites = {x.front(), x.back(), x[x.size() / 2], x.back() + 2.0, x.front() - 2.0};
+  while (sites.size() < count)
+    sites.push_back(at(random));
+  sites.resize(count);
+  return sites;
+}
+
+void fill(std::vector<double>& coeff) {
+  for (std::size_t i = 0; i < coeff.size(); ++i)
+    coeff[i] = std::sin(1.0 + static_cast<double>(i * i % 1009));
+}
+
+struct Shape {
+  std::int32_t order;
+  std::int32_t kind;
+  std::int32_t nx;
+  std::int32_t ny;
+  bool uniform;
+  std::size_t nsite;
+};
+
+void expectModel(const Shape& shape, const Orders& dorder, std::int32_t rhint) {
+  std::string name = "order " + std::to_string(shape.order) + (shape.uniform ? ", uniform" : "") +
+                     ", rhint " + std::to_string(rhint) + ", " + std::to_string(shape.nsite) +
+                     " sites, dorder";
+  for (const std::int64_t entry : dorder)
+    name += " " + std::to_string(entry);
+  SCOPED_TRACE(name);
+  const std::vector<double> x = breakpoints(shape.nx, shape.uniform);
+  const std::vector<double> given = shape.uniform ? std::vector<double>{x.front(), x.back()} : x;
+  Task task(shape.nx, given, shape.uniform ? DF_XHINT_UNIFORM : DF_XHINT_NONE, shape.ny,
+            std::vector<double>(static_cast<std::size_t>(shape.nx * shape.ny)), 0,
+            {shape.order, shape.kind, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+  ASSERT_EQ(task.status, DF_STATUS_OK);
+  fill(task.coeff());
+  const ModelCall call = {x, &task.coeff(), shape.order, shape.ny, sitesOver(x, shape.nsite), dorder, rhint};
+  const Expected expected = expectedResults(call, guard);
+  std::vector<double> r(expected.r.size(), -77.0);
+  const std::vector<std::int32_t> narrow(dorder.begin(), dorder.end());
+  EXPECT_EQ(dfTaskInterpolate(task.get(), DF_WANT_INTERPOLATE, 1, static_cast<std::int32_t>(shape.nsite),
+                              call.sites.data(), 0, static_cast<std::int32_t>(dorder.size()),
+                              dorder.empty() ? nullptr : narrow.data(), nullptr, r.data(), rhint, nullptr),
+            DF_STATUS_OK);
+  EXPECT_TRUE(close(r, expected.r, expected.tolerance));
+}
+
+constexpr std::int32_t layouts[] = {DF_RESULTS_DEFAULT, DF_RESULTS_SITES_INNER, DF_RESULTS_DERIVS_INNER, 128};
+
+TEST(Evaluate, EveryCombinationOfDerivativesIsTheDefinition) {
+  const std::int32_t kinds[] = {0, 0, DF_KIND_AKIMA, DF_KIND_DEFAULT, DF_KIND_BESSEL, 0, 0, 0, 0, 0, 0, 0};
+  for (const std::int32_t order : {2, 3, 4, 5, 6, 10, 11})
+    for (unsigned wants = 0; wants < 16; ++wants)
+      for (const std::int32_t rhint : layouts)
+        expectModel({order, kinds[order], 6, 2, wants % 2 == 0, 71},
+                    {wants & 1U, wants >> 1 & 1U, wants >> 2 & 1U, wants >> 3 & 1U}, rhint);
+}
+
+// Sums and entries disagree: positions at or above the sum do not exist, sums at or below 0 mean the value.
+TEST(Evaluate, PacksWhatDorderAsksFor) {
+  const Orders cases[] = {{},
+                          {0},
+                          {0, 0, 0},
+                          {0, 1},
+                          {2},
+                          {3, 0, 0, 1},
+                          {1, 0, 2, 1},
+                          {-3, 1},
+                          {1, -1},
+                          {0, -1, 0, 0, 1},
+                          {1, 1, -1},
+                          {1, 1, 1, -2},
+                          {0, 0, 0, 0, 1},
+                          {1, 1, 1, 1, 1, 1},
+                          {1, 0, 0, 0, 0, 1, 1, 0, 0, 1, 1, 1},
+                          {0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}};
+  for (const Orders& dorder : cases)
+    for (const std::int32_t order : {2, 3, 4, 5, 6, 7, 11, 12})
+      for (const std::int32_t rhint : layouts)
+        expectModel({order, 0, 9, 1, false, 33}, dorder, rhint);
+}
+
+TEST(Evaluate, IsRightAtEveryNumberOfSitesAndBreakpoints) {
+  for (const std::size_t nsite :
+       {1U, 2U, 3U, 4U, 5U, 31U, 32U, 33U, 63U, 64U, 65U, 255U, 256U, 257U, 512U, 513U, 4096U, 4097U})
+    for (const std::int32_t rhint : {DF_RESULTS_SITES_INNER, DF_RESULTS_DERIVS_INNER})
+      for (const Orders& dorder : {Orders{1}, Orders{1, 1}, Orders{1, 1, 1}}) {
+        expectModel({4, DF_KIND_NATURAL, 40, 1, false, nsite}, dorder, rhint);
+        expectModel({3, DF_KIND_DEFAULT, 2, 2, true, nsite}, dorder, rhint);
+      }
+  for (const std::int32_t nx : {2, 3, 16, 17, 101, 700})
+    expectModel({4, DF_KIND_HERMITE, nx, 3, false, 300}, {1}, 0);
+}
+
+TEST(Evaluate, ReadsRequestsOf64Bits) {
+  const std::vector<double> x = breakpoints(5, false);
+  Task task(5, x, 0, 1, std::vector<double>(5), 0, {7, 0, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+  fill(task.coeff());
+  task.get()->flags = 1;
+  // Either half of an entry requests; the sum is 2, which leaves no position for derivative 5.
+  constexpr std::int64_t high = std::int64_t{1} << 32;
+  const ModelCall call = {x, &task.coeff(), 7, 1, sitesOver(x, 9), {1, 0, 0, 0, high, 1 - high}, 16};
+  const Expected expected = expectedResults(call, guard);
+  std::vector<double> r(expected.r.size(), -77.0);
+  EXPECT_EQ(dfTaskInterpolate(task.get(), 1, 1, 9, call.sites.data(), 0, 6,
+                              reinterpret_cast<const std::int32_t*>(call.dorder.data()), nullptr, r.data(),
+                              16, nullptr),
+            DF_STATUS_OK);
+  EXPECT_TRUE(close(r, expected.r, expected.tolerance));
+}
+
+TEST(Evaluate, TiesOfTheQuasiUniformPathTakeThePieceOnTheLeft) {
+  Task task(3, {0.0, 0.5, 2.0}, DF_XHINT_QUASI_UNIFORM, 1, std::vector<double>(3), 0,
+            {2, 0, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+  task.coeff() = {1.0, 2.0, 100.0, 200.0};
+  const double site = 0.5;
+  double r = 0.0;
+  EXPECT_EQ(dfTaskInterpolate(task.get(), 1, 1, 1, &site, 0, 0, nullptr, nullptr, &r, 0, nullptr),
+            DF_STATUS_OK);
+  EXPECT_EQ(r, 2.0);
+}
+
+// The pieces are constants that tell their number.
+TEST(Evaluate, SubbotinPiecesJoinAtTheKnots) {
+  const std::vector<double> sites = {-5.0, 0.0, 0.4, 0.5, 0.9, 1.0, 1.49, 1.5, 2.0, 2.49, 2.5, 3.0, 9.0};
+  const double knots[5] = {0.0, 0.25, 1.25, 2.75, 3.0};
+  const double knotEnds[2] = {0.5, 2.5};
+  struct Rule {
+    const char* name;
+    std::int32_t icType;
+    const double* ic;
+    std::vector<double> want;
+  };
+  const Rule rules[] = {
+      {"knot array from its first element", DF_IC_KNOTS, knots, {0, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3, 3, 3}},
+      {"knot array from its second element", DF_IC_KNOTS, knots + 1, {0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3}},
+      {"two knots", DF_IC_KNOTS | DF_IC_KNOT_ENDS, knotEnds, {0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3}},
+      {"midpoints", DF_IC_NONE, nullptr, {0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3}},
+  };
+  for (const Rule& rule : rules) {
+    for (const bool uniform : {false, true}) {
+      SCOPED_TRACE(std::string(rule.name) + (uniform ? ", uniform" : ""));
+      Task task(4, uniform ? std::vector<double>{0.0, 3.0} : std::vector<double>{0.0, 1.0, 2.0, 3.0},
+                uniform ? DF_XHINT_UNIFORM : DF_XHINT_NONE, 1, std::vector<double>(4), 0,
+                {3, DF_KIND_SUBBOTIN, DF_END_NONE, nullptr, rule.icType, rule.ic});
+      ASSERT_EQ(task.status, DF_STATUS_OK);
+      for (std::size_t q = 0; q < 4; ++q) {
+        task.coeff()[3 * q] = static_cast<double>(q);
+        task.coeff()[3 * q + 1] =
+            1.0;  // the first derivative is 1, the distance to x_q the rest of the value
+        task.coeff()[3 * q + 2] = 0.0;
+      }
+      const auto nsite = static_cast<std::int32_t>(sites.size());
+      std::vector<double> r(sites.size(), -77.0);
+      EXPECT_EQ(dfTaskInterpolate(task.get(), 1, 1, nsite, sites.data(), 0, 0, nullptr, nullptr, r.data(), 0,
+                                  nullptr),
+                DF_STATUS_OK);
+      // Piece q is q + (s - x_q), and x_q is q: the value tells s; curvature tells the piece.
+      EXPECT_TRUE(same(r, sites));
+      for (std::size_t q = 0; q < 4; ++q)
+        task.coeff()[3 * q + 2] = 0.5 * static_cast<double>(q);
+      const std::int32_t second[3] = {0, 0, 1};
+      EXPECT_EQ(dfTaskInterpolate(task.get(), 1, 1, nsite, sites.data(), 0, 3, second, nullptr, r.data(), 0,
+                                  nullptr),
+                DF_STATUS_OK);
+      EXPECT_TRUE(same(r, rule.want));
+    }
+  }
+}
+
+// No level fuses, so that vectors, tails and levels give the same bits.
+TEST(Evaluate, LevelsGiveTheSameBits) {
+  const rvn::WorkShareTable& workShare = rvn::workShareTables[rvn::interpolateWorkShareRow];
+  const std::int32_t all[] = {1, 1, 1, 1, 1, 1};
+  for (const bool uniform : {false, true}) {
+    const std::vector<double> x = breakpoints(300, uniform);
+    std::vector<double> sites = sitesOver(x, 333);
+    sites.insert(sites.end(), {nan, 1e300, -1e300});
+    const auto nsite = static_cast<std::int64_t>(sites.size());
+    for (const std::int32_t order : {2, 3, 4, 6}) {
+      Task task(300, uniform ? std::vector<double>{x.front(), x.back()} : x,
+                uniform ? DF_XHINT_UNIFORM : DF_XHINT_NONE, 1, std::vector<double>(300), 0,
+                {order, 0, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+      fill(task.coeff());
+      std::vector<double> first;
+      std::vector<std::int32_t> firstCells;
+      for (const std::int32_t level : support::runnableLevels()) {
+        SCOPED_TRACE("level " + std::to_string(level) + ", order " + std::to_string(order));
+        std::vector<double> r(6 * sites.size(), -77.0);
+        std::vector<std::int32_t> cells(sites.size(), -9);
+        const rvn::InterpolateCall call = {3,       1,        nsite, sites.data(), 0,       6,      all,
+                                           nullptr, r.data(), 32,    cells.data(), nullptr, nullptr};
+        EXPECT_EQ(rvn::levelTables[level]->interp->interpolate(*task.get(), call, workShare), 0);
+        if (first.empty()) {
+          first = r;
+          firstCells = cells;
+        }
+        EXPECT_TRUE(same(r, first));
+        EXPECT_TRUE(same(cells, firstCells));
+      }
+    }
+  }
+}
+
+}  // namespace

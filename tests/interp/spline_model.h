@@ -1,0 +1,89 @@
+#pragma once
+
+// Piece-wise polynomials from their definition, in long double, with the packing of results; shares no
+// formula with the library.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include <raven/data_fitting.h>
+
+namespace support {
+
+// What a call should leave in `r`, and how far off each element may be.
+struct Expected {
+  std::vector<double> r;
+  std::vector<double> tolerance;
+};
+
+// sum over j >= k of c_j j (j-1) .. (j-k+1) t^(j-k), and the sum of the magnitudes.
+inline void derivative(const double* c, std::int64_t order, std::int64_t k, long double t, double& value,
+                       double& tolerance) {
+  long double sum = 0.0L;
+  long double magnitude = 0.0L;
+  for (std::int64_t j = k; j < order; ++j) {
+    long double term = c[j];
+    for (std::int64_t m = 0; m < k; ++m)
+      term *= static_cast<long double>(j - m);
+    for (std::int64_t m = k; m < j; ++m)
+      term *= t;
+    sum += term;
+    magnitude += std::fabs(term);
+  }
+  value = static_cast<double>(sum);
+  // 2 roundings per Horner step and one in t, which counts once per power.
+  tolerance = static_cast<double>(magnitude) * 4.0 * static_cast<double>(order) * 0x1p-53;
+}
+
+struct ModelCall {
+  std::vector<double> x;  // all breakpoints
+  const std::vector<double>* coeff;
+  std::int64_t order;
+  std::int64_t functions;
+  std::vector<double> sites;
+  std::vector<std::int64_t> dorder;
+  std::int32_t rhint;
+};
+
+// Elements that no position belongs to, or no request of the call, are 0; `guard` elements of -77 follow.
+inline Expected expectedResults(const ModelCall& call, std::size_t guard) {
+  std::int64_t nres = 0;
+  for (const std::int64_t entry : call.dorder)
+    nres += entry;
+  std::vector<std::int64_t> requests;
+  for (std::size_t k = 0; k < call.dorder.size(); ++k)
+    if (call.dorder[k] != 0) requests.push_back(static_cast<std::int64_t>(k));
+  if (nres <= 0) {
+    nres = 1;
+    requests = {0};
+  }
+  const auto nsite = static_cast<std::int64_t>(call.sites.size());
+  const auto nx = static_cast<std::int64_t>(call.x.size());
+  const auto total = static_cast<std::size_t>(call.functions * nres * nsite);
+  Expected expected = {std::vector<double>(total + guard, 0.0), std::vector<double>(total + guard, 0.0)};
+  std::fill(expected.r.end() - static_cast<std::ptrdiff_t>(guard), expected.r.end(), -77.0);
+  for (std::int64_t f = 0; f < call.functions; ++f) {
+    for (std::int64_t i = 0; i < nsite; ++i) {
+      const double s = call.sites[static_cast<std::size_t>(i)];
+      std::int64_t q = 0;
+      while (q < nx - 2 && s >= call.x[static_cast<std::size_t>(q + 1)])
+        ++q;
+      const double* c = call.coeff->data() + (f * (nx - 1) + q) * call.order;
+      const long double t = static_cast<long double>(s) - call.x[static_cast<std::size_t>(q)];
+      for (std::int64_t k = 0; k < std::min<std::int64_t>(nres, std::ssize(requests)); ++k) {
+        const std::int64_t wanted = requests[static_cast<std::size_t>(k)];
+        // The constant derivative of splines of order 5 and above is not computed.
+        if (wanted >= call.order || (wanted > 3 && wanted == call.order - 1)) continue;
+        const bool derivsInner = call.rhint == DF_RESULTS_DERIVS_INNER || call.rhint == 128;
+        const auto at =
+            static_cast<std::size_t>(derivsInner ? (f * nsite + i) * nres + k : (f * nres + k) * nsite + i);
+        derivative(c, call.order, wanted, t, expected.r[at], expected.tolerance[at]);
+      }
+    }
+  }
+  return expected;
+}
+
+}  // namespace support
