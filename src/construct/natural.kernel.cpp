@@ -1,34 +1,24 @@
 #include <cstdint>
 
 #include "construct/construct_kernels.h"
-#include "construct/framework.h"
-#include "construct/hermite_form.h"
+#include "construct/natural_single.h"
+#include "construct/natural_system.h"
 #include "runtime/level.h"
 
 #include <raven/tridiagonal.h>
 
-// The cubic spline with two continuous derivatives (C. de Boor, A Practical Guide to Splines, 1978, ch. IV).
-// With steps h_i = x_(i+1) - x_i and divided differences d_i = (y_(i+1) - y_i) / h_i the slopes m_i solve
-//
-//   h_i m_(i-1) + 2 (h_(i-1) + h_i) m_i + h_(i-1) m_(i+1) = 3 (h_(i-1) d_i + h_i d_(i-1)),   i = 1 .. n - 2,
-//
-// and one row for each end. The matrix depends on the partition and the end conditions only: it is factored
-// once for all functions. On a uniform partition the rows are divided by h.
-//
-// Periodic ends: m_(n-1) = m_0, and the cyclic system of order n - 1 is the tridiagonal one plus a rank-one
-// change u v^T with v = e_0 + e_(n-2), solved by one more right-hand side u (J. Sherman, W. J. Morrison,
-// 1950).
+// The cubic spline with two continuous derivatives. A single function is built in one go; several share one
+// factored matrix, and their right-hand sides are solved side by side inside their own coefficient rows.
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// The arrays of one construction inside its scratch block. Steps and divided differences are not kept:
-// computing them anew from x and y costs less than their way through memory.
+// The arrays of one construction of several functions, or of a periodic one, inside its scratch block.
 struct NaturalScratch {
   double* dl;      // n - 1
   double* d;       // n
   double* du;      // n - 1
-  double* column;  // n: the right-hand side of a single function, or the vector u
+  double* column;  // n: the vector u of periodic ends, then its solution z
 
   NaturalScratch(double* block, std::int64_t n)
       : dl(block), d(dl + (n - 1)), du(d + n), column(du + (n - 1)) {}
@@ -36,192 +26,21 @@ struct NaturalScratch {
   static std::int64_t length(std::int64_t n) { return 4 * n - 2; }
 };
 
-// What the functions of one construction share.
-template <bool uniform>
-struct Partition {
-  std::int64_t n;
-  const double* x;
-  double h;  // uniform
-  double r;  // 1 / h, uniform
-
-  explicit Partition(const DfTask& task)
-      : n(task.nx), x(task.x), h((task.x[1] - task.x[0]) / static_cast<double>(task.nx - 1)), r(1.0 / h) {}
-
-  double step(std::int64_t i) const { return uniform ? h : x[i + 1] - x[i]; }
-
-  // Reciprocals of as many steps from i on as V has lanes.
-  template <class V>
-  V reciprocals(std::int64_t i) const {
-    if constexpr (uniform) return broadcast<V>(r);
-    return 1.0 / (load<V>(x + i + 1) - load<V>(x + i));
-  }
-
-  // Divided differences likewise.
-  template <class V, class Values>
-  V differences(const Values& y, std::int64_t i) const {
-    return (y.template lanes<V>(i + 1) - y.template lanes<V>(i)) * reciprocals<V>(i);
-  }
-};
-
 template <EndSlot slot, bool uniform>
 void fillMatrix(const Partition<uniform>& p, const NaturalScratch& s) {
   const std::int64_t n = p.n;
-  const double* __restrict x = p.x;
-  double* __restrict dl = s.dl;
-  double* __restrict d = s.d;
-  double* __restrict du = s.du;
-  for (std::int64_t i = 1; i < n - 1; ++i) {
-    dl[i - 1] = uniform ? 1.0 : x[i + 1] - x[i];
-    d[i] = uniform ? 4.0 : 2.0 * (x[i + 1] - x[i - 1]);
-    du[i] = uniform ? 1.0 : x[i] - x[i - 1];
+  fillMatrixRows(p, 1, n - 1, {s.dl, s.d + 1, s.du + 1});
+  const EndRow left = leftRow<slot>(p);
+  s.d[0] = left.diagonal;
+  s.du[0] = left.beside;
+  const EndRow right = rightRow<slot>(p);
+  s.d[n - 1] = right.diagonal;
+  s.dl[n - 2] = right.beside;
+  if constexpr (slot == EndSlot::periodic) {
+    s.d[n - 2] = uniform ? 3.0 : 2.0 * p.step(n - 2) + p.step(n - 3);
+    s.dl[n - 3] = uniform ? 1.0 : p.step(n - 2);
+    s.du[n - 2] = 0.0;
   }
-
-  constexpr EndKind left = leftEnds[static_cast<int>(slot)];
-  constexpr EndKind right = rightEnds[static_cast<int>(slot)];
-  if constexpr (left == EndKind::periodic && uniform) {
-    d[0] = 3.0;
-    du[0] = 1.0;
-  } else if constexpr (left == EndKind::periodic) {
-    d[0] = p.step(0) + 2.0 * p.step(n - 2);
-    du[0] = p.step(n - 2);
-  } else if constexpr (left == EndKind::notAKnot && !uniform) {
-    d[0] = p.step(1);
-    du[0] = x[2] - x[0];
-  } else if constexpr (left == EndKind::slope) {
-    d[0] = 1.0;
-    du[0] = 0.0;
-  } else {
-    d[0] = 2.0;
-    du[0] = 1.0;
-  }
-
-  if constexpr (right == EndKind::periodic) {
-    d[n - 2] = uniform ? 3.0 : 2.0 * p.step(n - 2) + p.step(n - 3);
-    dl[n - 3] = uniform ? 1.0 : p.step(n - 2);
-    du[n - 2] = 0.0;
-    dl[n - 2] = 0.0;
-    d[n - 1] = 1.0;
-  } else if constexpr (right == EndKind::notAKnot && !uniform) {
-    dl[n - 2] = x[n - 1] - x[n - 3];
-    d[n - 1] = p.step(n - 3);
-  } else if constexpr (right == EndKind::slope) {
-    dl[n - 2] = 0.0;
-    d[n - 1] = 1.0;
-  } else {
-    dl[n - 2] = 1.0;
-    d[n - 1] = 2.0;
-  }
-}
-
-// Interior right-hand sides of one function.
-template <class Values, bool uniform>
-void fillInterior(const Partition<uniform>& p, const Values& y, double* __restrict b) {
-  const std::int64_t n = p.n;
-  if constexpr (uniform) {
-    const double factor = 3.0 * p.r;
-    std::int64_t i = 1;
-    for (; i + laneCount <= n - 1; i += laneCount)
-      store(b + i, factor * (y.template lanes<Lanes>(i + 1) - y.template lanes<Lanes>(i - 1)));
-    for (; i < n - 1; ++i)
-      b[i] = factor * (y[i + 1] - y[i - 1]);
-  } else {
-    // Each divided difference serves two rows: a run of them at a time, d[k] being d_(start + k - 1).
-    constexpr std::int64_t run = 256;
-    double d[run + 1];
-    d[0] = p.template differences<double>(y, 0);
-    for (std::int64_t start = 1; start < n - 1; start += run) {
-      const std::int64_t count = n - 1 - start < run ? n - 1 - start : run;
-      std::int64_t k = 0;
-      for (; k + laneCount <= count; k += laneCount)
-        store(d + k + 1, p.template differences<Lanes>(y, start + k));
-      for (; k < count; ++k)
-        d[k + 1] = p.template differences<double>(y, start + k);
-      const double* __restrict x = p.x + start;
-      for (k = 0; k < count; ++k)
-        b[start + k] = 3.0 * ((x[k] - x[k - 1]) * d[k + 1] + (x[k + 1] - x[k]) * d[k]);
-      d[0] = d[count];
-    }
-  }
-}
-
-template <EndSlot slot, class Values, bool uniform>
-void fillEnds(const Partition<uniform>& p, const Values& y, const double* bc, double* b) {
-  const std::int64_t n = p.n;
-  const double* x = p.x;
-  const auto d = [&](std::int64_t i) { return p.template differences<double>(y, i); };
-  constexpr EndKind left = leftEnds[static_cast<int>(slot)];
-  constexpr EndKind right = rightEnds[static_cast<int>(slot)];
-  if constexpr (left == EndKind::periodic && uniform) {
-    b[0] = 3.0 * p.r * (y[1] - y[n - 2]);
-  } else if constexpr (left == EndKind::periodic) {
-    b[0] = 3.0 * (d(0) * p.step(n - 2) + d(n - 2) * p.step(0));
-  } else if constexpr (left == EndKind::notAKnot && uniform) {
-    b[0] = 0.5 * p.r * (y[2] - y[0]);
-  } else if constexpr (left == EndKind::notAKnot) {
-    const double h0 = p.step(0);
-    const double h1 = p.step(1);
-    const double a = x[2] - x[0];
-    b[0] = (d(1) * (h0 * h0) + d(0) * h1 * (h0 + 2.0 * a)) / a;
-  } else if constexpr (left == EndKind::slope) {
-    b[0] = bc[0];
-  } else if constexpr (left == EndKind::curvature) {
-    b[0] = 3.0 * d(0) - 0.5 * p.step(0) * bc[0];
-  } else {
-    b[0] = 3.0 * d(0);
-  }
-
-  if constexpr (right == EndKind::periodic) {
-    b[n - 1] = 0.0;
-  } else if constexpr (right == EndKind::notAKnot && uniform) {
-    b[n - 1] = 0.5 * p.r * (y[n - 1] - y[n - 3]);
-  } else if constexpr (right == EndKind::notAKnot) {
-    const double h0 = p.step(n - 2);
-    const double h1 = p.step(n - 3);
-    const double a = x[n - 1] - x[n - 3];
-    b[n - 1] = (d(n - 3) * (h0 * h0) + d(n - 2) * h1 * (h0 + 2.0 * a)) / a;
-  } else if constexpr (right == EndKind::slope) {
-    b[n - 1] = bc[1];
-  } else if constexpr (right == EndKind::curvature) {
-    b[n - 1] = 3.0 * d(n - 2) + 0.5 * p.step(n - 2) * bc[1];
-  } else {
-    b[n - 1] = 3.0 * d(n - 2);
-  }
-}
-
-// The column u of the rank-one change.
-template <bool uniform>
-void fillCorrection(const Partition<uniform>& p, double* u) {
-  const std::int64_t n = p.n;
-  for (std::int64_t i = 0; i < n; ++i)
-    u[i] = 0.0;
-  u[0] = uniform ? 1.0 : p.step(0);
-  u[n - 2] = uniform ? 1.0 : p.step(n - 3);
-}
-
-// m := m - z (v^T m) / (1 + v^T z), z being the solution for u.
-void correctPeriodic(std::int64_t n, const double* __restrict z, double* __restrict m) {
-  const double g = 1.0 / (z[n - 2] + 1.0 + z[0]);
-  const double w = (m[n - 2] + m[0]) * g;
-  for (std::int64_t i = 0; i < n - 1; ++i)
-    m[i] -= z[i] * w;
-  m[n - 1] = m[0];
-}
-
-// Coefficients from the slopes m, which may stand in the last n elements of the row c: the cells are written
-// in ascending order and end where the slopes that are still needed begin.
-template <class Values, bool uniform>
-void fillCoefficients(const Partition<uniform>& p, const Values& y, const double* m, double* c) {
-  const auto cells = [&]<class V>(std::int64_t i, V) {
-    const V r = p.template reciprocals<V>(i);
-    const V left = y.template lanes<V>(i);
-    const V d = (y.template lanes<V>(i + 1) - left) * r;
-    storeCells(c + 4 * i, hermiteForm(left, load<V>(m + i), load<V>(m + i + 1), d, r));
-  };
-  std::int64_t i = 0;
-  for (; i + laneCount <= p.n - 1; i += laneCount)
-    cells(i, Lanes{});
-  for (; i < p.n - 1; ++i)
-    cells(i, 0.0);
 }
 
 // Where the right-hand side of function f, and then its slopes, stand inside its coefficient row.
@@ -263,8 +82,10 @@ std::int32_t solveRows(const DfTask& task, std::int64_t functions, const Natural
 template <class Values, bool uniform, EndSlot slot>
 void prepareFunction(const DfTask& task, const Partition<uniform>& p, std::int64_t f, double* b) {
   const Values y(task, f);
-  fillInterior(p, y, b);
-  fillEnds<slot>(p, y, task.bc, b);
+  for (std::int64_t i = 1; i < p.n - 1; i += rhsRun)
+    fillRhsRun(p, y, i, p.n - 1 - i < rhsRun ? p.n - 1 - i : rhsRun, b + i);
+  b[0] = leftRhs<slot>(p, y, task.bc);
+  b[p.n - 1] = rightRhs<slot>(p, y, task.bc);
 }
 
 // Returns the status of the function's data.
@@ -277,26 +98,8 @@ std::int32_t finishFunction(const DfTask& task, const Partition<uniform>& p, std
     if (!(y[0] == y[p.n - 1])) status = DF_ERROR_PERIODIC_VALUES;
     correctPeriodic(p.n, z, m);
   }
-  fillCoefficients(p, y, m, task.coeffRows[f]);
+  fillCoefficients(p, y, m, task.coeffRows[f], 0, p.n - 1);
   return status;
-}
-
-// A single function: its right-hand side stays in the scratch block, since one call factors and solves where
-// the level has it and a failure must leave the coefficients alone.
-template <class Values, bool uniform, EndSlot slot>
-std::int32_t constructSingle(const DfTask& task, const Partition<uniform>& p, const NaturalScratch& s) {
-  prepareFunction<Values, uniform, slot>(task, p, 0, s.column);
-  std::int32_t info = 0;
-  if constexpr (level.sharesWork) {
-    const auto order = static_cast<std::int32_t>(p.n);
-    const std::int32_t one = 1;
-    DDTSVB(&order, &one, s.dl, s.d, s.du, s.column, &order, &info);
-  } else {
-    info = factor(p.n, s);
-    if (info == 0) info = solve(p.n, 1, s, s.column, p.n);
-  }
-  if (info != 0) return DF_ERROR_SOLVER;
-  return finishFunction<Values, uniform, slot>(task, p, 0, nullptr, s.column);
 }
 
 // One function a block, on shared, read-only factors; its right-hand side stands in its own coefficient row.
@@ -339,7 +142,8 @@ std::int32_t naturalKernel(const DfTask& task, const WorkShareTable& workShare) 
   const std::int64_t workers = workerCount(task, workShare);
   Scratch scratch;
   Scratch statusScratch;
-  auto* block = scratch.allocate<double>(NaturalScratch::length(n));
+  auto* block = scratch.allocate<double>(
+      functions == 1 && slot != EndSlot::periodic ? 2 * n : NaturalScratch::length(n));
   if (block == nullptr) return DF_ERROR_MEMORY;
   std::int32_t* statuses = nullptr;
   if (workers > 1) {
@@ -347,10 +151,11 @@ std::int32_t naturalKernel(const DfTask& task, const WorkShareTable& workShare) 
     if (statuses == nullptr) return DF_ERROR_MEMORY;
   }
 
-  const NaturalScratch s(block, n);
   const Partition<uniform> p(task);
+  if constexpr (slot != EndSlot::periodic)
+    if (functions == 1) return SingleSpline<Values, uniform, slot>(task, p, block).construct();
+  const NaturalScratch s(block, n);
   fillMatrix<slot>(p, s);
-  if (functions == 1 && slot != EndSlot::periodic) return constructSingle<Values, uniform, slot>(task, p, s);
   if (factor(n, s) != 0) return DF_ERROR_SOLVER;
   if constexpr (slot == EndSlot::periodic) {
     fillCorrection(p, s.column);

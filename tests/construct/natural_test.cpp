@@ -197,7 +197,8 @@ TEST(Natural, LevelsAndWorkSharingAgree) {
           const rvn::FamilyDispatcher construct = *rvn::levelTables[level]->construct->natural;
           ASSERT_EQ(construct(*task.get(), 0, 0, *share), DF_STATUS_OK);
           for (std::size_t i = 0; i < expected.size(); ++i)
-            ASSERT_NEAR(task.coeff()[i], expected[i], 1e-11) << end.name << " level " << level << " " << i;
+            ASSERT_NEAR(task.coeff()[i], expected[i], 1e-12 * (1.0 + std::fabs(expected[i])))
+                << end.name << " level " << level << " " << i;
         }
         EXPECT_EQ((*rvn::levelTables[level]->construct->natural)(*task.get(), 0, 1, eightWorkers),
                   DF_ERROR_METHOD);
@@ -225,7 +226,7 @@ TEST(Natural, FailuresAndSpecialValues) {
   const auto expected = constructed(8, x, false, 9, clean, 0, DF_END_FREE);
   const auto got = constructed(8, x, false, 9, spoilt, 0, DF_END_FREE);
   for (std::size_t i = 0; i < got.size(); ++i)
-    if (i / 28 != 3) ASSERT_EQ(got[i], expected[i]) << i;
+    ASSERT_TRUE(i / 28 == 3 || got[i] == expected[i]) << i;
   EXPECT_TRUE(std::isnan(got[3 * 28 + 1]));
 
   // Singular matrices: not-a-knot over three breakpoints, and a partition that stands still.

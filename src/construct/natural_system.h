@@ -1,0 +1,223 @@
+#pragma once
+
+// The tridiagonal system of the natural family for the slopes m_i at the breakpoints (C. de Boor, A Practical
+// Guide to Splines, 1978, ch. IV). With steps h_i = x_(i+1) - x_i and divided differences d_i = (y_(i+1) -
+// y_i) / h_i:
+//
+//   h_i m_(i-1) + 2 (h_(i-1) + h_i) m_i + h_(i-1) m_(i+1) = 3 (h_(i-1) d_i + h_i d_(i-1)),   i = 1 .. n - 2,
+//
+// and one row for each end. The matrix depends on the partition and the end conditions only. On a uniform
+// partition the rows are divided by h.
+//
+// Periodic ends: m_(n-1) = m_0, and the cyclic system of order n - 1 is the tridiagonal one plus a rank-one
+// change u v^T with v = e_0 + e_(n-2), solved by one more right-hand side u (J. Sherman, W. J. Morrison,
+// 1950).
+
+#include <cstdint>
+
+#include "construct/framework.h"
+#include "construct/hermite_form.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+// What the functions of one construction share.
+template <bool uniform>
+struct Partition {
+  std::int64_t n;
+  const double* x;
+  double h;  // uniform
+  double r;  // 1 / h, uniform
+
+  explicit Partition(const DfTask& task)
+      : n(task.nx), x(task.x), h((task.x[1] - task.x[0]) / static_cast<double>(task.nx - 1)), r(1.0 / h) {}
+
+  double step(std::int64_t i) const { return uniform ? h : x[i + 1] - x[i]; }
+
+  // Reciprocals of as many steps from i on as V has lanes.
+  template <class V>
+  V reciprocals(std::int64_t i) const {
+    if constexpr (uniform) return broadcast<V>(r);
+    return 1.0 / (load<V>(x + i + 1) - load<V>(x + i));
+  }
+
+  // Divided differences likewise.
+  template <class V, class Values>
+  V differences(const Values& y, std::int64_t i) const {
+    return (y.template lanes<V>(i + 1) - y.template lanes<V>(i)) * reciprocals<V>(i);
+  }
+};
+
+// Rows of the matrix are given by their three elements; row i of a run stands at index i - first.
+struct MatrixRows {
+  double* lower;
+  double* diagonal;
+  double* upper;
+};
+
+// Interior rows first .. last - 1.
+template <bool uniform>
+[[maybe_unused]] inline void fillMatrixRows(const Partition<uniform>& p, std::int64_t first,
+                                            std::int64_t last, const MatrixRows& rows) {
+  const double* __restrict x = p.x;
+  double* __restrict lower = rows.lower - first;
+  double* __restrict diagonal = rows.diagonal - first;
+  double* __restrict upper = rows.upper - first;
+  for (std::int64_t i = first; i < last; ++i) {
+    lower[i] = uniform ? 1.0 : x[i + 1] - x[i];
+    diagonal[i] = uniform ? 4.0 : 2.0 * (x[i + 1] - x[i - 1]);
+    upper[i] = uniform ? 1.0 : x[i] - x[i - 1];
+  }
+}
+
+// An end row: its diagonal element, the one beside it, and its right-hand side for one function.
+struct EndRow {
+  double diagonal;
+  double beside;
+};
+
+template <EndSlot slot, bool uniform>
+[[maybe_unused]] inline EndRow leftRow(const Partition<uniform>& p) {
+  constexpr EndKind left = leftEnds[static_cast<int>(slot)];
+  if constexpr (left == EndKind::periodic && uniform) {
+    return {3.0, 1.0};
+  } else if constexpr (left == EndKind::periodic) {
+    return {p.step(0) + 2.0 * p.step(p.n - 2), p.step(p.n - 2)};
+  } else if constexpr (left == EndKind::notAKnot && !uniform) {
+    return {p.step(1), p.x[2] - p.x[0]};
+  } else if constexpr (left == EndKind::slope) {
+    return {1.0, 0.0};
+  } else {
+    return {2.0, 1.0};
+  }
+}
+
+template <EndSlot slot, bool uniform>
+[[maybe_unused]] inline EndRow rightRow(const Partition<uniform>& p) {
+  constexpr EndKind right = rightEnds[static_cast<int>(slot)];
+  if constexpr (right == EndKind::periodic || right == EndKind::slope) {
+    return {1.0, 0.0};
+  } else if constexpr (right == EndKind::notAKnot && !uniform) {
+    return {p.step(p.n - 3), p.x[p.n - 1] - p.x[p.n - 3]};
+  } else {
+    return {2.0, 1.0};
+  }
+}
+
+// Right-hand sides of at most rhsRun interior rows from `first` on; b[0] belongs to the first.
+constexpr std::int64_t rhsRun = 256;
+
+template <class Values, bool uniform>
+[[maybe_unused]] inline void fillRhsRun(const Partition<uniform>& p, const Values& y, std::int64_t first,
+                                        std::int64_t count, double* __restrict b) {
+  std::int64_t k = 0;
+  if constexpr (uniform) {
+    const double factor = 3.0 * p.r;
+    for (; k + laneCount <= count; k += laneCount)
+      store(b + k,
+            factor * (y.template lanes<Lanes>(first + k + 1) - y.template lanes<Lanes>(first + k - 1)));
+    for (; k < count; ++k)
+      b[k] = factor * (y[first + k + 1] - y[first + k - 1]);
+  } else {
+    // Each divided difference serves two rows: d[k] is d_(first + k - 1).
+    double d[rhsRun + 1];
+    for (; k + laneCount <= count + 1; k += laneCount)
+      store(d + k, p.template differences<Lanes>(y, first + k - 1));
+    for (; k < count + 1; ++k)
+      d[k] = p.template differences<double>(y, first + k - 1);
+    const double* __restrict x = p.x + first;
+    for (k = 0; k < count; ++k)
+      b[k] = 3.0 * ((x[k] - x[k - 1]) * d[k + 1] + (x[k + 1] - x[k]) * d[k]);
+  }
+}
+
+template <EndSlot slot, class Values, bool uniform>
+[[maybe_unused]] inline double leftRhs(const Partition<uniform>& p, const Values& y, const double* bc) {
+  const std::int64_t n = p.n;
+  const double* x = p.x;
+  const auto d = [&](std::int64_t i) { return p.template differences<double>(y, i); };
+  constexpr EndKind left = leftEnds[static_cast<int>(slot)];
+  if constexpr (left == EndKind::periodic && uniform) {
+    return 3.0 * p.r * (y[1] - y[n - 2]);
+  } else if constexpr (left == EndKind::periodic) {
+    return 3.0 * (d(0) * p.step(n - 2) + d(n - 2) * p.step(0));
+  } else if constexpr (left == EndKind::notAKnot && uniform) {
+    return 0.5 * p.r * (y[2] - y[0]);
+  } else if constexpr (left == EndKind::notAKnot) {
+    const double h0 = p.step(0);
+    const double h1 = p.step(1);
+    const double a = x[2] - x[0];
+    return (d(1) * (h0 * h0) + d(0) * h1 * (h0 + 2.0 * a)) / a;
+  } else if constexpr (left == EndKind::slope) {
+    return bc[0];
+  } else if constexpr (left == EndKind::curvature) {
+    return 3.0 * d(0) - 0.5 * p.step(0) * bc[0];
+  } else {
+    return 3.0 * d(0);
+  }
+}
+
+template <EndSlot slot, class Values, bool uniform>
+[[maybe_unused]] inline double rightRhs(const Partition<uniform>& p, const Values& y, const double* bc) {
+  const std::int64_t n = p.n;
+  const double* x = p.x;
+  const auto d = [&](std::int64_t i) { return p.template differences<double>(y, i); };
+  constexpr EndKind right = rightEnds[static_cast<int>(slot)];
+  if constexpr (right == EndKind::periodic) {
+    return 0.0;
+  } else if constexpr (right == EndKind::notAKnot && uniform) {
+    return 0.5 * p.r * (y[n - 1] - y[n - 3]);
+  } else if constexpr (right == EndKind::notAKnot) {
+    const double h0 = p.step(n - 2);
+    const double h1 = p.step(n - 3);
+    const double a = x[n - 1] - x[n - 3];
+    return (d(n - 3) * (h0 * h0) + d(n - 2) * h1 * (h0 + 2.0 * a)) / a;
+  } else if constexpr (right == EndKind::slope) {
+    return bc[1];
+  } else if constexpr (right == EndKind::curvature) {
+    return 3.0 * d(n - 2) + 0.5 * p.step(n - 2) * bc[1];
+  } else {
+    return 3.0 * d(n - 2);
+  }
+}
+
+// The column u of the rank-one change.
+template <bool uniform>
+[[maybe_unused]] inline void fillCorrection(const Partition<uniform>& p, double* u) {
+  const std::int64_t n = p.n;
+  for (std::int64_t i = 0; i < n; ++i)
+    u[i] = 0.0;
+  u[0] = uniform ? 1.0 : p.step(0);
+  u[n - 2] = uniform ? 1.0 : p.step(n - 3);
+}
+
+// m := m - z (v^T m) / (1 + v^T z), z being the solution for u.
+[[maybe_unused]] inline void correctPeriodic(std::int64_t n, const double* __restrict z,
+                                             double* __restrict m) {
+  const double g = 1.0 / (z[n - 2] + 1.0 + z[0]);
+  const double w = (m[n - 2] + m[0]) * g;
+  for (std::int64_t i = 0; i < n - 1; ++i)
+    m[i] -= z[i] * w;
+  m[n - 1] = m[0];
+}
+
+// Coefficients of the cells from .. to - 1 by the slopes m, which may stand in the last n elements of the row
+// c: cells are written in ascending order and end where the slopes that are still needed begin.
+template <class Values, bool uniform>
+[[maybe_unused]] inline void fillCoefficients(const Partition<uniform>& p, const Values& y, const double* m,
+                                              double* c, std::int64_t from, std::int64_t to) {
+  const auto cells = [&]<class V>(std::int64_t i, V) {
+    const V r = p.template reciprocals<V>(i);
+    const V left = y.template lanes<V>(i);
+    const V d = (y.template lanes<V>(i + 1) - left) * r;
+    storeCells(c + 4 * i, hermiteForm(left, load<V>(m + i), load<V>(m + i + 1), d, r));
+  };
+  std::int64_t i = from;
+  for (; i + laneCount <= to; i += laneCount)
+    cells(i, Lanes{});
+  for (; i < to; ++i)
+    cells(i, 0.0);
+}
+
+}  // namespace
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
