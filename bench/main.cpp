@@ -87,6 +87,8 @@ int main(int argc, char** argv) {
   bench::registerConstructRows();
   bench::registerSolveRows();
   bench::registerCallRows();
+  bench::registerSearchRows();
+  bench::registerEvaluateRows();
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;

@@ -9,5 +9,7 @@ namespace bench {
 void registerConstructRows();
 void registerSolveRows();
 void registerCallRows();
+void registerSearchRows();
+void registerEvaluateRows();
 
 }  // namespace bench

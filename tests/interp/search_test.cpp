@@ -174,10 +174,10 @@ TEST(Search, IsRightAtEveryNumberOfSites) {
   const Task quasi = taskOver(x, DF_XHINT_QUASI_UNIFORM);
   const Sites all = sitesFor(x, 4097, false);
   const double datahint[5] = {0.0, 1.0, 0.0, 0.0, 150.0};
-  for (const std::size_t n :
+  for (const std::ptrdiff_t n :
        {1,  2,   3,   5,   7,   8,   9,   15,  16,  17,   31,   32,   33,   63,   64,
         65, 127, 128, 129, 255, 256, 257, 512, 513, 2047, 2048, 2049, 4095, 4096, 4097}) {
-    Sites sites(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(n));
+    Sites sites(all.begin(), all.begin() + n);
     const Cells want = countedCells(x, sites);
     expectCells("gaps 300", task, sites, {"default"}, want);
     expectCells("gaps 300", task, sites, {"likely", DF_SITES_NONE, datahint}, want);
