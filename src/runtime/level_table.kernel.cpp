@@ -1,5 +1,6 @@
-#include "runtime/level.h"
 #include "runtime/level_table.h"
+
+#include "runtime/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

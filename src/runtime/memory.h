@@ -1,8 +1,8 @@
 #pragma once
 
 // The library's only allocator: a cache of up to five aligned blocks per thread in front of the heap.
-// Blocks are not cleared. Every function may be called from any thread; a block may be freed by another thread
-// than the one that asked for it.
+// Blocks are not cleared. Every function may be called from any thread; a block may be freed by another
+// thread than the one that asked for it.
 
 #include <cstddef>
 #include <cstdint>
@@ -12,8 +12,8 @@ namespace rvn {
 // Alignment, in bytes, of every block that the library asks for.
 constexpr std::int32_t blockAlignment = 128;
 
-// Returns a block of `size` bytes, or null for size 0 and when memory is exhausted. `alignment` counts if it is a
-// power of two of at least 64, otherwise the block is aligned to 64 bytes.
+// Returns a block of `size` bytes, or null for size 0 and when memory is exhausted. `alignment` counts if it
+// is a power of two of at least 64, otherwise the block is aligned to 64 bytes.
 void* rvnMalloc(std::size_t size, std::int32_t alignment);
 
 // Gives a block back; null is ignored.
@@ -23,8 +23,8 @@ void rvnFree(void* block);
 void mmLockAcquire();
 void mmLockRelease();
 
-// The heap below the cache; replaceable, for tests, before any other thread runs. Only `allocate` and `free` are
-// called.
+// The heap below the cache; replaceable, for tests, before any other thread runs. Only `allocate` and `free`
+// are called.
 struct HeapHooks {
   void* (*allocate)(std::size_t size);
   void* (*clearAllocate)(std::size_t count, std::size_t size);

@@ -3,6 +3,7 @@
 // Numbered messages on standard output, and reports of bad parameters by routine name and position.
 // Nothing here is locked: two threads that print at once may mix their text.
 
+#include <atomic>
 #include <cstdint>
 
 namespace rvn {
@@ -11,14 +12,22 @@ namespace rvn {
 // `argumentCount` above 0 the arguments are formatted into the text.
 void rvnPrintMessage(std::int32_t kind, std::int32_t number, std::int32_t argumentCount, ...);
 
-// Prints the message that belongs to error number `*info` of routine `name`; at most 20 characters of the name
-// count.
+// Prints the message that belongs to error number `*info` of routine `name`; at most 20 characters of the
+// name count.
 void rvnReportParameterError(const char* name, const std::int32_t* info, std::int32_t nameLength);
 
 using ParameterErrorHandler = void (*)(const char* name, const std::int32_t* info, std::int32_t nameLength);
 
 // Goes to the installed handler, or to rvnReportParameterError while there is none.
 void rvnReportError(const char* name, const std::int32_t* info, std::int32_t nameLength);
+
+struct MessageState {
+  std::atomic<std::int32_t> catalogueTried{1};    // 0 from the first message on: one attempt to open it
+  std::atomic<std::int32_t> catalogueMissing{1};  // 0 once it is open
+  std::atomic<void*> module{nullptr};
+  std::atomic<ParameterErrorHandler> parameterErrorHandler{nullptr};
+};
+extern MessageState messageState;
 
 // The first setter wins; later calls change nothing.
 void rvnSetParameterErrorHandler(ParameterErrorHandler handler);
