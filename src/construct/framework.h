@@ -94,6 +94,7 @@ struct RowValues {
 
   RowValues(const DfTask& task, std::int64_t f) : y(task.yRows[f]) {}
   double operator[](std::int64_t i) const { return y[i]; }
+  void prefetch(std::int64_t i) const { __builtin_prefetch(y + i); }
 
   // Values at as many breakpoints from i on as V has lanes.
   template <class V>
@@ -108,6 +109,7 @@ struct ColumnValues {
 
   ColumnValues(const DfTask& task, std::int64_t f) : y(task.yRows[0] + f), stride(functionCount(task)) {}
   double operator[](std::int64_t i) const { return y[i * stride]; }
+  void prefetch(std::int64_t i) const { __builtin_prefetch(y + i * stride); }
 
   template <class V>
   V lanes(std::int64_t i) const {

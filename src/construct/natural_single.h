@@ -67,6 +67,23 @@ class SingleSpline {
     }
   }
 
+  static constexpr std::int64_t lineOfDoubles = 8;
+
+  // Fetches the data and the results of elimination of a row, and with it of its neighbours in the cache
+  // line.
+  void prefetchRow(std::int64_t i) const {
+    y_.prefetch(i);
+    if constexpr (!uniform) __builtin_prefetch(p_.x + i);
+    __builtin_prefetch(g_ + i, 1);
+    __builtin_prefetch(t_ + i, 1);
+  }
+
+  // Fetches two cells from i on, and the rows about them at every fourth call of a loop over j = 1, 3, 5 ...
+  void prefetchCells(std::int64_t i, std::int64_t j) const {
+    __builtin_prefetch(c_ + 4 * i, 1);
+    if (j % lineOfDoubles == 1) prefetchRow(i);
+  }
+
   // What elimination has taken so far from the next row of one end.
   struct Taken {
     double pivot = 0.0;
@@ -105,7 +122,13 @@ class SingleSpline {
       const std::int64_t count = c - i < rhsRun ? c - i : rhsRun;
       fillRun(i, count + 1, above);
       fillRun(k - count, count + 1, below);
+      // The chain leaves time to fetch the data of the next run, if there is a whole one.
+      const std::int64_t ahead = i + 2 * rhsRun <= c ? rhsRun : 0;
       for (std::int64_t j = 0; j < count; ++j) {
+        if (j % lineOfDoubles == 0) {
+          prefetchRow(i + j + ahead);
+          prefetchRow(k - j - ahead);
+        }
         step(top, above.diagonal[j], above.rhs[j], above.upper[j], above.lower[j + 1], g_ + i + j,
              t_ + i + j);
         const std::int64_t b = count - j;
@@ -136,7 +159,11 @@ class SingleSpline {
       double down = t_[k];
       std::int64_t j = 1;
       // Two rows at a time: m_(i-2) = (t_(i-2) - g_(i-2) t_(i-1)) + (g_(i-2) g_(i-1)) m_i.
+      const std::int64_t aheadTop = i >= 2 * rhsRun ? rhsRun : 0;
+      const std::int64_t aheadBottom = n - 1 - k >= 2 * rhsRun ? rhsRun : 0;
       for (; j + 1 <= both; j += 2) {
+        prefetchCells(i - j - aheadTop - 1, j);
+        prefetchCells(k + j + aheadBottom - 1, j);
         twoRows(up, g_ + i - j, g_ + i - j - 1, t_ + i - j, t_ + i - j - 1);
         twoRows(down, g_ + k + j, g_ + k + j + 1, t_ + k + j, t_ + k + j + 1);
       }
