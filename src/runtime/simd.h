@@ -154,5 +154,20 @@ constexpr std::int64_t countedAtOnce = level.vectorBytes == 32 ? 16 : 1;
 #endif
 }
 
+// The integer part of each element; |v| must be below 2^31.
+template <class V>
+[[maybe_unused]] inline V truncated(V v) {
+#if RVN_LEVEL >= 8
+  if constexpr (sizeof(V) == 32) return _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+#endif
+  if constexpr (sizeof(V) == 16) {
+#if RVN_LEVEL >= 6
+    return _mm_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+#else
+    return _mm_cvtepi32_pd(_mm_cvttpd_epi32(v));
+#endif
+  }
+}
+
 }  // namespace
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

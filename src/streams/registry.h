@@ -1,0 +1,58 @@
+#pragma once
+
+// The table through which every stream operation reaches its generator.
+
+#include <cstdint>
+
+#include <raven/random_streams.h>
+
+namespace rvn {
+
+// What a generator's state operation does; `args` differs by method.
+enum StateMethod : std::int32_t {
+  stateSeed = 0,       // args: `count` seed words, unused when count is below 1
+  stateLeapfrog = 1,   // the stream becomes stream args[0] of `count` interleaved ones
+  stateSkipAhead = 2,  // by the 64-bit number of outputs in args, low word first; `count` is its words
+};
+
+// One build of a generator. All return 0 or a negative stream status. The state is the one that the next fill
+// emits from; a fill leaves it ready for value n + 1. Arrays may have any address.
+struct BrngOperations {
+  std::int32_t (*stateOp)(std::int32_t method, RsgStream* stream, std::int64_t count,
+                          const std::uint32_t* args);
+  std::int32_t (*fillFloat)(RsgStream* stream, std::int64_t n, float* r, float a, float b);
+  std::int32_t (*fillDouble)(RsgStream* stream, std::int64_t n, double* r, double a, double b);
+  std::int32_t (*fillInt)(RsgStream* stream, std::int64_t n, void* r);  // n raw outputs of wordSize bytes
+};
+
+struct BrngRecord {
+  std::uint32_t stateSize;           // bytes of a stream, the 16-byte header included
+  std::uint32_t seedCount;           // seed words that the generator can take at most
+  std::uint32_t includesZero;        // 1 if a raw output can be zero
+  std::uint32_t wordSize;            // bytes of a raw output
+  std::uint32_t bitCount;            // significant bits of a raw output
+  const BrngOperations* operations;  // null: this version has no such generator
+};
+
+constexpr std::int32_t familyCount = 14;
+constexpr std::int32_t memberRowCount = 279;
+constexpr std::int32_t firstFamilyForm = 0x100000;  // identifiers from here on name family and member
+constexpr std::int32_t wichmannHillFamily = 4;
+constexpr std::int32_t wichmannHillMembers = 273;
+constexpr std::int32_t firstWichmannHillRow = 4;  // of the member table
+
+// The rows of the member table repeat rows of the family table: memberRow[i] is the family of row i.
+struct BrngRegistry {
+  BrngRecord family[familyCount];
+  std::int32_t memberCount[familyCount];
+  std::uint8_t memberRow[memberRowCount];
+};
+
+// What an identifier names; nothing is checked.
+struct BrngPlace {
+  bool inFamilyTable;
+  std::int32_t row;
+  std::int32_t member;
+};
+
+}  // namespace rvn

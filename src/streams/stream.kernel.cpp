@@ -1,0 +1,71 @@
+#include "streams/stream.h"
+
+#include "runtime/memory.h"
+#include "runtime/simd.h"
+#include "streams/locate.h"
+#include "streams/stream_kernels.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+// Families that are fed from a caller's buffer: no stream of theirs can exist.
+bool isBufferFed(std::int32_t brngId) {
+  return (brngId & ~0x100000) == 0xA00000 || brngId == 0xC00000;
+}
+
+std::int32_t newStream(RsgStream** stream, std::int32_t brngId, std::int64_t seedCount,
+                       const std::uint32_t* seeds) {
+  if (isBufferFed(brngId)) return RSG_ERROR_GENERATOR;
+  const BrngPlace place = rsgBrngLocate(brngId);
+  if (const std::int32_t status = rsgBrngCheck(place)) return status;
+  const BrngRecord& record = rsgBrngRow(place);
+  if (record.operations == nullptr) return RSG_ERROR_GENERATOR;
+  auto* const created = static_cast<RsgStream*>(rvnMalloc(record.stateSize, blockAlignment));
+  *stream = created;
+  if (created == nullptr) return RSG_ERROR_MEMORY;
+  created->brngId = brngId;
+  created->resourcesSlot = 0;
+  created->resources = nullptr;
+  created->validMark = 1;
+  return record.operations->stateOp(stateSeed, created, seedCount, seeds);
+}
+
+std::int32_t deleteStream(RsgStream** stream) {
+  rsgReleaseResources(*stream);
+  rvnFree(*stream);
+  *stream = nullptr;
+  return RSG_STATUS_OK;
+}
+
+// min(b, max(a, x)); with these orders of comparison a NaN stays a NaN.
+template <class V>
+V clamped(V x, V a, V b) {
+  const V low = a > x ? a : x;
+  return b < low ? b : low;
+}
+
+void clampAll(std::int64_t n, double* r, double a, double b) {
+  constexpr std::int64_t group = 4 * laneCount;
+  const auto lowest = broadcast<Lanes>(a);
+  const auto highest = broadcast<Lanes>(b);
+  std::int64_t i = 0;
+  for (; i + group <= n; i += group)
+    for (std::int64_t k = i; k < i + group; k += laneCount)
+      store(r + k, clamped(load<Lanes>(r + k), lowest, highest));
+  for (; i < n; ++i)
+    store(r + i, clamped(load<double>(r + i), a, b));
+}
+
+std::int32_t uniform(std::int32_t method, RsgStream* stream, std::int64_t n, double* r, double a, double b) {
+  const BrngRecord& record = rsgBrngRow(rsgBrngLocate(stream->brngId));
+  const std::int32_t status = record.operations->fillDouble(stream, n, r, a, b);
+  if (status >= 0 && (method & RNG_UNIFORM_CLAMPED) != 0) clampAll(n, r, a, b);
+  return status;
+}
+
+}  // namespace
+
+extern const StreamKernels streamKernels;
+const StreamKernels streamKernels = {newStream, deleteStream, uniform, &brngRegistry};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

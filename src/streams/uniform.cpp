@@ -1,0 +1,29 @@
+#include "runtime/kernel_slot.h"
+#include "streams/report.h"
+#include "streams/stream.h"
+
+namespace {
+
+rvn::KernelSlot<decltype(rvn::StreamKernels::uniform)> uniformSlot{nullptr};
+
+}  // namespace
+
+extern "C" {
+
+std::int32_t vdRngUniform(std::int32_t method, RsgStream* stream, std::int32_t n, double* r, double a,
+                          double b) {
+  constexpr const char name[] = "vdRngUniform";
+  if (method < 0) return rvn::refuseParameter(name, 1, RSG_ERROR_ARGUMENT);
+  if (const std::int32_t status = rvn::rsgStreamCheck(stream)) return rvn::refuseParameter(name, 2, status);
+  if (n < 0) return rvn::refuseParameter(name, 3, RSG_ERROR_ARGUMENT);
+  if (n == 0) return RSG_STATUS_OK;
+  if (r == nullptr) return rvn::refuseParameter(name, 4, RSG_ERROR_ARGUMENT);
+  if (method != RNG_UNIFORM_PLAIN && method != RNG_UNIFORM_CLAMPED)
+    return rvn::refuseParameter(name, 1, RSG_ERROR_ARGUMENT);
+  if (b <= a) return rvn::refuseParameter(name, 5, RSG_ERROR_ARGUMENT);  // a NaN passes
+  const auto uniform =
+      rvn::loadKernel(uniformSlot, [](const rvn::LevelTable& t) { return t.streams->uniform; });
+  return uniform(method, stream, n, r, a, b);
+}
+
+}  // extern "C"

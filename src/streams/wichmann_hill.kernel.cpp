@@ -1,0 +1,246 @@
+// The Wichmann-Hill generator: x_j <- mult_j x_j mod m_j for j = 0 .. 3, output u = frac(sum of x_j / m_j) of
+// the state before that step (B. A. Wichmann, I. D. Hill, Applied Statistics 31, 1982; four components with
+// moduli just under 2^24: N. M. Maclaren, Applied Statistics 38, 1989).
+//
+// Everything but the output sum is integers held in doubles, exact in every operation, so the sequence is
+// that of a remainder in integers. With c, x < m < 2^24 the product t = c x is below 2^48. Its quotient by m
+// is q = trunc(x (c/m)): x (c/m) is computed with an error below 2^-27, and t/m, never an integer since m is
+// prime, stays at least 1/m > 2^-24 away from the integers. q m and t - q m are exact again. Nothing is
+// fused.
+
+#include "streams/wichmann_hill.h"
+
+#include "runtime/simd.h"
+#include "streams/locate.h"
+#include "streams/pow_mod.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+constexpr int components = 4;
+
+// Steps that a pass takes side by side, in two vectors per component: enough work to cover the latency of the
+// recurrence, and no more than registers hold.
+constexpr int vectorsPerPass = 2;
+constexpr int stepsPerPass = vectorsPerPass * laneCount;
+
+// (c x) mod m, with `ratio` = c/m rounded to nearest.
+template <class V>
+inline V multiplyMod(V x, V c, V ratio, V m) {
+  return c * x - truncated(x * ratio) * m;
+}
+
+// The four components of one step in vectors.
+constexpr int vectorsPerStep = components / laneCount;
+struct Step {
+  Lanes part[vectorsPerStep];
+};
+
+inline Step multiplyMod(const Step& x, const Step& c, const Step& m) {
+  Step product;
+  for (int i = 0; i < vectorsPerStep; ++i)
+    product.part[i] = multiplyMod(x.part[i], c.part[i], c.part[i] / m.part[i], m.part[i]);
+  return product;
+}
+
+inline Step asStep(const std::uint32_t* from) {
+  double values[components];
+  for (int j = 0; j < components; ++j)
+    values[j] = static_cast<double>(from[j]);
+  Step step;
+  for (int i = 0; i < vectorsPerStep; ++i)
+    step.part[i] = load<Lanes>(values + i * laneCount);
+  return step;
+}
+
+inline void storeState(const Step& step, void* to) {
+  for (int i = 0; i < vectorsPerStep; ++i)
+    storeAsInts(static_cast<std::int32_t*>(to) + i * laneCount, step.part[i]);
+}
+
+const std::uint32_t* moduli(const WichmannHillStream& stream) {
+  return WichmannHillModuli[rsgBrngLocate(stream.header.brngId).member];
+}
+
+// What a fill starts from: the states of the first `stepsPerPass` outputs, and the multipliers that carry
+// each of them to the next pass.
+struct Start {
+  Step state[stepsPerPass];
+  Step jump;  // mult^stepsPerPass mod m
+  Step m;
+};
+
+inline void start(const WichmannHillStream& stream, Start& s) {
+  s.m = asStep(moduli(stream));
+  s.jump = asStep(stream.mult);
+  s.state[0] = asStep(stream.x);
+  for (int known = 1; known < stepsPerPass; known *= 2) {
+    for (int k = 0; k < known; ++k)
+      s.state[known + k] = multiplyMod(s.state[k], s.jump, s.m);
+    s.jump = multiplyMod(s.jump, s.jump, s.m);
+  }
+}
+
+// The same with the lanes along the sequence: lane k of x[j] is component j of step k.
+struct Block {
+  Lanes x[components][vectorsPerPass];
+  Lanes c[components];
+  Lanes ratio[components];  // c/m
+  Lanes m[components];
+  Lanes r[components];
+};
+
+inline void arrange(const Start& s, const double* reciprocals, Block& block) {
+  double state[stepsPerPass][components];
+  for (int k = 0; k < stepsPerPass; ++k)
+    __builtin_memcpy(state[k], s.state[k].part, sizeof state[k]);
+  double jump[components];
+  double m[components];
+  __builtin_memcpy(jump, s.jump.part, sizeof jump);
+  __builtin_memcpy(m, s.m.part, sizeof m);
+  for (int j = 0; j < components; ++j) {
+    double lanes[stepsPerPass];
+    for (int k = 0; k < stepsPerPass; ++k)
+      lanes[k] = state[k][j];
+    for (int v = 0; v < vectorsPerPass; ++v)
+      block.x[j][v] = load<Lanes>(lanes + v * laneCount);
+    block.c[j] = broadcast<Lanes>(jump[j]);
+    block.ratio[j] = broadcast<Lanes>(jump[j] / m[j]);
+    block.m[j] = broadcast<Lanes>(m[j]);
+    block.r[j] = broadcast<Lanes>(reciprocals[j]);
+  }
+}
+
+// One vector of values over the interval from a on, of the given width.
+inline Lanes valuesOf(const Block& block, int v, Lanes width, Lanes a) {
+  const Lanes s = ((block.x[0][v] * block.r[0] + block.x[1][v] * block.r[1]) + block.x[2][v] * block.r[2]) +
+                  block.x[3][v] * block.r[3];
+  return (s - truncated(s)) * width + a;
+}
+
+inline void advance(Block& block) {
+#pragma GCC unroll 4
+  for (int j = 0; j < components; ++j)
+#pragma GCC unroll 2
+    for (int v = 0; v < vectorsPerPass; ++v)
+      block.x[j][v] = multiplyMod(block.x[j][v], block.c[j], block.ratio[j], block.m[j]);
+}
+
+inline void storeValues(double* r, Lanes values) {
+  store(r, values);
+}
+
+inline void storeValues(float* r, Lanes values) {
+  float rounded[laneCount];
+  for (int k = 0; k < laneCount; ++k)
+    rounded[k] = static_cast<float>(values[k]);
+  __builtin_memcpy(r, rounded, sizeof rounded);
+}
+
+template <class Real>
+std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
+  auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
+  Start s;
+  start(stream, s);
+  Block block;
+  arrange(s, WichmannHillReciprocals[rsgBrngLocate(header->brngId).member], block);
+
+  const auto a = broadcast<Lanes>(static_cast<double>(from));
+  const auto width = broadcast<Lanes>(static_cast<double>(to) - static_cast<double>(from));
+  std::int64_t i = 0;
+  for (; i + stepsPerPass <= n; i += stepsPerPass) {
+    for (int v = 0; v < vectorsPerPass; ++v)
+      storeValues(r + i + v * laneCount, valuesOf(block, v, width, a));
+    advance(block);
+  }
+  // The last pass, in part: the state stays at the lane behind the last one emitted.
+  const std::int64_t left = n - i;
+  if (left > 0) {
+    Real last[stepsPerPass];
+    for (int v = 0; v < vectorsPerPass; ++v)
+      storeValues(last + v * laneCount, valuesOf(block, v, width, a));
+    __builtin_memcpy(r + i, last, static_cast<std::size_t>(left) * sizeof(Real));
+  }
+  for (int j = 0; j < components; ++j) {
+    double lanes[stepsPerPass];
+    __builtin_memcpy(lanes, block.x[j], sizeof lanes);
+    stream.x[j] = static_cast<std::uint32_t>(lanes[left]);
+  }
+  return RSG_STATUS_OK;
+}
+
+std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
+  return fillReal(stream, n, r, a, b);
+}
+
+std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
+  return fillReal(stream, n, r, a, b);
+}
+
+// A raw output is the four components in a row, which is how a Step holds them.
+std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
+  constexpr std::int64_t outputBytes = 16;
+  auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
+  Start s;
+  start(stream, s);
+  Step ratio;
+  for (int i = 0; i < vectorsPerStep; ++i)
+    ratio.part[i] = s.jump.part[i] / s.m.part[i];
+  auto* const bytes = static_cast<unsigned char*>(r);
+  std::int64_t i = 0;
+  for (; i + stepsPerPass <= n; i += stepsPerPass)
+    for (int k = 0; k < stepsPerPass; ++k) {
+      storeState(s.state[k], bytes + (i + k) * outputBytes);
+      for (int p = 0; p < vectorsPerStep; ++p)
+        s.state[k].part[p] = multiplyMod(s.state[k].part[p], s.jump.part[p], ratio.part[p], s.m.part[p]);
+    }
+  const std::int64_t left = n - i;
+  for (std::int64_t k = 0; k < left; ++k)
+    storeState(s.state[k], bytes + (i + k) * outputBytes);
+  storeState(s.state[left], stream.x);
+  return RSG_STATUS_OK;
+}
+
+void seed(WichmannHillStream& stream, std::int64_t count, const std::uint32_t* seeds) {
+  const BrngPlace place = rsgBrngLocate(stream.header.brngId);
+  for (int j = 0; j < components; ++j) {
+    const std::uint32_t reduced = j < count ? seeds[j] % WichmannHillModuli[place.member][j] : 0;
+    stream.x[j] = reduced == 0 ? 1 : reduced;
+    stream.mult[j] = WichmannHillMultipliers[place.member][j];
+  }
+}
+
+// Steps x by `outputs` steps of the stream.
+void skip(WichmannHillStream& stream, std::uint64_t outputs) {
+  const std::uint32_t* const m = moduli(stream);
+  for (int j = 0; j < components; ++j) {
+    const std::uint64_t jump = rsgPowMod(stream.mult[j], outputs, m[j]);
+    stream.x[j] = static_cast<std::uint32_t>(stream.x[j] * jump % m[j]);
+  }
+}
+
+std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
+  auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
+  switch (method) {
+    case stateSeed:
+      seed(stream, count, args);
+      return RSG_STATUS_OK;
+    case stateLeapfrog:
+      skip(stream, args[0]);
+      for (int j = 0; j < components; ++j)
+        stream.mult[j] = rsgPowMod(stream.mult[j], static_cast<std::uint64_t>(count), moduli(stream)[j]);
+      return RSG_STATUS_OK;
+    case stateSkipAhead:
+      skip(stream, static_cast<std::uint64_t>(args[1]) << 32 | args[0]);
+      return RSG_STATUS_OK;
+    default:
+      return RSG_ERROR_STATE_METHOD;
+  }
+}
+
+}  // namespace
+
+extern const BrngOperations wichmannHill;
+const BrngOperations wichmannHill = {stateOp, fillFloat, fillDouble, fillInt};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,0 +1,1 @@
+#include "streams/tables/wichmann_hill_tables.h"
