@@ -86,6 +86,7 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&count, arguments.data());
   bench::registerConstructRows();
   bench::registerSolveRows();
+  bench::registerStreamRows();
   bench::registerCallRows();
   bench::registerSearchRows();
   bench::registerEvaluateRows();

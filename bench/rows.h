@@ -8,6 +8,7 @@ namespace bench {
 
 void registerConstructRows();
 void registerSolveRows();
+void registerStreamRows();
 void registerCallRows();
 void registerSearchRows();
 void registerEvaluateRows();
