@@ -37,6 +37,10 @@ struct InterpData {
       value = at;
       at += equidistant ? 1.0 : gap(random);
     }
+    // Near their places at equal distances, as the quasi-uniform hint promises.
+    nearlyUniform_ = x;
+    for (std::size_t i = 0; i < nx; ++i)
+      nearlyUniform_[i] = 1.0 + static_cast<double>(i) + 0.3 * (gap(random) - 1.0);
     for (std::size_t i = 0; i < nx; ++i)
       y[i] = std::sin(0.3 * x[i]);
     const auto count = static_cast<std::int32_t>(nx);
@@ -48,7 +52,7 @@ struct InterpData {
     ends_[0] = x.front();
     ends_[1] = x.back();
     make(general, DF_XHINT_NONE, x.data());
-    make(quasiUniform, DF_XHINT_QUASI_UNIFORM, x.data());
+    make(quasiUniform, DF_XHINT_QUASI_UNIFORM, nearlyUniform_.data());
     if (equidistant) make(uniform, DF_XHINT_UNIFORM, ends_);
     dfTaskConstruct(general, 0, 0);
     std::uniform_real_distribution<double> where(x.front(), x.back());
@@ -66,7 +70,10 @@ struct InterpData {
     dfTaskDestroy(&uniform);
   }
 
+  const std::vector<double>& nearlyUniform() const { return nearlyUniform_; }
+
  private:
+  std::vector<double> nearlyUniform_;
   double ends_[2] = {};
 };
 

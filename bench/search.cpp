@@ -35,6 +35,10 @@ std::vector<double> crowdedSites(const InterpData& data) {
   return sites;
 }
 
+const std::vector<double>& breakpointsOf(const SearchRow& row, const InterpData& data) {
+  return row.path == Path::quasiUniform ? data.nearlyUniform() : data.x;
+}
+
 void find(const SearchRow& row, const InterpData& data, const double* site, std::int32_t* cell) {
   const DfTask* task = row.path == Path::uniform        ? data.uniform
                        : row.path == Path::quasiUniform ? data.quasiUniform
@@ -49,9 +53,9 @@ void findPlain(const SearchRow& row, const InterpData& data, const double* site,
   if (row.path == Path::uniform) {
     plainUniformCells(row.nx, data.x.front(), data.step, row.batch, site, cell);
   } else if (row.path == Path::sorted && row.batch > row.nx / 10) {
-    plainSortedCells(row.nx, data.x.data(), row.batch, site, cell);
+    plainSortedCells(row.nx, breakpointsOf(row, data).data(), row.batch, site, cell);
   } else {
-    plainCells(row.nx, data.x.data(), row.batch, site, cell);
+    plainCells(row.nx, breakpointsOf(row, data).data(), row.batch, site, cell);
   }
 }
 
@@ -63,7 +67,7 @@ void run(benchmark::State& state, const SearchRow& row, bool plain) {
   std::vector<std::int32_t> expected(row.batch);
   const double* site = batches.next();
   find(row, data, site, cells.data());
-  plainCells(row.nx, data.x.data(), row.batch, site, expected.data());
+  plainCells(row.nx, breakpointsOf(row, data).data(), row.batch, site, expected.data());
   if (cells != expected) state.SkipWithError("cells");
   for (auto _ : state) {
     if (plain) {

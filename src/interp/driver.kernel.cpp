@@ -30,6 +30,7 @@ struct Run {
   CellSearch search;  // null: cells are given
   CellSearchArgs searchArgs;
   PreparePieces prepare;  // null: no polynomial
+  bool ahead;             // blocks are prepared one ahead of their evaluation
   Evaluator evaluate;
   Wanted wanted;
   std::int64_t nfunc;
@@ -143,6 +144,7 @@ struct BlockScratch {
   std::int32_t piece[sitesAtOnce];
   std::int32_t marks[sitesAtOnce];
   double t[sitesAtOnce];
+  EvalBlock block;
 };
 
 // Finds the cells of a block; `cells` receives where they stand.
@@ -168,17 +170,17 @@ std::int32_t findCells(const Run& run, std::int64_t first, std::int64_t nblock, 
   return run.search(args);
 }
 
-std::int32_t runBlock(const Run& run, std::int64_t first, std::int64_t nblock, std::int64_t worker,
-                      BlockScratch& scratch, std::int32_t& runningCell) {
-  const InterpolateCall& call = *run.call;
-  const double* site = call.site + first;
+// Sites, cells and pieces of a block.
+std::int32_t prepareBlock(const Run& run, std::int64_t first, std::int64_t nblock, std::int64_t worker,
+                          BlockScratch& scratch, std::int32_t& runningCell) {
+  const double* site = run.call->site + first;
   if (run.uniformSites) {
     for (std::int64_t i = 0; i < nblock; ++i)
       scratch.site[i] = static_cast<double>(first + i) * run.siteStep + run.firstSite;
     site = scratch.site;
   }
-  EvalBlock block = {};
-  std::int32_t status = findCells(run, first, nblock, site, scratch, runningCell, block.blockCells);
+  EvalBlock& block = scratch.block;
+  const std::int32_t status = findCells(run, first, nblock, site, scratch, runningCell, block.blockCells);
   if (status < 0) return status;
   block.task = run.task;
   block.wanted = &run.wanted;
@@ -190,19 +192,26 @@ std::int32_t runBlock(const Run& run, std::int64_t first, std::int64_t nblock, s
   block.t = scratch.t;
   block.work = run.work == nullptr ? nullptr : run.work + worker * run.workerWork;
   if (run.prepare != nullptr) run.prepare(block, scratch.piece, scratch.t);
+  return 0;
+}
+
+std::int32_t evaluateBlock(const Run& run, std::int64_t first, std::int64_t worker, BlockScratch& scratch) {
+  const InterpolateCall& call = *run.call;
+  EvalBlock& block = scratch.block;
   const std::int64_t nres = run.wanted.nres;
   double* const area = run.direct ? call.r : run.results + worker * run.workerResults;
-  const std::int64_t row = run.direct ? nres * call.nsite : nres * nblock;
+  const std::int64_t row = run.direct ? nres * call.nsite : nres * block.nblock;
   for (std::int64_t f = 0; f < run.nfunc; ++f) {
     block.f = f;
     block.blockResults = area + f * row + (run.direct ? first * nres : 0);
     if (run.clears)
-      for (std::int64_t i = 0; i < nblock * nres; ++i)
+      for (std::int64_t i = 0; i < block.nblock * nres; ++i)
         block.blockResults[i] = 0.0;
-    status = run.evaluate(block);
+    const std::int32_t status = run.evaluate(block);
     if (status < 0) return status;
     if (!run.direct)
-      transposeResults(nblock, nres, block.blockResults, call.r + f * nres * call.nsite + first, call.nsite);
+      transposeResults(block.nblock, nres, block.blockResults, call.r + f * nres * call.nsite + first,
+                       call.nsite);
   }
   return 0;
 }
@@ -210,14 +219,25 @@ std::int32_t runBlock(const Run& run, std::int64_t first, std::int64_t nblock, s
 // ---- all blocks ----
 
 std::int32_t runRange(const Run& run, std::int64_t first, std::int64_t nsite, std::int64_t worker) {
-  BlockScratch scratch;
+  BlockScratch scratch[2];
   std::int32_t runningCell = 0;
-  std::int32_t status = 0;
-  for (std::int64_t done = 0; done < nsite && status >= 0; done += sitesAtOnce) {
-    const std::int64_t nblock = nsite - done < sitesAtOnce ? nsite - done : sitesAtOnce;
-    status = runBlock(run, first + done, nblock, worker, scratch, runningCell);
+  const std::int64_t end = first + nsite;
+  const auto sitesFrom = [&](std::int64_t at) { return end - at < sitesAtOnce ? end - at : sitesAtOnce; };
+  if (nsite <= 0) return 0;
+  std::int32_t ready = prepareBlock(run, first, sitesFrom(first), worker, scratch[0], runningCell);
+  int current = 0;
+  for (std::int64_t at = first; ready >= 0; at += sitesAtOnce, current = 1 - current) {
+    const std::int64_t next = at + sitesAtOnce;
+    // Splines prepare the next block while the coefficients of this one are on their way from memory. The
+    // others can fail in a block, and must have touched none behind it.
+    if (next < end && run.ahead)
+      ready = prepareBlock(run, next, sitesFrom(next), worker, scratch[1 - current], runningCell);
+    const std::int32_t status = evaluateBlock(run, at, worker, scratch[current]);
+    if (status < 0 || next >= end) return status;
+    if (!run.ahead)
+      ready = prepareBlock(run, next, sitesFrom(next), worker, scratch[1 - current], runningCell);
   }
-  return status;
+  return ready;
 }
 
 struct SharedRun {
@@ -276,6 +296,7 @@ std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const 
   if (evalClass <= evalGeneral) {
     run.prepare = polynomialKernels.prepare[uniform ? 1 : 0][evalClass == evalSubbotin ? 1 : 0];
     run.evaluate = polynomialKernels.evaluate[evalClass];
+    run.ahead = true;
   } else {
     run.evaluate = stepKernels.evaluate[evalClass - evalStepLeft];
   }

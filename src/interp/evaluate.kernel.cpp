@@ -14,6 +14,8 @@ namespace {
 
 // ---- pieces ----
 
+constexpr std::int64_t cachedCoefficients = 32768;  // doubles of a row that no search drives out of the cache
+
 // The point that piece q ends and piece q + 1 begins at, for splines that join between breakpoints. All knots
 // given: ic is read from its first element on; two knots given: an equidistant run; none: midpoints.
 template <bool uniform>
@@ -45,6 +47,15 @@ void preparePieces(const EvalBlock& block, std::int32_t* __restrict piece, doubl
   if constexpr (joinsAtKnots) {
     for (std::int64_t i = 0; i < block.nblock; ++i)
       if (site[i] >= knot<uniform>(task, block.h, piece[i])) ++piece[i];
+  }
+  // Fetches the coefficients of the first function while the block waits for its evaluation.
+  if (task.nx * task.order > cachedCoefficients) {
+    const double* row = task.coeffRows[0];
+    for (std::int64_t i = 0; i < block.nblock; ++i) {
+      const double* c = row + std::int64_t{piece[i]} * task.order;
+      __builtin_prefetch(c);
+      __builtin_prefetch(c + task.order - 1);
+    }
   }
   if constexpr (uniform) {
     const double x0 = task.x[0];

@@ -13,6 +13,7 @@ namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
 constexpr std::int64_t scannedBreakpoints = 16;  // partitions up to this size are counted through
+constexpr std::int64_t longBracket = 64;         // breakpoints; longer brackets are entered by a secant step
 static_assert(countedAtOnce <= scannedBreakpoints);
 
 inline std::int64_t smaller(std::int64_t a, std::int64_t b) {
@@ -48,8 +49,12 @@ inline void narrow(const double* x, std::int64_t n, const double* site, std::int
 // The same for up to sitesAtOnce sites; n at least countedAtOnce.
 void narrowAll(const double* x, std::int64_t n, std::int64_t nsite, const double* site, std::int32_t* cell) {
   std::int64_t i = 0;
-  for (; i + 8 <= nsite; i += 8)
+  for (; i + 16 <= nsite; i += 16)
+    narrow<16>(x, n, site + i, cell + i);
+  if (i + 8 <= nsite) {
     narrow<8>(x, n, site + i, cell + i);
+    i += 8;
+  }
   if (i + 4 <= nsite) {
     narrow<4>(x, n, site + i, cell + i);
     i += 4;
@@ -94,24 +99,74 @@ void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, 
   // The coarse cell brackets its sites by breakpoints `lo` and `hi`. Sites left of the partition and NaN go
   // to coarse cell 0, where `lo` is 0 and no comparison holds.
   const double x0 = args.x[0];
-  const auto last = static_cast<double>(args.lookupCells - 1);
+  const auto cells = static_cast<double>(args.lookupCells);
+  const auto lastCoarse = static_cast<std::int32_t>(args.lookupCells - 1);
+  double scaled[sitesAtOnce];
   std::int32_t coarse[sitesAtOnce];
   for (std::int64_t i = 0; i < nsite; ++i) {
     const double v = (site[i] - x0) * args.lookupInvWidth;
     const double positive = v > 0.0 ? v : 0.0;
-    coarse[i] = static_cast<std::int32_t>(positive < last ? positive : last);
+    scaled[i] = positive < cells ? positive : cells;
+    const auto b = static_cast<std::int32_t>(scaled[i]);
+    coarse[i] = b < lastCoarse ? b : lastCoarse;
   }
   std::int64_t n = countedAtOnce;
+  std::int32_t lo[sitesAtOnce];
+  std::int32_t width[sitesAtOnce];
   for (std::int64_t i = 0; i < nsite; ++i) {
     const LookupCell bracket = args.lookup[coarse[i]];
-    n = larger(n, std::int64_t{bracket.hi} - bracket.lo + 1);
-    cell[i] = static_cast<std::int32_t>(bracket.lo);
+    lo[i] = static_cast<std::int32_t>(bracket.lo);
+    width[i] = static_cast<std::int32_t>(bracket.hi) - lo[i] + 1;
+    n = larger(n, width[i]);
   }
   n = smaller(n, nx);
   const auto lastFirst = static_cast<std::int32_t>(nx - n);
+  if (n <= longBracket) {
+    for (std::int64_t i = 0; i < nsite; ++i)
+      cell[i] = lo[i] < lastFirst ? lo[i] : lastFirst;
+    return narrowAll(args.x, n, nsite, site, cell);
+  }
+  // Long brackets: one secant step from the breakpoint at the site's place in its coarse cell, then a short
+  // window about the result; that takes two or three cache lines instead of one per halving. Sites outside
+  // their windows are searched for in their brackets.
+  const auto lastBreakpoint = static_cast<std::int32_t>(nx - 1);
+  std::int32_t first[sitesAtOnce];
+  for (std::int64_t i = 0; i < nsite; ++i) {
+    const std::int32_t guess = lo[i] + static_cast<std::int32_t>((scaled[i] - coarse[i]) * width[i]);
+    first[i] = guess < lastBreakpoint ? guess : lastBreakpoint;
+  }
   for (std::int64_t i = 0; i < nsite; ++i)
-    cell[i] = cell[i] < lastFirst ? cell[i] : lastFirst;
-  narrowAll(args.x, n, nsite, site, cell);
+    __builtin_prefetch(args.x + first[i]);
+  constexpr std::int64_t window = scannedBreakpoints;
+  const auto lastGuess = static_cast<std::int32_t>(nx - window);
+  const auto farthest = static_cast<double>(n);
+  for (std::int64_t i = 0; i < nsite; ++i) {
+    const double step = (site[i] - args.x[first[i]]) * args.lookupInvWidth * width[i];
+    const double below = step < farthest ? step : farthest;
+    const std::int32_t guess = first[i] + static_cast<std::int32_t>(below > -farthest ? below : -farthest) -
+                               static_cast<std::int32_t>(window / 2 - 1);
+    const std::int32_t inside = guess < lastGuess ? guess : lastGuess;
+    first[i] = inside > 0 ? inside : 0;
+    cell[i] = first[i];
+  }
+  narrowAll(args.x, window, nsite, site, cell);
+  std::int32_t missed[sitesAtOnce];
+  std::int64_t misses = 0;
+  for (std::int64_t i = 0; i < nsite; ++i) {
+    const std::int64_t c = cell[i];
+    missed[misses] = static_cast<std::int32_t>(i);
+    misses += ((c == first[i]) & (c > 0)) | ((c == first[i] + window) & (c < nx));
+  }
+  if (misses == 0) return;
+  double site2[sitesAtOnce];
+  std::int32_t cell2[sitesAtOnce];
+  for (std::int64_t k = 0; k < misses; ++k) {
+    site2[k] = site[missed[k]];
+    cell2[k] = lo[missed[k]] < lastFirst ? lo[missed[k]] : lastFirst;
+  }
+  narrowAll(args.x, n, misses, site2, cell2);
+  for (std::int64_t k = 0; k < misses; ++k)
+    cell[missed[k]] = cell2[k];
 }
 
 // Calls body(nsite, site, cell) for the sites of a call in runs of at most sitesAtOnce.
@@ -153,19 +208,25 @@ std::int32_t searchUniform(const CellSearchArgs& args) {
 
 // Corrects an estimate 0 .. nx. A site equal to x[c] stays left of it when the estimate is c: the first test
 // is strict. One step either way is taken without a branch, since the estimate is often off by one; more are
-// rare.
+// rare, and after a few of them the whole partition is searched.
 inline std::int32_t correct(const double* x, std::int64_t nx, double s, std::int64_t c) {
   const bool right = (c < nx) & (s > x[smaller(c, nx - 1)]);
   const bool left = (c > 0) & (x[larger(c, 1) - 1] > s);
   if (right & left) return static_cast<std::int32_t>(c);  // no ascending breakpoints
   c += std::int64_t{right} - std::int64_t{left};
+  std::int64_t steps = scannedBreakpoints;
   if (right)
-    while (c < nx && s >= x[c])
+    while (c < nx && s >= x[c] && steps-- > 0)
       ++c;
   if (left)
-    while (c > 0 && x[c - 1] > s)
+    while (c > 0 && x[c - 1] > s && steps-- > 0)
       --c;
-  return static_cast<std::int32_t>(c);
+  std::int32_t cell = static_cast<std::int32_t>(c);
+  if (steps < 0) {
+    cell = 0;
+    narrow<1>(x, nx, &s, &cell);
+  }
+  return cell;
 }
 
 std::int32_t searchQuasiUniform(const CellSearchArgs& args) {

@@ -68,7 +68,7 @@ void expectModel(const Shape& shape, const Orders& dorder, std::int32_t rhint) {
                      ", rhint " + std::to_string(rhint) + ", " + std::to_string(shape.nsite) +
                      " sites, dorder";
   for (const std::int64_t entry : dorder)
-    name += " " + std::to_string(entry);
+    name.append(" ").append(std::to_string(entry));
   SCOPED_TRACE(name);
   const std::vector<double> x = breakpoints(shape.nx, shape.uniform);
   const std::vector<double> given = shape.uniform ? std::vector<double>{x.front(), x.back()} : x;

@@ -11,6 +11,14 @@
 
 namespace support {
 
+// What the guard knows; outside of it, since a class cannot default-construct its own nested records inline.
+struct HeapCounts {
+  int failAt = 0;
+  int calls = 0;
+  std::set<void*> live;
+  rvn::HeapHooks below = {};
+};
+
 class FailingHeap {
  public:
   // The n-th allocation, counted from 1, yields null; none does for 0.
@@ -35,13 +43,7 @@ class FailingHeap {
   bool failed() const { return counts.failAt > 0 && counts.calls >= counts.failAt; }
 
  private:
-  struct Counts {
-    int failAt = 0;
-    int calls = 0;
-    std::set<void*> live;
-    rvn::HeapHooks below = {};
-  };
-  static inline Counts counts;
+  static inline HeapCounts counts;
 
   static void* allocate(std::size_t size) {
     if (++counts.calls == counts.failAt) return nullptr;
