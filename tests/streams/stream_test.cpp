@@ -1,0 +1,264 @@
+#include "streams/stream.h"
+
+#include <algorithm>
+#include <array>
+#include <cfloat>
+#include <cmath>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "runtime/cpu_level.h"
+#include "runtime/level_table.h"
+#include "streams/registry.h"
+#include "support/compare.h"
+#include "support/failing_heap.h"
+
+#include <raven/random_streams.h>
+
+namespace {
+
+std::string report(int position, const std::string& routine) {
+  return "\nVetra RVN ERROR: Parameter " + std::to_string(position) + " was incorrect on entry to " +
+         routine + ".\n";
+}
+
+TEST(StreamCreation, IdentifiersAndReports) {
+  const struct {
+    std::int32_t brngId;
+    std::int32_t status;
+  } cases[] = {
+      {0x500000, 0},
+      {0x500000 + 272, 0},
+      {0x500000 + 273, -1000},
+      {0x5FFFFF, -1000},
+      {4, 0},
+      {276, 0},
+      {3, -1000},
+      {277, -1000},
+      {278, -1000},
+      {279, -1000},
+      {0xFFFFF, -1000},
+      {0, -1000},
+      {-1, -1000},
+      {-273, -1000},
+      {INT32_MIN, -1000},
+      {INT32_MAX, -1000},
+      {0x100000, -1000},
+      {0x600000, -1000},
+      {0x900000, -1000},
+      {0x900000 + 6024, -1000},
+      {0xA00000, -1000},
+      {0xB00000, -1000},
+      {0xC00000, -1000},
+      {0xA00001, -1000},
+      {0xD00000, -1000},
+      {0xE00000, -1000},
+      {0xF00000, -1000},
+      {0x7FF00000, -1000},
+  };
+  for (const auto& c : cases) {
+    RsgStream marker = {};
+    RsgStream* stream = &marker;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(rsgNewStream(&stream, c.brngId, 1), c.status) << c.brngId;
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(printed, c.status == 0 ? "" : report(2, "rsgNewStream")) << c.brngId;
+    if (c.status != 0) {
+      EXPECT_EQ(stream, &marker) << c.brngId;
+      continue;
+    }
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(stream) % 128, 0u);
+    EXPECT_EQ(stream->brngId, c.brngId);
+    EXPECT_EQ(stream->resources, nullptr);
+    EXPECT_EQ(rsgDeleteStream(&stream), 0);
+    EXPECT_EQ(stream, nullptr);
+  }
+}
+
+TEST(StreamCreation, BothFormsOfAnIdentifierNameOneMember) {
+  for (const std::int32_t member : {0, 1, 271, 272}) {
+    std::vector<double> values[2];
+    int form = 0;
+    for (const std::int32_t brngId : {RSG_BRNG_WICHMANN_HILL + member, 4 + member}) {
+      RsgStream* stream = nullptr;
+      ASSERT_EQ(rsgNewStream(&stream, brngId, 5), 0);
+      values[form].resize(20);
+      EXPECT_EQ(vdRngUniform(0, stream, 20, values[form].data(), 0.0, 1.0), 0);
+      rsgDeleteStream(&stream);
+      ++form;
+    }
+    EXPECT_EQ(values[0], values[1]) << member;
+  }
+}
+
+// The member table repeats the families 0 to 3, Wichmann-Hill 273 times, and the families 5 and 6.
+TEST(StreamCreation, RegistryRows) {
+  const rvn::BrngRegistry& registry = *rvn::levelTables[rvn::cpuLevel()]->streams->registry;
+  EXPECT_EQ(registry.memberRow[3], 3);
+  EXPECT_EQ(registry.memberRow[4], 4);
+  EXPECT_EQ(registry.memberRow[276], 4);
+  EXPECT_EQ(registry.memberRow[277], 5);
+  EXPECT_EQ(registry.memberRow[278], 6);
+  std::uint64_t bytes = 0;
+  std::uint64_t members = 0;
+  for (int i = 0; i < rvn::familyCount; ++i) {
+    bytes += registry.family[i].stateSize;
+    members += static_cast<std::uint64_t>(registry.memberCount[i]);
+  }
+  // Check sums of the columns, added by hand.
+  EXPECT_EQ(bytes, 61632u);
+  EXPECT_EQ(members, 12u + 273u + 6024u);
+}
+
+TEST(StreamCreation, FailedAllocation) {
+  const support::FailingHeap heap(1);
+  RsgStream marker = {};
+  RsgStream* stream = &marker;
+  EXPECT_EQ(rsgNewStream(&stream, 0x500000, 1), RSG_ERROR_MEMORY);
+  EXPECT_EQ(stream, nullptr);
+  EXPECT_EQ(rsgNewStream(&stream, 0x500000, 1), 0);
+  EXPECT_EQ(heap.calls(), 2) << "one block a stream";
+  double r[100];
+  EXPECT_EQ(vdRngUniform(RNG_UNIFORM_CLAMPED, stream, 100, r, 0.0, 1.0), 0);
+  EXPECT_EQ(heap.calls(), 2) << "fills allocate nothing";
+  EXPECT_EQ(rsgDeleteStream(&stream), 0);
+  EXPECT_EQ(heap.live(), 0);
+}
+
+TEST(StreamDeletion, RefusesWhatIsNoStream) {
+  RsgStream noStream = {};
+  noStream.validMark = 2;
+  RsgStream* pointers[] = {nullptr, &noStream};
+  const std::int32_t statuses[] = {RSG_ERROR_NULL_STREAM, RSG_ERROR_NOT_A_STREAM};
+  testing::internal::CaptureStdout();
+  for (int i = 0; i < 2; ++i) {
+    RsgStream* stream = pointers[i];
+    EXPECT_EQ(rsgDeleteStream(&stream), statuses[i]);
+    EXPECT_EQ(stream, pointers[i]);
+  }
+  EXPECT_EQ(rsgDeleteStream(nullptr), RSG_ERROR_NULL_STREAM);
+  EXPECT_EQ(rsgNewStream(nullptr, 0x500000, 1), RSG_ERROR_NULL_STREAM);
+  RsgStream* twice = nullptr;
+  EXPECT_EQ(rsgNewStream(&twice, 0x500000, 1), 0);
+  EXPECT_EQ(rsgDeleteStream(&twice), 0);
+  EXPECT_EQ(rsgDeleteStream(&twice), RSG_ERROR_NULL_STREAM);
+  const std::string one = report(1, "rsgDeleteStream");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), one + one + one + report(1, "rsgNewStream") + one);
+}
+
+class Uniform : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(rsgNewStream(&stream_, 0x500000, 7777777), 0); }
+  void TearDown() override { rsgDeleteStream(&stream_); }
+  RsgStream* stream_ = nullptr;
+};
+
+TEST_F(Uniform, ChecksArgumentsInOrder) {
+  RsgStream noStream = {};
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  double r[4];
+  const struct {
+    const char* name;
+    std::int32_t method;
+    RsgStream* stream;
+    std::int32_t n;
+    double* r;
+    double a;
+    double b;
+    std::int32_t status;
+    int position;
+  } cases[] = {
+      {"method", -1, nullptr, -1, nullptr, 1, 1, -3, 1},
+      {"least method", INT32_MIN, nullptr, -1, nullptr, 1, 1, -3, 1},
+      {"no stream", 1, nullptr, -1, nullptr, 1, 1, -5, 2},
+      {"not a stream", 1, &noStream, -1, nullptr, 1, 1, -1006, 2},
+      {"n", 1, stream_, -1, nullptr, 1, 1, -3, 3},
+      {"nothing wanted", 1, stream_, 0, nullptr, 1, 1, 0, 0},
+      {"r", 1, stream_, 1, nullptr, 1, 1, -3, 4},
+      {"unknown method", 1, stream_, 1, r, 1, 1, -3, 1},
+      {"two methods", 0x40000001, stream_, 1, r, 1, 1, -3, 1},
+      {"empty interval", 0, stream_, 1, r, 1, 1, -3, 5},
+      {"reversed interval", RNG_UNIFORM_CLAMPED, stream_, 1, r, 2, 1, -3, 5},
+      {"NaN a", 0, stream_, 1, r, nan, 1, 0, 0},
+      {"NaN b", RNG_UNIFORM_CLAMPED, stream_, 1, r, 0, nan, 0, 0},
+      {"good", RNG_UNIFORM_CLAMPED, stream_, 4, r, 0, 1, 0, 0},
+  };
+  for (const auto& c : cases) {
+    std::fill_n(r, 4, -77.0);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(vdRngUniform(c.method, c.stream, c.n, c.r, c.a, c.b), c.status) << c.name;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.status == 0 ? "" : report(c.position, "vdRngUniform"))
+        << c.name;
+    EXPECT_TRUE(c.status == 0 || std::count(r, r + 4, -77.0) == 4) << c.name;
+    EXPECT_EQ(std::isnan(r[0]), std::isnan(c.a) || std::isnan(c.b)) << c.name;
+  }
+}
+
+// The width of the interval overflows, so every plain value is infinite; the bound takes its place when
+// clamped.
+TEST_F(Uniform, ClampReachesEveryElement) {
+  for (const std::size_t n : {1u, 7u, 8u, 9u, 15u, 16u, 17u, 40u}) {
+    const auto count = static_cast<std::int32_t>(n);
+    for (std::size_t shift = 0; shift < 32; ++shift) {
+      std::vector<unsigned char> bytes(n * 8 + 40);
+      auto* const r = reinterpret_cast<double*>(bytes.data() + shift);
+      const auto draw = [&](std::int32_t method, double a, double b) {
+        EXPECT_EQ(vdRngUniform(method, stream_, count, r, a, b), 0);
+        std::vector<double> values(n);
+        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(shift), n * 8,
+                    reinterpret_cast<unsigned char*>(values.data()));
+        return values;
+      };
+      const double infinity = std::numeric_limits<double>::infinity();
+      EXPECT_EQ(draw(RNG_UNIFORM_PLAIN, -DBL_MAX, DBL_MAX), std::vector<double>(n, infinity));
+      ASSERT_EQ(draw(RNG_UNIFORM_CLAMPED, -DBL_MAX, DBL_MAX), std::vector<double>(n, DBL_MAX))
+          << n << " " << shift;
+      EXPECT_EQ(draw(RNG_UNIFORM_CLAMPED, 0.0, infinity), std::vector<double>(n, infinity));
+      for (const double value : draw(RNG_UNIFORM_CLAMPED, -infinity, 0.0))
+        ASSERT_TRUE(std::isnan(value)) << "infinite width from an infinite bound";
+    }
+  }
+}
+
+TEST_F(Uniform, ValuesAreUniform) {
+  constexpr std::size_t n = 200000;
+  std::vector<double> r(n);
+  ASSERT_EQ(vdRngUniform(RNG_UNIFORM_PLAIN, stream_, n, r.data(), 3.0, 5.0), 0);
+  std::array<double, 64> counts = {};
+  for (const double value : r) {
+    ASSERT_TRUE(value >= 3.0 && value < 5.0);
+    counts[static_cast<std::size_t>((value - 3.0) * 32.0)] += 1.0;
+  }
+  double chiSquare = 0.0;
+  for (const double count : counts)
+    chiSquare += (count - n / 64.0) * (count - n / 64.0) / (n / 64.0);
+  // 63 degrees of freedom: 1 in 10^6 lies above 130, 1 in 10^6 below 22.
+  EXPECT_LT(chiSquare, 130.0);
+  EXPECT_GT(chiSquare, 22.0);
+}
+
+TEST(StreamThreads, StreamsOfDifferentThreadsDrawAsAlone) {
+  constexpr int threads = 4;
+  const auto drawn = [](int member) {
+    std::vector<double> r(3000);
+    RsgStream* stream = nullptr;
+    if (rsgNewStream(&stream, RSG_BRNG_WICHMANN_HILL + member, 99) == 0)
+      vdRngUniform(0, stream, 3000, r.data(), 0.0, 1.0);
+    rsgDeleteStream(&stream);
+    return r;
+  };
+  std::vector<double> got[threads];
+  std::vector<std::thread> running;
+  for (int i = 0; i < threads; ++i)
+    running.emplace_back([&, i] { got[i] = drawn(i); });
+  for (std::thread& thread : running)
+    thread.join();
+  for (int i = 0; i < threads; ++i)
+    EXPECT_TRUE(support::same(got[i], drawn(i))) << i;
+}
+
+}  // namespace
