@@ -78,10 +78,9 @@ class RatioReporter : public benchmark::BenchmarkReporter {
 
 int main(int argc, char** argv) {
   std::vector<char*> arguments(argv, argv + argc);
-  std::string repetitions = "--benchmark_repetitions=5";
-  std::string time = "--benchmark_min_time=0.05";
-  std::string interleave = "--benchmark_enable_random_interleaving=true";
-  arguments.insert(arguments.begin() + 1, {repetitions.data(), time.data(), interleave.data()});
+  std::string repetitions = "--benchmark_repetitions=3";
+  std::string time = "--benchmark_min_time=0.02";
+  arguments.insert(arguments.begin() + 1, {repetitions.data(), time.data()});
   int count = static_cast<int>(arguments.size());
   benchmark::Initialize(&count, arguments.data());
   bench::registerConstructRows();
