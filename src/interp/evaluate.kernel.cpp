@@ -204,10 +204,9 @@ inline void differentiate(V* w, std::int64_t count) {
     w[j] *= static_cast<double>(count - 1 - j);
 }
 
-// One site per lane of V. The constant derivative of order - 1 is not computed, and reads 0.
-template <class V>
+// `sites` sites, one per lane of V. The constant derivative of order - 1 is not computed, and reads 0.
+template <int sites, class V>
 inline void evaluateAnyOrder(const EvalBlock& block, std::int64_t i, V* w) {
-  constexpr int sites = sizeof(V) / sizeof(double);
   const std::int64_t order = block.task->order;
   const double* row = block.task->coeffRows[block.f];
   for (std::int64_t j = 0; j < order; ++j) {
@@ -234,13 +233,13 @@ inline void evaluateAnyOrder(const EvalBlock& block, std::int64_t i, V* w) {
 }
 
 std::int32_t evaluateGeneral(const EvalBlock& block) {
-  Lanes frame[generalOrderInFrame];
+  Lanes frame[generalOrderInFrame] = {};
   Lanes* w = block.task->order <= generalOrderInFrame ? frame : reinterpret_cast<Lanes*>(block.work);
   std::int64_t i = 0;
   for (; i + laneCount <= block.nblock; i += laneCount)
-    evaluateAnyOrder(block, i, w);
+    evaluateAnyOrder<laneCount>(block, i, w);
   for (; i < block.nblock; ++i)
-    evaluateAnyOrder(block, i, reinterpret_cast<double*>(w));
+    evaluateAnyOrder<1>(block, i, reinterpret_cast<double*>(w));
   return 0;
 }
 

@@ -65,8 +65,9 @@ void narrowAll(const double* x, std::int64_t n, std::int64_t nsite, const double
 
 // Counts through all breakpoints, a vector of sites at a time.
 void scanAll(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+  constexpr std::int64_t group = 2 * std::int64_t{laneCount};
   std::int64_t i = 0;
-  for (; i + 2 * laneCount <= nsite; i += 2 * laneCount) {
+  for (; i + group <= nsite; i += group) {
     const Lanes a = load<Lanes>(site + i);
     const Lanes b = load<Lanes>(site + i + laneCount);
     Lanes countA = {};
