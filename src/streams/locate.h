@@ -13,8 +13,9 @@ namespace {
 
 [[maybe_unused]] BrngPlace rsgBrngLocate(std::int32_t brngId) {
   if (brngId >= firstFamilyForm) return {true, (brngId >> 20) - 1, brngId & 0xFFFFF};
-  const std::int32_t member = brngId - firstWichmannHillRow;
-  if (member >= 0 && member < wichmannHillMembers) return {false, firstWichmannHillRow, member};
+  const bool isWichmannHill =
+      brngId >= firstWichmannHillRow && brngId < firstWichmannHillRow + wichmannHillMembers;
+  if (isWichmannHill) return {false, firstWichmannHillRow, brngId - firstWichmannHillRow};
   return {false, brngId, 0};
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -12,6 +13,13 @@ std::string printed(Body body) {
   testing::internal::CaptureStdout();
   body();
   return testing::internal::GetCapturedStdout();
+}
+
+std::string lines(const std::vector<std::string>& texts) {
+  std::string all;
+  for (const std::string& text : texts)
+    all.append(text).append("\n");
+  return all;
 }
 
 TEST(Messages, ParameterErrors) {
@@ -31,7 +39,7 @@ TEST(Messages, ParameterErrors) {
   };
   for (const auto& c : cases)
     EXPECT_EQ(printed([&] { rvn::rvnReportParameterError("rsgNewStream", &c.info, 12); }),
-              "\n" + std::string(c.text) + "\n");
+              lines({"", c.text}));
 }
 
 TEST(Messages, NamesAreCutAtTwentyCharacters) {
@@ -49,8 +57,9 @@ TEST(Messages, NamesAreCutAtTwentyCharacters) {
       {"x", -1, ""},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(printed([&] { rvn::rvnReportParameterError(c.name, &info, c.length); }),
-              "\nVetra RVN ERROR: Parameter 1 was incorrect on entry to " + std::string(c.shown) + ".\n");
+    EXPECT_EQ(
+        printed([&] { rvn::rvnReportParameterError(c.name, &info, c.length); }),
+        lines({"", std::string("Vetra RVN ERROR: Parameter 1 was incorrect on entry to ") + c.shown + "."}));
 }
 
 TEST(Messages, TextWithoutArgumentsIsPrintedAsItStands) {
