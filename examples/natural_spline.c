@@ -23,12 +23,12 @@ int main(void) {
   }
   status = dfTaskCreate(&task, BREAKPOINTS, x, DF_XHINT_NONE, 1, y, DF_VALUES_DEFAULT);
   if (status == DF_STATUS_OK)
-    status = dfTaskEditSpline(task, DF_ORDER_CUBIC, DF_KIND_NATURAL, DF_END_NOT_A_KNOT, NULL, DF_IC_NONE, NULL, coeff,
-                              DF_COEFF_DEFAULT);
+    status = dfTaskEditSpline(task, DF_ORDER_CUBIC, DF_KIND_NATURAL, DF_END_NOT_A_KNOT, NULL, DF_IC_NONE,
+                              NULL, coeff, DF_COEFF_DEFAULT);
   if (status == DF_STATUS_OK) status = dfTaskConstruct(task, 0, 0);
   if (status == DF_STATUS_OK)
-    status = dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, SITES, site, DF_SITES_GENERAL, 2,
-                               valueAndSlope, NULL, r, DF_RESULTS_DERIVS_INNER, NULL);
+    status = dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, SITES, site, DF_SITES_GENERAL,
+                               2, valueAndSlope, NULL, r, DF_RESULTS_DERIVS_INNER, NULL);
   dfTaskDestroy(&task);
   if (status != DF_STATUS_OK) {
     fprintf(stderr, "status %d\n", (int)status);

@@ -18,7 +18,8 @@ int main(void) {
       fprintf(stderr, "status %d\n", (int)status);
       return 1;
     }
-    for (int i = 0; i < THROWS; ++i) sum += floor(r[i]);
+    for (int i = 0; i < THROWS; ++i)
+      sum += floor(r[i]);
     printf("member %d: mean %.4f\n", member, sum / THROWS);
     /* The standard error is 1.7078 / sqrt(100000) = 0.0054. */
     if (fabs(sum / THROWS - 3.5) > 0.03) return 1;

@@ -13,8 +13,10 @@ int main(void) {
   double u[9] = {0.0};
   int32_t info;
 
-  for (int i = 0; i < 9; ++i) d[i] = 2.0;
-  for (int i = 0; i < 8; ++i) dl[i] = du[i] = -1.0;
+  for (int i = 0; i < 9; ++i)
+    d[i] = 2.0;
+  for (int i = 0; i < 8; ++i)
+    dl[i] = du[i] = -1.0;
   u[8] = 100.0;
   DDTSVB(&n, &nrhs, dl, d, du, u, &n, &info);
   if (info != 0) {
