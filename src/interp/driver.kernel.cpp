@@ -97,6 +97,12 @@ std::int64_t writtenPositions(std::int32_t evalClass, const Wanted& wanted) {
   return __builtin_popcount(wanted.low4 & formulas[evalClass]);
 }
 
+// No count means one function; a negative one means none, and then only cells are written.
+std::int64_t functionsOf(const DfTask& task) {
+  if (task.ny == 0) return 1;
+  return task.ny > 0 ? task.ny : 0;
+}
+
 std::int32_t checkRows(const DfTask& task, std::int32_t evalClass, std::int64_t nfunc) {
   const bool ofValues = evalClass >= evalStepLeft;
   const std::int64_t rows = ofValues && task.yhint == DF_VALUES_BY_BREAKPOINT ? 1 : nfunc;
@@ -285,7 +291,7 @@ std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const 
   Run run = {};
   run.task = &task;
   run.call = &call;
-  run.nfunc = task.ny > 0 ? task.ny : 1;
+  run.nfunc = functionsOf(task);
   if (const std::int32_t status = checkRows(task, evalClass, run.nfunc); status < 0) return status;
   if (!givenCells) {
     run.search = searchPaths[path];

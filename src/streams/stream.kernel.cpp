@@ -45,7 +45,7 @@ V clamped(V x, V a, V b) {
 }
 
 void clampAll(std::int64_t n, double* r, double a, double b) {
-  constexpr std::int64_t group = 4 * laneCount;
+  constexpr std::int64_t group = 4 * std::int64_t{laneCount};
   const auto lowest = broadcast<Lanes>(a);
   const auto highest = broadcast<Lanes>(b);
   std::int64_t i = 0;

@@ -10,6 +10,8 @@
 
 #include "streams/wichmann_hill.h"
 
+#include <cstddef>
+
 #include "runtime/simd.h"
 #include "streams/locate.h"
 #include "streams/pow_mod.h"
@@ -48,13 +50,13 @@ inline Step asStep(const std::uint32_t* from) {
   for (int j = 0; j < components; ++j)
     values[j] = static_cast<double>(from[j]);
   Step step;
-  for (int i = 0; i < vectorsPerStep; ++i)
+  for (std::ptrdiff_t i = 0; i < vectorsPerStep; ++i)
     step.part[i] = load<Lanes>(values + i * laneCount);
   return step;
 }
 
 inline void storeState(const Step& step, void* to) {
-  for (int i = 0; i < vectorsPerStep; ++i)
+  for (std::ptrdiff_t i = 0; i < vectorsPerStep; ++i)
     storeAsInts(static_cast<std::int32_t*>(to) + i * laneCount, step.part[i]);
 }
 
@@ -102,7 +104,7 @@ inline void arrange(const Start& s, const double* reciprocals, Block& block) {
     double lanes[stepsPerPass];
     for (int k = 0; k < stepsPerPass; ++k)
       lanes[k] = state[k][j];
-    for (int v = 0; v < vectorsPerPass; ++v)
+    for (std::ptrdiff_t v = 0; v < vectorsPerPass; ++v)
       block.x[j][v] = load<Lanes>(lanes + v * laneCount);
     block.c[j] = broadcast<Lanes>(jump[j]);
     block.ratio[j] = broadcast<Lanes>(jump[j] / m[j]);

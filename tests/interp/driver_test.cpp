@@ -128,6 +128,20 @@ TEST(Driver, RefusesInOrder) {
   }
 }
 
+TEST(Driver, NoCountIsOneFunctionAndANegativeCountIsNone) {
+  Task task = linearTask();
+  fillLinear(task);
+  const std::vector<double> sites = {3.5, 1.25};
+  for (const std::int64_t ny : {std::int64_t{0}, std::int64_t{-3}, std::int64_t{INT32_MIN}}) {
+    task.get()->ny = ny;
+    std::vector<double> r(2, -77.0);
+    std::vector<std::int32_t> cells(2, -77);
+    EXPECT_EQ(value(task, 3, sites, r, cells.data()), DF_STATUS_OK);
+    EXPECT_EQ(cells, (std::vector<std::int32_t>{3, 2}));
+    EXPECT_TRUE(same(r, ny == 0 ? std::vector<double>{20.5, 10.25} : std::vector<double>(2, -77.0)));
+  }
+}
+
 TEST(Driver, CommonCallsAllocateNothing) {
   Task task = linearTask();
   fillLinear(task);
