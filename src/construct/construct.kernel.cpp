@@ -3,17 +3,23 @@
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 
+extern const FamilyDispatcher linearFamily;
+extern const FamilyDispatcher quadraticFamily;
+extern const FamilyDispatcher secondDerivativesFamily;
 extern const FamilyDispatcher naturalFamily;
+extern const FamilyDispatcher hermiteFamily;
+extern const FamilyDispatcher besselFamily;
+extern const FamilyDispatcher akimaFamily;
 
 extern const ConstructKernels constructKernels;
 const ConstructKernels constructKernels = {
-    .linear = nullptr,
-    .quadratic = nullptr,
-    .secondDerivatives = nullptr,
+    .linear = &linearFamily,
+    .quadratic = &quadraticFamily,
+    .secondDerivatives = &secondDerivativesFamily,
     .natural = &naturalFamily,
-    .hermite = nullptr,
-    .bessel = nullptr,
-    .akima = nullptr,
+    .hermite = &hermiteFamily,
+    .bessel = &besselFamily,
+    .akima = &akimaFamily,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

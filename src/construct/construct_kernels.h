@@ -1,6 +1,6 @@
 #pragma once
 
-// The per-level dispatchers of the construction families. A null entry is a family that this build lacks.
+// The per-level dispatchers of the construction families.
 
 #include <cstdint>
 

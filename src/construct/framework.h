@@ -1,7 +1,7 @@
 #pragma once
 
 // What all construction families share: the tests of their dispatchers, the numbering of end conditions,
-// access to function values and partition, and scratch memory. Included by kernels only.
+// access to function values, and scratch memory. Included by kernels only.
 
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +9,7 @@
 #include "runtime/level.h"
 #include "runtime/memory.h"
 #include "runtime/simd.h"
+#include "runtime/work_share.h"
 #include "task/df_task.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
@@ -23,17 +24,18 @@ enum class EndSlot : int {
   curvatureSlope,
   curvatureCurvature,
   periodic,
+  none,  // Akima only
 };
-constexpr int endSlots = 7;
+constexpr int endSlots = 7;  // without `none`
 
-enum class EndKind { notAKnot, free, slope, curvature, periodic };
+enum class EndKind { notAKnot, free, slope, curvature, periodic, none };
 
-constexpr EndKind leftEnds[endSlots] = {EndKind::notAKnot, EndKind::free,      EndKind::slope,
-                                        EndKind::slope,    EndKind::curvature, EndKind::curvature,
-                                        EndKind::periodic};
-constexpr EndKind rightEnds[endSlots] = {EndKind::notAKnot,  EndKind::free,  EndKind::slope,
-                                         EndKind::curvature, EndKind::slope, EndKind::curvature,
-                                         EndKind::periodic};
+constexpr EndKind leftEnds[endSlots + 1] = {EndKind::notAKnot, EndKind::free,      EndKind::slope,
+                                            EndKind::slope,    EndKind::curvature, EndKind::curvature,
+                                            EndKind::periodic, EndKind::none};
+constexpr EndKind rightEnds[endSlots + 1] = {EndKind::notAKnot,  EndKind::free,  EndKind::slope,
+                                             EndKind::curvature, EndKind::slope, EndKind::curvature,
+                                             EndKind::periodic,  EndKind::none};
 
 // The member of a family that serves a task, or the status that refuses it.
 struct Member {
@@ -57,35 +59,60 @@ struct Member {
   return -1;
 }
 
-// Tests and decodes a task for a cubic family with at least `minimum` breakpoints.
-[[maybe_unused]] inline Member selectMember(const DfTask& task, std::int64_t minimum) {
-  Member member = {DF_STATUS_OK, 0, 0, 0};
-  const auto refused = [&member](std::int32_t status) {
-    member.status = status;
-    return member;
-  };
-  if (task.nx < minimum) return refused(DF_ERROR_BREAKPOINT_COUNT);
-  if (task.yhint == DF_VALUES_BY_BREAKPOINT) {
-    member.layout = 0;
-  } else if (task.yhint == DF_VALUES_FIRST_ROW || task.yhint == DF_VALUES_BY_FUNCTION ||
-             task.yhint == DF_VALUES_DEFAULT) {
-    member.layout = 1;
-  } else {
-    return refused(DF_ERROR_VALUES_HINT);
+// Reads layout and uniformity of a task with at least `minimum` breakpoints.
+[[maybe_unused]] inline Member selectLayout(const DfTask& task, std::int64_t minimum) {
+  const int uniform = (task.xhint & DF_XHINT_UNIFORM) != 0 ? 1 : 0;
+  if (task.nx < minimum) return {DF_ERROR_BREAKPOINT_COUNT, 0, 0, 0};
+  switch (task.yhint) {
+    case DF_VALUES_BY_BREAKPOINT:
+      return {DF_STATUS_OK, 0, uniform, 0};
+    case DF_VALUES_DEFAULT:
+    case DF_VALUES_BY_FUNCTION:
+    case DF_VALUES_FIRST_ROW:
+      return {DF_STATUS_OK, 1, uniform, 0};
+    default:
+      return {DF_ERROR_VALUES_HINT, 0, 0, 0};
   }
-  member.uniform = (task.xhint & DF_XHINT_UNIFORM) != 0 ? 1 : 0;
+}
+
+// Tests and decodes a task for a cubic family; only some take DF_END_NONE.
+enum class NoEnds { refused, accepted };
+
+[[maybe_unused]] inline Member selectMember(const DfTask& task, std::int64_t minimum,
+                                            NoEnds noEnds = NoEnds::refused) {
+  Member member = selectLayout(task, minimum);
+  if (member.status != DF_STATUS_OK) return member;
   member.slot = slotOf(task.bcType);
-  if (member.slot < 0) return refused(DF_ERROR_BOUNDARY_CONDITION);
+  if (task.bcType == DF_END_NONE && noEnds == NoEnds::accepted) member.slot = static_cast<int>(EndSlot::none);
+  if (member.slot < 0) {
+    member.status = DF_ERROR_BOUNDARY_CONDITION;
+    return member;
+  }
   const bool twoValues = member.slot >= static_cast<int>(EndSlot::slopeSlope) &&
                          member.slot <= static_cast<int>(EndSlot::curvatureCurvature);
-  const bool periodicValues =
+  const bool periodicValue =
       task.bcType == DF_END_PERIODIC && (task.kind == DF_KIND_DEFAULT || task.kind == DF_KIND_HERMITE);
-  if ((twoValues || periodicValues) && task.bc == nullptr) return refused(DF_ERROR_NULL_BOUNDARY);
+  if ((twoValues || periodicValue) && task.bc == nullptr) member.status = DF_ERROR_NULL_BOUNDARY;
   return member;
 }
 
 [[maybe_unused]] inline std::int64_t functionCount(const DfTask& task) {
   return task.ny > 1 ? task.ny : 1;
+}
+
+[[maybe_unused]] inline std::int64_t least(std::int64_t a, std::int64_t b) {
+  return a < b ? a : b;
+}
+
+// Runs blocks 0 .. blocks - 1 through the table if they are shared, else here, one after another.
+[[maybe_unused]] inline void runBlocks(std::int64_t blocks, bool shared, std::int64_t workers, void* context,
+                                       WorkBody body, const WorkShareTable& workShare) {
+  if (shared) {
+    workShare.parallelFor(blocks, workers, context, body);
+    return;
+  }
+  for (std::int64_t block = 0; block < blocks; ++block)
+    body(block, 0, 1, context);
 }
 
 // Values of one function: by function they stand side by side, by breakpoint they stand ny apart.
@@ -119,6 +146,16 @@ struct ColumnValues {
     return load<V>(values);
   }
 };
+
+// The first function whose values at both ends differ, or `functions`. A NaN differs from everything.
+template <class Values>
+[[maybe_unused]] inline std::int64_t firstUnclosed(const DfTask& task, std::int64_t functions) {
+  for (std::int64_t f = 0; f < functions; ++f) {
+    const Values y(task, f);
+    if (!(y[0] == y[task.nx - 1])) return f;
+  }
+  return functions;
+}
 
 // One block of scratch memory for one construction, released on every way out.
 class Scratch {

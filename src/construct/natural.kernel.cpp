@@ -3,9 +3,8 @@
 #include "construct/construct_kernels.h"
 #include "construct/natural_single.h"
 #include "construct/natural_system.h"
+#include "construct/tridiagonal_rows.h"
 #include "runtime/level.h"
-
-#include <raven/tridiagonal.h>
 
 // The cubic spline with two continuous derivatives. A single function is built in one go; several share one
 // factored matrix, and their right-hand sides are solved side by side inside their own coefficient rows.
@@ -24,6 +23,7 @@ struct NaturalScratch {
       : dl(block), d(dl + (n - 1)), du(d + n), column(du + (n - 1)) {}
 
   static std::int64_t length(std::int64_t n) { return 4 * n - 2; }
+  TridiagonalRows rows(std::int64_t n) const { return {n, dl, d, du}; }
 };
 
 template <EndSlot slot, bool uniform>
@@ -41,41 +41,6 @@ void fillMatrix(const Partition<uniform>& p, const NaturalScratch& s) {
     s.dl[n - 3] = uniform ? 1.0 : p.step(n - 2);
     s.du[n - 2] = 0.0;
   }
-}
-
-// Where the right-hand side of function f, and then its slopes, stand inside its coefficient row.
-double* rowTail(const DfTask& task, std::int64_t f) {
-  return task.coeffRows[f] + (3 * task.nx - 4);
-}
-
-std::int32_t factor(std::int64_t n, const NaturalScratch& s) {
-  const auto order = static_cast<std::int32_t>(n);
-  std::int32_t info = 0;
-  DDTTRFB(&order, s.dl, s.d, s.du, &info);
-  return info;
-}
-
-std::int32_t solve(std::int64_t n, std::int64_t columns, const NaturalScratch& s, double* b,
-                   std::int64_t stride) {
-  const auto order = static_cast<std::int32_t>(n);
-  const auto nrhs = static_cast<std::int32_t>(columns);
-  const auto ldb = static_cast<std::int32_t>(stride);
-  std::int32_t info = 0;
-  DDTTRSB("N", &order, &nrhs, s.dl, s.d, s.du, b, &ldb, &info);
-  return info;
-}
-
-// All columns in one call if the rows of the coefficients stand one after another, as edit makes them.
-std::int32_t solveRows(const DfTask& task, std::int64_t functions, const NaturalScratch& s) {
-  const std::int64_t n = task.nx;
-  const std::int64_t stride = 4 * (n - 1);
-  bool contiguous = stride <= INT32_MAX;
-  for (std::int64_t f = 1; contiguous && f < functions; ++f)
-    contiguous = task.coeffRows[f] == task.coeffRows[f - 1] + stride;
-  if (contiguous) return solve(n, functions, s, rowTail(task, 0), stride);
-  for (std::int64_t f = 0; f < functions; ++f)
-    if (const std::int32_t info = solve(n, 1, s, rowTail(task, f), n)) return info;
-  return 0;
 }
 
 // The steps of one function around its solve.
@@ -118,7 +83,7 @@ void blockWorker(std::int64_t f, std::int64_t, std::int64_t, void* context) {
   const Partition<uniform>& p = *shared.partition;
   double* b = rowTail(task, f);
   prepareFunction<Values, uniform, slot>(task, p, f, b);
-  if (solve(p.n, 1, *shared.scratch, b, p.n) != 0) {
+  if (solve(shared.scratch->rows(p.n), b) != 0) {
     shared.statuses[f] = DF_ERROR_SOLVER;
     return;
   }
@@ -156,10 +121,10 @@ std::int32_t naturalKernel(const DfTask& task, const WorkShareTable& workShare) 
     if (functions == 1) return SingleSpline<Values, uniform, slot>(task, p, block).construct();
   const NaturalScratch s(block, n);
   fillMatrix<slot>(p, s);
-  if (factor(n, s) != 0) return DF_ERROR_SOLVER;
+  if (factor(s.rows(n)) != 0) return DF_ERROR_SOLVER;
   if constexpr (slot == EndSlot::periodic) {
     fillCorrection(p, s.column);
-    if (solve(n, 1, s, s.column, n) != 0) return DF_ERROR_SOLVER;
+    if (solve(s.rows(n), s.column) != 0) return DF_ERROR_SOLVER;
   }
 
   std::int32_t status = DF_STATUS_OK;
@@ -172,7 +137,7 @@ std::int32_t naturalKernel(const DfTask& task, const WorkShareTable& workShare) 
   }
   for (std::int64_t f = 0; f < functions; ++f)
     prepareFunction<Values, uniform, slot>(task, p, f, rowTail(task, f));
-  if (solveRows(task, functions, s) != 0) return DF_ERROR_SOLVER;
+  if (solveRows(task, 0, s.rows(n)) != 0) return DF_ERROR_SOLVER;
   for (std::int64_t f = 0; f < functions; ++f) {
     const std::int32_t mismatch =
         finishFunction<Values, uniform, slot>(task, p, f, s.column, rowTail(task, f));

@@ -15,38 +15,12 @@
 
 #include <cstdint>
 
+#include "construct/cells.h"
 #include "construct/framework.h"
-#include "construct/hermite_form.h"
+#include "construct/partition.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
-
-// What the functions of one construction share.
-template <bool uniform>
-struct Partition {
-  std::int64_t n;
-  const double* x;
-  double h;  // uniform
-  double r;  // 1 / h, uniform
-
-  explicit Partition(const DfTask& task)
-      : n(task.nx), x(task.x), h((task.x[1] - task.x[0]) / static_cast<double>(task.nx - 1)), r(1.0 / h) {}
-
-  double step(std::int64_t i) const { return uniform ? h : x[i + 1] - x[i]; }
-
-  // Reciprocals of as many steps from i on as V has lanes.
-  template <class V>
-  V reciprocals(std::int64_t i) const {
-    if constexpr (uniform) return broadcast<V>(r);
-    return 1.0 / (load<V>(x + i + 1) - load<V>(x + i));
-  }
-
-  // Divided differences likewise.
-  template <class V, class Values>
-  V differences(const Values& y, std::int64_t i) const {
-    return (y.template lanes<V>(i + 1) - y.template lanes<V>(i)) * reciprocals<V>(i);
-  }
-};
 
 // Rows of the matrix are given by their three elements; row i of a run stands at index i - first.
 struct MatrixRows {
@@ -110,23 +84,18 @@ constexpr std::int64_t rhsRun = 256;
 template <class Values, bool uniform>
 [[maybe_unused]] inline void fillRhsRun(const Partition<uniform>& p, const Values& y, std::int64_t first,
                                         std::int64_t count, double* __restrict b) {
-  std::int64_t k = 0;
   if constexpr (uniform) {
     const double factor = 3.0 * p.r;
-    for (; k + laneCount <= count; k += laneCount)
-      store(b + k,
-            factor * (y.template lanes<Lanes>(first + k + 1) - y.template lanes<Lanes>(first + k - 1)));
-    for (; k < count; ++k)
-      b[k] = factor * (y[first + k + 1] - y[first + k - 1]);
+    forLanes(0, count, [&]<class V>(std::int64_t k, V) {
+      store(b + k, factor * (y.template lanes<V>(first + k + 1) - y.template lanes<V>(first + k - 1)));
+    });
   } else {
     // Each divided difference serves two rows: d[k] is d_(first + k - 1).
     double d[rhsRun + 1];
-    for (; k + laneCount <= count + 1; k += laneCount)
-      store(d + k, p.template differences<Lanes>(y, first + k - 1));
-    for (; k < count + 1; ++k)
-      d[k] = p.template differences<double>(y, first + k - 1);
+    forLanes(0, count + 1,
+             [&]<class V>(std::int64_t k, V) { store(d + k, p.template differences<V>(y, first + k - 1)); });
     const double* __restrict x = p.x + first;
-    for (k = 0; k < count; ++k)
+    for (std::int64_t k = 0; k < count; ++k)
       b[k] = 3.0 * ((x[k] - x[k - 1]) * d[k + 1] + (x[k + 1] - x[k]) * d[k]);
   }
 }
@@ -135,7 +104,7 @@ template <EndSlot slot, class Values, bool uniform>
 [[maybe_unused]] inline double leftRhs(const Partition<uniform>& p, const Values& y, const double* bc) {
   const std::int64_t n = p.n;
   const double* x = p.x;
-  const auto d = [&](std::int64_t i) { return p.template differences<double>(y, i); };
+  const auto d = [&](std::int64_t i) { return p.difference(y, i); };
   constexpr EndKind left = leftEnds[static_cast<int>(slot)];
   if constexpr (left == EndKind::periodic && uniform) {
     return 3.0 * p.r * (y[1] - y[n - 2]);
@@ -161,7 +130,7 @@ template <EndSlot slot, class Values, bool uniform>
 [[maybe_unused]] inline double rightRhs(const Partition<uniform>& p, const Values& y, const double* bc) {
   const std::int64_t n = p.n;
   const double* x = p.x;
-  const auto d = [&](std::int64_t i) { return p.template differences<double>(y, i); };
+  const auto d = [&](std::int64_t i) { return p.difference(y, i); };
   constexpr EndKind right = rightEnds[static_cast<int>(slot)];
   if constexpr (right == EndKind::periodic) {
     return 0.0;
@@ -206,17 +175,12 @@ template <bool uniform>
 template <class Values, bool uniform>
 [[maybe_unused]] inline void fillCoefficients(const Partition<uniform>& p, const Values& y, const double* m,
                                               double* c, std::int64_t from, std::int64_t to) {
-  const auto cells = [&]<class V>(std::int64_t i, V) {
+  forLanes(from, to, [&]<class V>(std::int64_t i, V) {
     const V r = p.template reciprocals<V>(i);
     const V left = y.template lanes<V>(i);
     const V d = (y.template lanes<V>(i + 1) - left) * r;
     storeCells(c + 4 * i, hermiteForm(left, load<V>(m + i), load<V>(m + i + 1), d, r));
-  };
-  std::int64_t i = from;
-  for (; i + laneCount <= to; i += laneCount)
-    cells(i, Lanes{});
-  for (; i < to; ++i)
-    cells(i, 0.0);
+  });
 }
 
 }  // namespace

@@ -37,6 +37,24 @@ template <class V>
   return a - V{};  // not V{} + a, which would turn -0.0 into 0.0
 }
 
+// Calls body(i, V{}) for every i of from .. to - 1, for as many at a time as V has lanes: vectors first, then
+// single doubles.
+template <class Body>
+[[maybe_unused]] inline void forLanes(std::int64_t from, std::int64_t to, Body body) {
+  for (; from + laneCount <= to; from += laneCount)
+    body(from, Lanes{});
+  for (; from < to; ++from)
+    body(from, 0.0);
+}
+
+[[maybe_unused]] inline double magnitude(double a) {
+  return __builtin_fabs(a);
+}
+
+[[maybe_unused]] inline Lanes magnitude(Lanes a) {
+  return (Lanes)((LaneMask)a & INT64_MAX);
+}
+
 // a * b + c, rounded once where the level has the instruction and twice elsewhere. Bodies that promise equal
 // results on every level write the two operations out instead.
 [[maybe_unused]] inline double fused(double a, double b, double c) {

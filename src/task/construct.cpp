@@ -96,12 +96,7 @@ extern "C" std::int32_t dfTaskConstruct(const DfTask* task, std::int32_t format,
   }
   Family* family = nullptr;
   if (const std::int32_t status = selectFamily(*task, family); status != DF_STATUS_OK) return status;
-  const FamilyDispatcher construct = rvn::loadKernel(family->slot, [family](const LevelTable& table) {
-    const FamilyDispatcher* dispatcher = table.construct->*(family->member);
-    return dispatcher != nullptr ? *dispatcher : nullptr;
-  });
-  // A family that this build lacks.
-  if (construct == nullptr)
-    return task->order == DF_ORDER_LINEAR ? DF_ERROR_SPLINE_ORDER : DF_ERROR_SPLINE_KIND;
+  const FamilyDispatcher construct = rvn::loadKernel(
+      family->slot, [family](const LevelTable& table) { return *(table.construct->*(family->member)); });
   return construct(*task, format, method, rvn::workShareTables[rvn::constructWorkShareRow]);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// A cubic spline from its defining conditions alone: 4 coefficients a cell, one dense linear system in long
-// double, Gaussian elimination with pivoting. Shares no formula with the library.
+// A spline from its defining conditions alone: one dense linear system in long double, Gaussian elimination
+// with pivoting. Shares no formula with the library.
 
 #include <cmath>
 #include <cstddef>
@@ -37,20 +37,23 @@ inline Row solveDense(std::vector<Row> a, Row b) {
   return b;
 }
 
-// Collects the conditions of one spline over breakpoints x and solves them.
+// Collects the conditions of one spline and solves them: `order` coefficients a cell, in powers of the
+// distance from the cell's centre.
 class DenseSpline {
  public:
-  explicit DenseSpline(std::vector<double> x) : x_(std::move(x)), unknowns_(4 * (x_.size() - 1)) {}
+  DenseSpline(std::vector<double> centres, std::size_t order)
+      : centres_(std::move(centres)), order_(order), unknowns_(order * centres_.size()) {}
 
-  // factor * (derivative `order` of cell `cell` at breakpoint `at`) added to a condition.
-  Row term(std::size_t cell, std::size_t at, int order, long double factor = 1.0L) const {
+  // factor * (derivative of cell `cell` at x), added to a condition.
+  Row term(std::size_t cell, long double x, int derivative, long double factor = 1.0L) const {
     Row row(unknowns_, 0.0L);
-    const long double t = static_cast<long double>(x_[at]) - x_[cell];
-    for (int m = order; m < 4; ++m) {
+    const long double t = x - centres_[cell];
+    for (int m = derivative; m < static_cast<int>(order_); ++m) {
       long double value = factor;
-      for (int j = 0; j < order; ++j)
+      for (int j = 0; j < derivative; ++j)
         value *= m - j;
-      row[4 * cell + static_cast<std::size_t>(m)] = value * std::pow(t, static_cast<long double>(m - order));
+      row[order_ * cell + static_cast<std::size_t>(m)] =
+          value * std::pow(t, static_cast<long double>(m - derivative));
     }
     return row;
   }
@@ -67,22 +70,16 @@ class DenseSpline {
     require(std::move(sum), value);
   }
 
-  // Values at both ends of every cell, slope and curvature continuous inside.
-  void interpolate(const std::vector<double>& y) {
-    const std::size_t last = x_.size() - 1;
-    for (std::size_t i = 0; i < last; ++i) {
-      require(term(i, i, 0), y[i]);
-      require(term(i, i + 1, 0), y[i + 1]);
-    }
-    for (std::size_t i = 1; i < last; ++i)
-      for (const int order : {1, 2})
-        require(term(i - 1, i, order), term(i, i, order, -1.0L), 0.0L);
+  // A derivative is the same on both sides of x.
+  void join(std::size_t cell, std::size_t next, long double x, int derivative) {
+    require(term(cell, x, derivative), term(next, x, derivative, -1.0L), 0.0L);
   }
 
   Row solve() const { return solveDense(rows_, values_); }
 
  private:
-  std::vector<double> x_;
+  std::vector<double> centres_;
+  std::size_t order_;
   std::size_t unknowns_;
   std::vector<Row> rows_;
   Row values_;

@@ -1,6 +1,7 @@
 #pragma once
 
-// The cubic Hermite form: coefficients of a cell from its end values and slopes.
+// Coefficients of cells in lanes, how they are stored, and the cubic Hermite form that gives them from end
+// values and slopes.
 
 #include <cstdint>
 
@@ -52,6 +53,46 @@ template <class V>
     store(c + 2, __builtin_shufflevector(cells.c2, cells.c3, 0, 2));
     store(c + 4, __builtin_shufflevector(cells.c0, cells.c1, 1, 3));
     store(c + 6, __builtin_shufflevector(cells.c2, cells.c3, 1, 3));
+  }
+}
+
+// Two coefficients a cell.
+[[maybe_unused]] inline void storeLines(double* c, double c0, double c1) {
+  c[0] = c0;
+  c[1] = c1;
+}
+
+template <class V>
+[[maybe_unused]] inline void storeLines(double* c, V c0, V c1) {
+  if constexpr (sizeof(V) == 4 * sizeof(double)) {
+    store(c, __builtin_shufflevector(c0, c1, 0, 4, 1, 5));
+    store(c + 4, __builtin_shufflevector(c0, c1, 2, 6, 3, 7));
+  } else {
+    store(c, __builtin_shufflevector(c0, c1, 0, 2));
+    store(c + 2, __builtin_shufflevector(c0, c1, 1, 3));
+  }
+}
+
+// Three coefficients a cell.
+[[maybe_unused]] inline void storeParabolas(double* c, double c0, double c1, double c2) {
+  c[0] = c0;
+  c[1] = c1;
+  c[2] = c2;
+}
+
+template <class V>
+[[maybe_unused]] inline void storeParabolas(double* c, V c0, V c1, V c2) {
+  if constexpr (sizeof(V) == 4 * sizeof(double)) {
+    const V low01 = __builtin_shufflevector(c0, c1, 0, 4, 1, 5);
+    const V high01 = __builtin_shufflevector(c0, c1, 2, 6, 3, 7);
+    const V second12 = __builtin_shufflevector(c1, c2, 1, 5, 1, 5);
+    store(c, __builtin_shufflevector(low01, c2, 0, 1, 4, 2));
+    store(c + 4, __builtin_shufflevector(second12, high01, 0, 1, 4, 5));
+    store(c + 8, __builtin_shufflevector(high01, c2, 6, 2, 3, 7));
+  } else {
+    store(c, __builtin_shufflevector(c0, c1, 0, 2));
+    store(c + 2, __builtin_shufflevector(c2, c0, 0, 3));
+    store(c + 4, __builtin_shufflevector(c1, c2, 1, 3));
   }
 }
 

@@ -1,0 +1,82 @@
+#include <cstdint>
+
+#include "construct/local_cubic.h"
+
+// The Akima cubic spline: the slope at an interior breakpoint is a mean of the slopes of the chords beside
+// it, each weighted by how little the data bend on its own side (H. Akima, J. ACM 17, 1970). With weights
+// w_j = |d_j - d_(j-1)|,
+//
+//   m_i = (w_(i+1) d_(i-1) + w_(i-1) d_i) / (w_(i+1) + w_(i-1)),
+//
+// and the plain mean where both weights vanish. Beyond the ends the nearest weight repeats.
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+// Sums of weights below it count as zero. Absolute, whatever the scale of the data; a NaN is not below it.
+constexpr double leastWeights = 1e-10;
+
+template <class V>
+inline V weightedMean(V before, V weightBefore, V after, V weightAfter) {
+  const V sum = weightBefore + weightAfter;
+  const V mean = (before + after) * 0.5;
+  const V weighted = (before * weightBefore + after * weightAfter) / sum;
+  return leastWeights > sum ? mean : weighted;
+}
+
+template <class Values, bool uniform>
+struct AkimaSlopes {
+  static constexpr std::int64_t reach = 2;
+  static constexpr bool takesNoEnds = true;
+
+  const DfTask& task;
+  const Partition<uniform>& p;
+  const Values& y;
+
+  void fillSlopes(CellRun& run, std::int64_t from, std::int64_t to) const {
+    const std::int64_t n = p.n;
+    const auto weight = [&](std::int64_t j) {
+      const std::int64_t inside = j < 1 ? 1 : least(j, n - 2);
+      return magnitude(*run.d(inside) - *run.d(inside - 1));
+    };
+    const auto atEnd = [&](std::int64_t i) {
+      *run.m(i) = weightedMean(*run.d(i - 1), weight(i + 1), *run.d(i), weight(i - 1));
+    };
+    if (from == 1) atEnd(from++);
+    if (to == n - 1) atEnd(--to);
+    forLanes(from, to, [&]<class V>(std::int64_t i, V) {
+      const V before = load<V>(run.d(i - 1));
+      const V after = load<V>(run.d(i));
+      store(run.m(i), weightedMean(before, magnitude(load<V>(run.d(i + 1)) - after), after,
+                                   magnitude(before - load<V>(run.d(i - 2)))));
+    });
+  }
+
+  // The joint of the last and the first cell. The weights on its far sides come from the cells next to it.
+  double periodicSlope() const {
+    const std::int64_t last = p.n - 2;
+    const double before = p.difference(y, last);
+    const double after = p.difference(y, 0);
+    return weightedMean(before, magnitude(p.difference(y, 1) - after), after,
+                        magnitude(before - p.difference(y, last - 1)));
+  }
+
+  // Without an end condition: the chords' slopes, continued by half a cell.
+  double freeSlope(Side side) const {
+    const std::int64_t cell = side == Side::left ? 0 : p.n - 2;
+    const std::int64_t beside = side == Side::left ? 1 : p.n - 3;
+    return (3.0 * p.difference(y, cell) - p.difference(y, beside)) * 0.5;
+  }
+};
+
+std::int32_t akimaDispatcher(const DfTask& task, std::int64_t, std::int64_t,
+                             const WorkShareTable& workShare) {
+  return constructLocal<AkimaSlopes>(task, selectMember(task, 5, NoEnds::accepted), workShare);
+}
+
+}  // namespace
+
+extern const FamilyDispatcher akimaFamily;
+const FamilyDispatcher akimaFamily = akimaDispatcher;
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
