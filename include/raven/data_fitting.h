@@ -96,9 +96,7 @@ enum {
 /* Spline orders: coefficients per cell. 0 goes with the coefficient-free kinds. */
 enum { DF_ORDER_NONE = 0, DF_ORDER_LINEAR = 2, DF_ORDER_QUADRATIC = 3, DF_ORDER_CUBIC = 4 };
 
-/* Spline kinds. Of the constructions, this version has the natural one; construct answers -1010 for order 2
-   and -1011 for the other kinds of orders 3 and 4. All kinds can be evaluated from coefficients of the
-   caller's. */
+/* Spline kinds. Coefficients may also be the caller's own: interpolation needs no construction. */
 enum {
   DF_KIND_DEFAULT = 0,    /* order 3: from a midpoint value; order 4: from given second derivatives */
   DF_KIND_SUBBOTIN = 1,   /* order 3 */
@@ -113,16 +111,19 @@ enum {
 
 /* Boundary types (bcType). Types 12, 24, 36 and 48 read bc[0] for the left and bc[1] for the right end. */
 enum {
-  DF_END_NONE = 0,
-  DF_END_NOT_A_KNOT = 1,      /* third derivative continuous at the second and last but one breakpoint; on a
-                                 uniform partition: 2 m_0 + m_1 is half the slope over the two first cells */
+  DF_END_NONE = 0,            /* Akima only: the end slope is that of the chords, continued by half a cell */
+  DF_END_NOT_A_KNOT = 1,      /* third derivative continuous at the second and last but one breakpoint; kinds
+                                 3 to 5: the end cubic, continued, passes through the third point. Kinds 2 to
+                                 5 on a uniform partition have a condition of their own: the slope of the
+                                 chord over the two end cells is 2 m_0 + m_1 (natural), m_0 + 2 m_1 (3 to 5) */
   DF_END_FREE = 2,            /* second derivative 0 */
   DF_END_LEFT_SLOPE = 4,      /* with 8 or 32 */
   DF_END_RIGHT_SLOPE = 8,     /* with 4 or 16 */
   DF_END_LEFT_CURVATURE = 16, /* second derivative; with 8 or 32 */
   DF_END_RIGHT_CURVATURE = 32,
-  DF_END_PERIODIC = 64, /* value, slope and curvature agree at both ends */
-  DF_END_QUADRATIC_VALUE = 128
+  DF_END_PERIODIC = 64, /* values agree at both ends; also slopes and curvatures (natural), slopes (3 to 5),
+                           curvatures (default of order 4) */
+  DF_END_QUADRATIC_VALUE = 128 /* default of order 3: the value at the midpoint of the first cell */
 };
 
 /* Internal conditions (icType). */
@@ -181,10 +182,13 @@ RVN_API int32_t dfTaskCreate(DfTask** task, int32_t nx, const double* x, int32_t
  * icType, ic   DF_IC_*; null exactly when icType is 0.
  *              DF_IC_SLOPES: first derivatives at the nx - 2 interior breakpoints, ic[0] belonging to x[1].
  *              DF_IC_CURVATURES: second derivatives at the same breakpoints.
- *              DF_IC_KNOTS (kind Subbotin): nx + 1 knots t_0 .. t_nx, or with DF_IC_KNOT_ENDS added the two
- * knots t_1 and t_(nx-1) of an equidistant run. coeff        room for the coefficients: ny rows of order *
- * (nx - 1) doubles (order * nx for DF_KIND_SUBBOTIN), each cell's `order` coefficients side by side in
- * ascending powers of (t - x[i]). Null keeps the rows that an earlier edit set. coeffHint    DF_COEFF_*.
+ *              DF_IC_KNOTS (kind Subbotin): nx + 1 knots t_0 .. t_nx with t_0 = x_0, t_nx the last breakpoint
+ *              and x_k < t_(k+1) < x_(k+1); with DF_IC_KNOT_ENDS added, the two knots t_1 and t_(nx-1) of an
+ *              equidistant run.
+ * coeff        room for the coefficients: ny rows of order * (nx - 1) doubles (order * nx for
+ *              DF_KIND_SUBBOTIN), each cell's `order` coefficients side by side in ascending powers of
+ *              (t - x[i]). Null keeps the rows that an earlier edit set.
+ * coeffHint    DF_COEFF_*.
  *
  * Returns 0; -1000 null task; -1010, -1011 negative order or kind; -1015 bc missing; -1013 ic missing; -1012
  * ic without icType; -1007 coeff for a task without functions; -1001 out of memory.
@@ -197,14 +201,31 @@ RVN_API int32_t dfTaskEditSpline(DfTask* task, int32_t order, int32_t kind, int3
  *
  * format, method  must be 0.
  *
- * Returns 0; -1000 null task; -1002 format or method; -1016, -1008, -1009 missing or unknown arrays; -1010,
- * -1011 order or kind not served; -1004 too few breakpoints (natural: below 3); -1014, -1015 boundary
- * conditions; -1001 out of memory: in all these cases the coefficients are untouched. -1018 periodic ends
- * that differ (the natural kind completes all coefficients from the data as given); -1500 singular system,
- * coefficients untouched.
+ * With h_i = x[i+1] - x[i], d_i = (y_(i+1) - y_i) / h_i and slopes m_i at the breakpoints:
+ *   order 2               the broken line; kind and conditions are ignored. At CPU levels 3 to 9
+ *                         DF_END_PERIODIC is refused with -1018 if the ends differ.
+ *   order 3, default      bcType DF_END_QUADRATIC_VALUE: bc[0] is the value at the midpoint of the first
+ *                         cell, for every function; a continuous slope gives all others. Errors of that value
+ *                         alternate and do not fade, and grow with the ratios of steps.
+ *   order 3, Subbotin     icType DF_IC_KNOTS, bcType 12, 24, 36 or 48: pieces join at the knots with a
+ *                         continuous slope (S. B. Stechkin, Y. N. Subbotin, 1976). At least 3 breakpoints.
+ *   order 4, default      ic: second derivatives, DF_IC_CURVATURES. Value and curvature are continuous, the
+ *                         slope is not. At least 3. A free spline ends at the right with half of the last
+ *                         given second derivative.
+ *   natural               continuous curvature: a tridiagonal system for m_i (C. de Boor, A Practical Guide
+ *                         to Splines, 1978, ch. IV) that is factored once for all functions. At least 3.
+ *   Hermite               ic: the slopes m_1 .. m_(nx-2), DF_IC_SLOPES. At least 3.
+ *   Bessel                m_i of the parabola through three neighbours (de Boor, ch. IV). At least 4.
+ *   Akima                 m_i a mean of d_(i-1) and d_i with weights |d_(i+1) - d_i| and |d_(i-1) - d_(i-2)|,
+ *                         the plain mean if their sum is below 1e-10 (H. Akima, 1970). At least 5.
+ * DF_END_PERIODIC needs bc[0] with two kinds: the common slope (Hermite) or second derivative (default).
  *
- * Natural cubic splines: the slopes m_i at the breakpoints solve a tridiagonal system (C. de Boor, A
- * Practical Guide to Splines, 1978, ch. IV) that is factored once for all functions.
+ * Returns 0; -1000 null task; -1002 format or method; -1016, -1008, -1009 missing or unknown arrays; -1010,
+ * -1011 order or kind not served; -1013, -1012 internal conditions missing or of another type; -1004 too few
+ * breakpoints; -1014, -1015 boundary conditions; -1013 knots that are not where they belong; -1001 out of
+ * memory: in all these cases the coefficients are untouched. -1018 periodic ends that differ, or are no
+ * numbers: natural completes all coefficients from the data as given, default of order 4 those of earlier
+ * functions, and all others touch nothing. -1500 singular system of the natural kind, coefficients untouched.
  */
 RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t method);
 
@@ -216,16 +237,20 @@ RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t meth
  * method    must be DF_METHOD_POLYNOMIAL.
  * nsite     number of sites, at least 1.
  * site      nsite sites in any order, or two ends under DF_SITES_UNIFORM. Sites outside the partition are
- * served by the first and last polynomial, continued. sitehint  DF_SITES_*. ndorder   length of dorder, 0
- * with a null dorder. dorder    a non-zero entry k requests derivative k. nres, the results per site and
- * function, is the sum of the entries (at or below 0: the value alone). Requested orders are packed in
- * ascending order; a request beyond the polynomial's degree reads 0.0, positions at or above nres are never
- * written. datahint  null, or 5 doubles: datahint[1] 0.0 for no information, 1.0 for a likely cell
- * datahint[4], 0 to nx. r         results, ny * nres * nsite doubles (ny 0 counts as 1) as rhint says. rhint
- * DF_RESULTS_*. cell      nsite cells, written under DF_WANT_CELLS, read under DF_WANT_GIVEN_CELLS (values
- * outside 0 .. nx are taken as the nearest of them), else null. The cell of a site is the number of
- * breakpoints not greater than it, 0 to nx; a NaN site gets 0. With DF_XHINT_QUASI_UNIFORM a site equal to a
- * breakpoint may keep the cell on its left.
+ *           served by the first and last polynomial, continued.
+ * sitehint  DF_SITES_*.
+ * ndorder   length of dorder, 0 with a null dorder.
+ * dorder    a non-zero entry k requests derivative k. nres, the results per site and function, is the sum of
+ *           the entries (at or below 0: the value alone). Requested orders are packed in ascending order; a
+ *           request beyond the polynomial's degree reads 0.0, positions at or above nres are never written.
+ * datahint  null, or 5 doubles: datahint[1] 0.0 for no information, 1.0 for a likely cell datahint[4], 0 to
+ *           nx.
+ * r         results, ny * nres * nsite doubles (ny 0 counts as 1, a negative ny as none) as rhint says.
+ * rhint     DF_RESULTS_*.
+ * cell      nsite cells, written under DF_WANT_CELLS, read under DF_WANT_GIVEN_CELLS (values outside 0 .. nx
+ *           are taken as the nearest of them), else null. The cell of a site is the number of breakpoints not
+ *           greater than it, 0 to nx; a NaN site gets 0. With DF_XHINT_QUASI_UNIFORM a site equal to a
+ *           breakpoint may keep the cell on its left.
  *
  * Quadratic splines of DF_KIND_SUBBOTIN have nx pieces, expanded about the breakpoints and joined at knots. A
  * site with q = max(cell - 1, 0), at most nx - 2, is served by piece q + 1 if it is not less than a knot,

@@ -6,8 +6,8 @@
  * factorisation; I. Babuska, 1972). For matrices that need no pivoting, such as diagonally dominant ones.
  *
  * The matrix of order n is given by three arrays: dl[i] = A[i+1][i] and du[i] = A[i][i+1] with n - 1
- * elements, d[i] = A[i][i] with n elements. Right-hand sides stand in b, column-major: column j starts at b[j
- * * ldb]. Arguments go by address, integers are 32 bits wide; n, ldb and nrhs may be one and the same
+ * elements, d[i] = A[i][i] with n elements. Right-hand sides stand in b, column-major: column j starts at
+ * b[j*ldb]. Arguments go by address, integers are 32 bits wide; n, ldb and nrhs may be one and the same
  * integer.
  *
  * info receives 0; -k if argument k was bad (also reported on standard output; nothing was computed); k above
@@ -42,8 +42,8 @@ RVN_API void DDTTRFB(const int32_t* n, double* dl, double* d, const double* du, 
 /*
  * Solves with factors of DDTTRFB or DDTSVB; b is overwritten by the solution.
  * trans: "N" or "n" solves A X = B. "T", "t", "C" and "c" apply the mirrored sequence of steps, which is not
- * the solution of the transposed system. info: -1 trans unknown, -2 n negative, -3 nrhs negative, -8 ldb less
- * than n.
+ * the solution of the transposed system.
+ * info: -1 trans unknown, -2 n negative, -3 nrhs negative, -8 ldb less than n.
  */
 RVN_API void DDTTRSB(const char* trans, const int32_t* n, const int32_t* nrhs, const double* dl,
                      const double* d, const double* du, double* b, const int32_t* ldb, int32_t* info);

@@ -5,7 +5,7 @@
 // the cell beside it and w = h + g,
 //
 //   not-a-knot  ((h^2 e + (h + 2 w) g d) / w - w m) / g
-//               on a uniform partition: half the slope over both cells, less 2 m
+//               on a uniform partition: the slope of the chord over both cells, less 2 m
 //   free        1.5 d - 0.5 m                 second derivative 0
 //   slope       as given
 //   curvature   1.5 d -+ 0.25 h s - 0.5 m     second derivative s; minus at the left end
