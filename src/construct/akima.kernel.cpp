@@ -28,29 +28,47 @@ template <class Values, bool uniform>
 struct AkimaSlopes {
   static constexpr std::int64_t reach = 2;
   static constexpr bool takesNoEnds = true;
+  static constexpr std::int64_t lag = 1;
 
   const DfTask& task;
-  const Partition<uniform>& p;
-  const Values& y;
+  Partition<uniform> p;
+  Values y;
 
-  void fillSlopes(CellRun& run, std::int64_t from, std::int64_t to) const {
+  void fillSlopes(CellRun run, std::int64_t from, std::int64_t to) const {
     const std::int64_t n = p.n;
     const auto weight = [&](std::int64_t j) {
       const std::int64_t inside = j < 1 ? 1 : least(j, n - 2);
       return magnitude(*run.d(inside) - *run.d(inside - 1));
     };
-    const auto atEnd = [&](std::int64_t i) {
+    for (std::int64_t i = from; i < to; ++i)
       *run.m(i) = weightedMean(*run.d(i - 1), weight(i + 1), *run.d(i), weight(i - 1));
-    };
-    if (from == 1) atEnd(from++);
-    if (to == n - 1) atEnd(--to);
-    forLanes(from, to, [&]<class V>(std::int64_t i, V) {
-      const V before = load<V>(run.d(i - 1));
-      const V after = load<V>(run.d(i));
-      store(run.m(i), weightedMean(before, magnitude(load<V>(run.d(i + 1)) - after), after,
-                                   magnitude(before - load<V>(run.d(i - 2)))));
-    });
   }
+
+  // Weights of a vector need the chords of the next one.
+  struct Pass {
+    Lanes before;      // chords one cell below `after`
+    Lanes after;       // newest chords
+    Lanes weightLast;  // weights of the vector before, and
+    Lanes weight;      // of the newest one
+
+    Pass(const AkimaSlopes& slopes, std::int64_t from) {
+      const Partition<uniform>& p = slopes.p;
+      before = p.template differences<Lanes>(slopes.y, from - laneCount - 1);
+      after = p.template differences<Lanes>(slopes.y, from - laneCount);
+      weight = weightLast = magnitude(after - before);
+    }
+
+    Lanes push(std::int64_t, Lanes d) {
+      const Lanes beforeNext = oneDown(after, d);
+      const Lanes weightNext = magnitude(d - beforeNext);
+      const Lanes m = weightedMean(before, oneUp(weight, weightNext), after, oneDown(weightLast, weight));
+      before = beforeNext;
+      after = d;
+      weightLast = weight;
+      weight = weightNext;
+      return m;
+    }
+  };
 
   // The joint of the last and the first cell. The weights on its far sides come from the cells next to it.
   double periodicSlope() const {

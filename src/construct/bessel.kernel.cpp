@@ -14,23 +14,38 @@ template <class Values, bool uniform>
 struct BesselSlopes {
   static constexpr std::int64_t reach = 1;
   static constexpr bool takesNoEnds = false;
+  static constexpr std::int64_t lag = 0;
 
   const DfTask& task;
-  const Partition<uniform>& p;
-  const Values& y;
+  Partition<uniform> p;
+  Values y;
 
-  void fillSlopes(CellRun& run, std::int64_t from, std::int64_t to) const {
-    forLanes(from, to, [&]<class V>(std::int64_t i, V) {
-      if constexpr (uniform) {
-        store(run.m(i), 0.5 * p.r * (y.template lanes<V>(i + 1) - y.template lanes<V>(i - 1)));
-      } else {
-        const V h = p.template distances<V>(i, i + 1);
-        const V hBefore = p.template distances<V>(i - 1, i);
-        store(run.m(i), (h * load<V>(run.d(i - 1)) + hBefore * load<V>(run.d(i))) /
-                            p.template distances<V>(i - 1, i + 1));
-      }
-    });
+  template <class V>
+  static V slopes(const Partition<uniform>& p, const Values& y, std::int64_t i, V before, V after) {
+    if constexpr (uniform) return 0.5 * p.r * (y.template lanes<V>(i + 1) - y.template lanes<V>(i - 1));
+    return (p.template distances<V>(i, i + 1) * before + p.template distances<V>(i - 1, i) * after) /
+           p.template distances<V>(i - 1, i + 1);
   }
+
+  void fillSlopes(CellRun run, std::int64_t from, std::int64_t to) const {
+    for (std::int64_t i = from; i < to; ++i)
+      *run.m(i) = slopes(p, y, i, *run.d(i - 1), *run.d(i));
+  }
+
+  struct Pass {
+    Partition<uniform> p;
+    Values y;
+    Lanes last;
+
+    Pass(const BesselSlopes& slopes, std::int64_t from)
+        : p(slopes.p), y(slopes.y), last(p.template differences<Lanes>(y, from - laneCount)) {}
+
+    Lanes push(std::int64_t i, Lanes d) {
+      const Lanes before = oneDown(last, d);
+      last = d;
+      return slopes(p, y, i, before, d);
+    }
+  };
 
   // The parabola across the joint of the last and the first cell.
   double periodicSlope() const {

@@ -11,14 +11,23 @@ template <class Values, bool uniform>
 struct HermiteSlopes {
   static constexpr std::int64_t reach = 0;
   static constexpr bool takesNoEnds = false;
+  static constexpr std::int64_t lag = 0;
 
   const DfTask& task;
-  const Partition<uniform>& p;
-  const Values& y;
+  Partition<uniform> p;
+  Values y;
 
-  void fillSlopes(CellRun& run, std::int64_t from, std::int64_t to) const {
-    forLanes(from, to, [&]<class V>(std::int64_t i, V) { store(run.m(i), load<V>(task.ic + (i - 1))); });
+  void fillSlopes(CellRun run, std::int64_t from, std::int64_t to) const {
+    for (std::int64_t i = from; i < to; ++i)
+      *run.m(i) = task.ic[i - 1];
   }
+
+  struct Pass {
+    const double* ic;
+
+    Pass(const HermiteSlopes& slopes, std::int64_t) : ic(slopes.task.ic) {}
+    Lanes push(std::int64_t i, Lanes) { return load<Lanes>(ic + (i - 1)); }
+  };
 
   double periodicSlope() const { return task.bc[0]; }
 };

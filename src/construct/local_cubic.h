@@ -4,11 +4,17 @@
 // follows from the Hermite form. Nothing is solved, so cells are built a run at a time, for one function
 // after another, while the run is in cache.
 //
+// The cells inside go through registers in one pass: chords of a vector of cells, then slopes, then
+// coefficients of the cells before it, so that the divisions of one overlap with the rest of the other. The
+// few cells at the ends of a block go through a short run of arrays.
+//
 // A family is a record over Values and uniformity, made for one function, with
 //   reach                      how many cells beside a run its slopes depend on, 0 to mostReach
 //   fillSlopes(run, from, to)  slopes at the interior breakpoints from .. to - 1
 //   periodicSlope()            the slope at both ends of periodic data
 //   takesNoEnds, freeSlope()   whether ends without condition are served, and their slopes
+//   Pass, lag                  slopes of vectors of cells in ascending order: push(i, d) takes the divided
+//                              differences from i on and returns the slopes `lag` vectors before
 
 #include <cstdint>
 
@@ -26,7 +32,7 @@ constexpr std::int64_t blockCells = 2048;
 constexpr std::int64_t blockFunctions = 4;
 constexpr std::int64_t leastSharedValues = 512;
 
-constexpr std::int64_t runCells = 128;
+constexpr std::int64_t runCells = 8;
 constexpr std::int64_t mostReach = 2;
 
 // What one worker keeps of the cells first .. last - 1 and a few neighbours. Arrays are asked by the number
@@ -51,7 +57,7 @@ class CellRun {
 
 template <template <class, bool> class Family, class Values, bool uniform>
 struct LocalSpline {
-  const DfTask& task;
+  const DfTask* task;
   Partition<uniform> p;
   EndKind left;
   EndKind right;
@@ -66,42 +72,90 @@ struct LocalSpline {
 
   // The interior cells are those from 1 to n - 3; the first and the last block take an end cell besides.
   static void blockWorker(std::int64_t block, std::int64_t worker, std::int64_t, void* context) {
-    const auto& spline = *static_cast<const LocalSpline*>(context);
+    const LocalSpline spline = *static_cast<const LocalSpline*>(context);
     const std::int64_t n = spline.p.n;
     const std::int64_t blocks = blocksAlongX(n);
     const std::int64_t along = block % blocks;
     const std::int64_t first = block / blocks * blockFunctions;
     const std::int64_t from = along == 0 ? 0 : 1 + along * blockCells;
     const std::int64_t to = along == blocks - 1 ? n - 1 : 1 + (along + 1) * blockCells;
-    CellRun run(spline.scratch + worker * CellRun::length);
-    for (std::int64_t i = from; i < to; i += runCells)
-      spline.fillRun(i, least(i + runCells, to), first,
-                     least(first + blockFunctions, functionCount(spline.task)), run);
-  }
-
-  void fillRun(std::int64_t first, std::int64_t last, std::int64_t firstFunction, std::int64_t lastFunction,
-               CellRun& run) const {
-    const std::int64_t low = first > Rule::reach ? first - Rule::reach : 0;
-    const std::int64_t high = least(last + Rule::reach, p.n - 1);
-    run.start(first);
-    if constexpr (!uniform)
-      forLanes(low, high, [&]<class V>(std::int64_t i, V) { store(run.r(i), p.template reciprocals<V>(i)); });
-    for (std::int64_t f = firstFunction; f < lastFunction; ++f) {
-      const Values y(task, f);
-      forLanes(low, high, [&]<class V>(std::int64_t i, V) {
-        store(run.d(i), (y.template lanes<V>(i + 1) - y.template lanes<V>(i)) * reciprocals<V>(run, i));
-      });
-      fillSlopes(first, last, y, run);
-      double* c = task.coeffRows[f];
-      forLanes(first, last, [&]<class V>(std::int64_t i, V) {
-        storeCells(c + 4 * i, hermiteForm(y.template lanes<V>(i), load<V>(run.m(i)), load<V>(run.m(i + 1)),
-                                          load<V>(run.d(i)), reciprocals<V>(run, i)));
-      });
+    const std::int64_t last = least(first + blockFunctions, functionCount(*spline.task));
+    const CellRun run(spline.scratch + worker * CellRun::length);
+    // The pass reads a vector and a cell before its first cell, and `lag` + 1 vectors behind its last one.
+    const std::int64_t passFrom = from > laneCount ? from : laneCount + 1;
+    const std::int64_t room = least(to, n - 1 - (Rule::lag + 1) * laneCount) - passFrom;
+    const std::int64_t passTo = passFrom + (room > 0 ? room - room % laneCount : 0);
+    for (std::int64_t f = first; f < last; ++f) {
+      fillRuns(spline, from, least(passFrom, to), f, run);
+      if (passTo > passFrom) fillPass(spline, passFrom, passTo, f);
+      fillRuns(spline, passTo, to, f, run);
     }
   }
 
-  void fillSlopes(std::int64_t first, std::int64_t last, const Values& y, CellRun& run) const {
-    const Rule rule{task, p, y};
+  // Chords of the cells from i on.
+  template <class V>
+  struct Chords {
+    V y;
+    V r;
+    V d;
+  };
+
+  template <class V>
+  static Chords<V> chords(const Partition<uniform>& p, const Values& y, std::int64_t i) {
+    const V left = y.template lanes<V>(i);
+    const V r = p.template reciprocals<V>(i);
+    return {left, r, (y.template lanes<V>(i + 1) - left) * r};
+  }
+
+  static void fillPass(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f) {
+    constexpr std::int64_t lag = Rule::lag;
+    const Partition<uniform> p = spline.p;
+    const Values y(*spline.task, f);
+    double* const c = spline.task->coeffRows[f];
+    typename Rule::Pass pass(Rule{*spline.task, p, y}, from);
+    Chords<Lanes> waiting[lag + 1];  // chords whose cells wait for slopes
+    Lanes m = {};
+    for (std::int64_t k = 0; k <= lag; ++k) {
+      waiting[k] = chords<Lanes>(p, y, from + k * laneCount);
+      m = pass.push(from + k * laneCount, waiting[k].d);
+    }
+    for (std::int64_t i = from; i < to; i += laneCount) {
+      const std::int64_t ahead = i + (lag + 1) * laneCount;
+      const Chords<Lanes> newest = chords<Lanes>(p, y, ahead);
+      const Lanes mNext = pass.push(ahead, newest.d);
+      storeCells(c + 4 * i, hermiteForm(waiting[0].y, m, oneUp(m, mNext), waiting[0].d, waiting[0].r));
+      for (std::int64_t k = 0; k < lag; ++k)
+        waiting[k] = waiting[k + 1];
+      waiting[lag] = newest;
+      m = mNext;
+    }
+  }
+
+  static void fillRuns(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f,
+                       CellRun run) {
+    for (std::int64_t i = from; i < to; i += runCells)
+      fillRun(spline, i, least(i + runCells, to), f, run);
+  }
+
+  static void fillRun(const LocalSpline& spline, std::int64_t first, std::int64_t last, std::int64_t f,
+                      CellRun run) {
+    const Partition<uniform> p = spline.p;
+    const Values y(*spline.task, f);
+    double* const c = spline.task->coeffRows[f];
+    const std::int64_t low = first > Rule::reach ? first - Rule::reach : 0;
+    const std::int64_t high = least(last + Rule::reach, p.n - 1);
+    run.start(first);
+    for (std::int64_t i = low; i < high; ++i) {
+      *run.r(i) = p.template reciprocals<double>(i);
+      *run.d(i) = (y[i + 1] - y[i]) * *run.r(i);
+    }
+    spline.fillSlopes(first, last, y, run);
+    for (std::int64_t i = first; i < last; ++i)
+      storeCells(c + 4 * i, hermiteForm(y[i], *run.m(i), *run.m(i + 1), *run.d(i), *run.r(i)));
+  }
+
+  void fillSlopes(std::int64_t first, std::int64_t last, Values y, CellRun run) const {
+    const Rule rule{*task, p, y};
     const std::int64_t n = p.n;
     rule.fillSlopes(run, first > 0 ? first : 1, least(last + 1, n - 1));
     if (first == 0) *run.m(0) = endSlopeOf(Side::left, left, rule, y, *run.m(1));
@@ -112,13 +166,7 @@ struct LocalSpline {
     if (kind == EndKind::periodic) return rule.periodicSlope();
     if constexpr (Rule::takesNoEnds)
       if (kind == EndKind::none) return rule.freeSlope(side);
-    return endSlope(side, kind, p, y, task.bc, m);
-  }
-
-  template <class V>
-  V reciprocals(const CellRun& run, std::int64_t i) const {
-    if constexpr (uniform) return broadcast<V>(p.r);
-    return load<V>(run.r(i));
+    return endSlope(side, kind, p, y, task->bc, m);
   }
 };
 
@@ -134,7 +182,7 @@ template <template <class, bool> class Family, class Values, bool uniform>
   Scratch scratch;
   auto* block = scratch.allocate<double>(workers * CellRun::length);
   if (block == nullptr) return DF_ERROR_MEMORY;
-  Spline spline = {task, Partition<uniform>(task), leftEnds[slot], rightEnds[slot], block};
+  Spline spline = {&task, Partition<uniform>(task), leftEnds[slot], rightEnds[slot], block};
   const bool shared = level.sharesWork && task.nx * functions >= leastSharedValues;
   runBlocks(blocks, shared, workers, &spline, Spline::blockWorker, workShare);
   return DF_STATUS_OK;

@@ -1,7 +1,6 @@
 #include <cstdint>
 
 #include "construct/construct_kernels.h"
-#include "construct/natural_single.h"
 #include "construct/natural_system.h"
 #include "construct/tridiagonal_rows.h"
 #include "runtime/level.h"
@@ -47,8 +46,8 @@ void fillMatrix(const Partition<uniform>& p, const NaturalScratch& s) {
 template <class Values, bool uniform, EndSlot slot>
 void prepareFunction(const DfTask& task, const Partition<uniform>& p, std::int64_t f, double* b) {
   const Values y(task, f);
-  for (std::int64_t i = 1; i < p.n - 1; i += rhsRun)
-    fillRhsRun(p, y, i, p.n - 1 - i < rhsRun ? p.n - 1 - i : rhsRun, b + i);
+  for (std::int64_t i = 1; i < p.n - 1; i += rowsPerRun)
+    fillRhsRun(p, y, i, least(p.n - 1 - i, rowsPerRun), b + i);
   b[0] = leftRhs<slot>(p, y, task.bc);
   b[p.n - 1] = rightRhs<slot>(p, y, task.bc);
 }
@@ -118,7 +117,10 @@ std::int32_t naturalKernel(const DfTask& task, const WorkShareTable& workShare) 
 
   const Partition<uniform> p(task);
   if constexpr (slot != EndSlot::periodic)
-    if (functions == 1) return SingleSpline<Values, uniform, slot>(task, p, block).construct();
+    if (functions == 1) {
+      const NaturalSource<Values, uniform, slot> source(task, p);
+      return TwoEndedSpline(source, block).construct(false) ? DF_STATUS_OK : DF_ERROR_SOLVER;
+    }
   const NaturalScratch s(block, n);
   fillMatrix<slot>(p, s);
   if (factor(s.rows(n)) != 0) return DF_ERROR_SOLVER;
@@ -137,7 +139,7 @@ std::int32_t naturalKernel(const DfTask& task, const WorkShareTable& workShare) 
   }
   for (std::int64_t f = 0; f < functions; ++f)
     prepareFunction<Values, uniform, slot>(task, p, f, rowTail(task, f));
-  if (solveRows(task, 0, s.rows(n)) != 0) return DF_ERROR_SOLVER;
+  if (solveRows(task, s.rows(n)) != 0) return DF_ERROR_SOLVER;
   for (std::int64_t f = 0; f < functions; ++f) {
     const std::int32_t mismatch =
         finishFunction<Values, uniform, slot>(task, p, f, s.column, rowTail(task, f));

@@ -18,6 +18,7 @@
 #include "construct/cells.h"
 #include "construct/framework.h"
 #include "construct/partition.h"
+#include "construct/two_ended_spline.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -78,9 +79,7 @@ template <EndSlot slot, bool uniform>
   }
 }
 
-// Right-hand sides of at most rhsRun interior rows from `first` on; b[0] belongs to the first.
-constexpr std::int64_t rhsRun = 256;
-
+// Right-hand sides of at most rowsPerRun interior rows from `first` on; b[0] belongs to the first.
 template <class Values, bool uniform>
 [[maybe_unused]] inline void fillRhsRun(const Partition<uniform>& p, const Values& y, std::int64_t first,
                                         std::int64_t count, double* __restrict b) {
@@ -91,7 +90,7 @@ template <class Values, bool uniform>
     });
   } else {
     // Each divided difference serves two rows: d[k] is d_(first + k - 1).
-    double d[rhsRun + 1];
+    double d[rowsPerRun + 1];
     forLanes(0, count + 1,
              [&]<class V>(std::int64_t k, V) { store(d + k, p.template differences<V>(y, first + k - 1)); });
     const double* __restrict x = p.x + first;
@@ -173,15 +172,60 @@ template <bool uniform>
 // Coefficients of the cells from .. to - 1 by the slopes m, which may stand in the last n elements of the row
 // c: cells are written in ascending order and end where the slopes that are still needed begin.
 template <class Values, bool uniform>
-[[maybe_unused]] inline void fillCoefficients(const Partition<uniform>& p, const Values& y, const double* m,
-                                              double* c, std::int64_t from, std::int64_t to) {
-  forLanes(from, to, [&]<class V>(std::int64_t i, V) {
+[[maybe_unused]] inline void fillCoefficients(Partition<uniform> p, Values y, const double* m, double* c,
+                                              std::int64_t from, std::int64_t to) {
+  forLanes(from, to, [=]<class V>(std::int64_t i, V) {
     const V r = p.template reciprocals<V>(i);
     const V left = y.template lanes<V>(i);
     const V d = (y.template lanes<V>(i + 1) - left) * r;
     storeCells(c + 4 * i, hermiteForm(left, load<V>(m + i), load<V>(m + i + 1), d, r));
   });
 }
+
+// The system of one function, for TwoEndedSpline.
+template <class Values, bool uniform, EndSlot slot>
+struct NaturalSource {
+  std::int64_t n;
+  Partition<uniform> p;
+  Values y;
+  const double* bc;
+  double* c;
+
+  NaturalSource(const DfTask& task, const Partition<uniform>& partition)
+      : n(task.nx), p(partition), y(task, 0), bc(task.bc), c(task.coeffRows[0]) {}
+
+  void fillRows(std::int64_t first, std::int64_t count, RowRun& run) const {
+    const std::int64_t from = first > 0 ? first : 1;
+    const std::int64_t to = least(first + count, n - 1);
+    const std::int64_t skip = from - first;
+    fillMatrixRows(p, from, to, {run.lower + skip, run.diagonal + skip, run.upper + skip});
+    for (std::int64_t i = from; i < to; i += rowsPerRun)
+      fillRhsRun(p, y, i, least(to - i, rowsPerRun), run.rhs + (i - first));
+    if (first == 0) {
+      const EndRow row = leftRow<slot>(p);
+      run.diagonal[0] = row.diagonal;
+      run.upper[0] = row.beside;
+      run.rhs[0] = leftRhs<slot>(p, y, bc);
+    }
+    if (first + count == n) {
+      const EndRow row = rightRow<slot>(p);
+      run.diagonal[count - 1] = row.diagonal;
+      run.lower[count - 1] = row.beside;
+      run.rhs[count - 1] = rightRhs<slot>(p, y, bc);
+    }
+  }
+
+  void fillCells(const double* m, std::int64_t from, std::int64_t to) const {
+    fillCoefficients(p, y, m, c, from, to);
+  }
+
+  void prefetchData(std::int64_t i) const {
+    y.prefetch(i);
+    if constexpr (!uniform) __builtin_prefetch(p.x + i);
+  }
+
+  const double* cellAddress(std::int64_t i) const { return c + 4 * i; }
+};
 
 }  // namespace
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -33,9 +33,9 @@ struct SharedRun {
 
 // Interior cells first .. last - 1.
 template <bool uniform>
-void fillShared(const Partition<uniform>& p, const double* ic, std::int64_t first, std::int64_t last,
-                const SharedRun& run) {
-  forLanes(first, last, [&]<class V>(std::int64_t i, V) {
+void fillShared(Partition<uniform> p, const double* ic, std::int64_t first, std::int64_t last,
+                SharedRun run) {
+  forLanes(first, last, [=]<class V>(std::int64_t i, V) {
     const V r = p.template reciprocals<V>(i);
     const V bend = load<V>(ic + i - 1);
     const V bendNext = load<V>(ic + i);
@@ -46,9 +46,9 @@ void fillShared(const Partition<uniform>& p, const double* ic, std::int64_t firs
 }
 
 template <class Values>
-void fillInterior(const Values& y, const double* ic, std::int64_t first, std::int64_t last,
-                  const SharedRun& run, double* c) {
-  forLanes(first, last, [&]<class V>(std::int64_t i, V) {
+void fillInterior(Values y, const double* ic, std::int64_t first, std::int64_t last, SharedRun run,
+                  double* c) {
+  forLanes(first, last, [=]<class V>(std::int64_t i, V) {
     const V left = y.template lanes<V>(i);
     const V d = (y.template lanes<V>(i + 1) - left) * load<V>(run.r + (i - first));
     storeCells(c + 4 * i, Cubic<V>{left, d - load<V>(run.c1 + (i - first)), 0.5 * load<V>(ic + i - 1),

@@ -6,6 +6,7 @@
 #include "construct/framework.h"
 #include "construct/partition.h"
 #include "construct/tridiagonal_rows.h"
+#include "construct/two_ended_spline.h"
 #include "runtime/level.h"
 
 // The quadratic spline of Subbotin: pieces join with a continuous slope at knots t_k between the breakpoints
@@ -19,181 +20,264 @@
 //
 //   P_i = h_i / (x_(i+1) - x_(i-1)) / b_i,   Q_i = h_(i-1) / (x_(i+1) - x_(i-1)) / a_i,
 //
-// with one row for each end where the curvature is given, and none where the slope is.
+// with one row for each end.
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// All arrays have n + 1 elements.
-struct SubbotinScratch {
-  double* t;
-  double* a;
-  double* b;
-  double* p;
-  double* q;
-  double* dl;
-  double* d;
-  double* du;
-
-  SubbotinScratch(double* block, std::int64_t n)
-      : t(block),
-        a(t + n + 1),
-        b(a + n + 1),
-        p(b + n + 1),
-        q(p + n + 1),
-        dl(q + n + 1),
-        d(dl + n + 1),
-        du(d + n + 1) {}
-
-  static std::int64_t length(std::int64_t n) { return 8 * (n + 1); }
-};
-
-// Given ends of a uniform partition may be off by rounding.
-constexpr double endTolerance = 0x1p-40;
-
-// Fills the knots; false if given ones are not where they belong. Comparisons refuse a NaN. The last interior
-// knot is not tested.
+// The knots t_0 .. t_n in the three forms that they are given in.
 template <bool uniform, bool knotEnds>
-bool fillKnots(const DfTask& task, const Partition<uniform>& p, double* t) {
-  const std::int64_t n = p.n;
-  const double* ic = task.ic;
-  t[0] = p.point(0);
-  t[n] = p.point(n - 1);
-  if (ic == nullptr) {
-    for (std::int64_t k = 0; k < n - 1; ++k)
-      t[k + 1] = (p.point(k) + p.point(k + 1)) * 0.5;
+struct Knots {
+  Partition<uniform> p;
+  const double* ic;
+  double step;  // of an equidistant run
+
+  explicit Knots(const DfTask& task)
+      : p(task),
+        ic(task.ic),
+        step(knotEnds && ic != nullptr ? (ic[1] - ic[0]) / static_cast<double>(task.nx - 2) : 0.0) {}
+
+  double operator[](std::int64_t k) const {
+    if (k == 0) return p.point(0);
+    if (k == p.n) return p.point(p.n - 1);
+    if (ic == nullptr) return (p.point(k - 1) + p.point(k)) * 0.5;
+    return knotEnds ? ic[0] + static_cast<double>(k - 1) * step : ic[k];
+  }
+
+  // Given ends of a uniform partition may be off by rounding.
+  static constexpr double endTolerance = 0x1p-40;
+
+  // Whether given knots are where they belong. Comparisons refuse a NaN; the last interior knot is not
+  // tested.
+  bool inPlace() const {
+    if (ic == nullptr) return true;
+    const double first = p.point(0);
+    const double last = p.point(p.n - 1);
+    if constexpr (knotEnds) {
+      if (!(first < ic[0]) || !(ic[1] < last)) return false;
+    } else if constexpr (uniform) {
+      if (!(magnitude(ic[0] - first) < endTolerance)) return false;
+      if (!(magnitude(ic[p.n] - last) < endTolerance)) return false;
+    } else {
+      if (!(ic[0] == first) || !(ic[p.n] == last)) return false;
+    }
+    for (std::int64_t k = 0; k < p.n - 2; ++k) {
+      const double knot = (*this)[k + 1];
+      if (!(p.point(k) < knot) || !(knot < p.point(k + 1))) return false;
+    }
     return true;
   }
-  if constexpr (knotEnds) {
-    if (!(t[0] < ic[0]) || !(ic[1] < t[n])) return false;
-    const double step = (ic[1] - ic[0]) / static_cast<double>(n - 2);
-    for (std::int64_t k = 1; k < n; ++k)
-      t[k] = ic[0] + static_cast<double>(k - 1) * step;
-  } else if constexpr (uniform) {
-    if (!(magnitude(ic[0] - t[0]) < endTolerance) || !(magnitude(ic[n] - t[n]) < endTolerance)) return false;
-  } else {
-    if (!(ic[0] == t[0]) || !(ic[n] == t[n])) return false;
-  }
-  if constexpr (!knotEnds)
-    for (std::int64_t k = 1; k < n; ++k)
-      t[k] = ic[k];
-  for (std::int64_t k = 0; k < n - 2; ++k)
-    if (!(p.point(k) < t[k + 1]) || !(t[k + 1] < p.point(k + 1))) return false;
-  return true;
-}
+};
 
-// First and last breakpoint whose slope is unknown.
-template <EndSlot slot>
-constexpr std::int64_t firstUnknown = leftEnds[static_cast<int>(slot)] == EndKind::slope ? 1 : 0;
+// Interior rows: P_i and Q_i, which the right-hand sides need too, and the elements of the matrix.
+struct WeightedRows {
+  double* before;
+  double* after;
+  double* lower;
+  double* diagonal;
+  double* upper;
+};
 
-template <EndSlot slot>
-constexpr std::int64_t unknownsFromEnd = rightEnds[static_cast<int>(slot)] == EndKind::slope ? 2 : 1;
-
-template <bool uniform, EndSlot slot>
-TridiagonalRows fillMatrix(const Partition<uniform>& p, const SubbotinScratch& s) {
-  const std::int64_t n = p.n;
-  for (std::int64_t k = 0; k < n; ++k) {
-    s.a[k] = s.t[k + 1] - p.point(k);
-    s.b[k] = p.point(k) - s.t[k];
-  }
-  forLanes(1, n - 1, [&]<class V>(std::int64_t i, V) {
+// Rows from .. to - 1, at most rowsPerRun + 1; row `from` stands at index 0.
+template <bool uniform, bool knotEnds>
+void fillWeightedRows(const Knots<uniform, knotEnds> knots, std::int64_t from, std::int64_t to,
+                      const WeightedRows rows) {
+  const Partition<uniform> p = knots.p;
+  double x[rowsPerRun + 3];
+  double t[rowsPerRun + 2];
+  for (std::int64_t i = from - 1; i <= to; ++i)
+    x[i - from + 1] = p.point(i);
+  for (std::int64_t i = from; i <= to; ++i)
+    t[i - from] = knots[i];
+  forLanes(0, to - from, [&]<class V>(std::int64_t j, V) {
+    const std::int64_t i = from + j;
     const V w = p.template distances<V>(i - 1, i + 1);
-    const V before = p.template distances<V>(i, i + 1) / w / load<V>(s.b + i);
-    const V after = p.template distances<V>(i - 1, i) / w / load<V>(s.a + i);
-    const V lower = load<V>(s.a + i - 1) * before;
-    const V upper = load<V>(s.b + i + 1) * after;
-    store(s.p + i, before);
-    store(s.q + i, after);
-    store(s.dl + i - 1, lower);
-    store(s.d + i, 2.0 + lower + upper);
-    store(s.du + i, upper);
+    const V here = load<V>(x + j + 1);
+    const V knot = load<V>(t + j);
+    const V knotNext = load<V>(t + j + 1);
+    const V before = p.template distances<V>(i, i + 1) / w / (here - knot);
+    const V after = p.template distances<V>(i - 1, i) / w / (knotNext - here);
+    const V lower = (knot - load<V>(x + j)) * before;
+    const V upper = (load<V>(x + j + 2) - knotNext) * after;
+    store(rows.before + j, before);
+    store(rows.after + j, after);
+    store(rows.lower + j, lower);
+    store(rows.diagonal + j, 2.0 + lower + upper);
+    store(rows.upper + j, upper);
   });
-  if constexpr (firstUnknown<slot> == 0) {
-    const double ratio = s.b[1] / p.step(0);
-    s.d[0] = 2.0 - ratio;
-    s.du[0] = ratio;
-  }
-  if constexpr (unknownsFromEnd<slot> == 1) {
-    const double ratio = s.b[n - 1] / p.step(n - 2);
-    s.dl[n - 2] = 1.0 - ratio;
-    s.d[n - 1] = 1.0 + ratio;
-  }
-  constexpr std::int64_t first = firstUnknown<slot>;
-  return {n + 1 - unknownsFromEnd<slot> - first, s.dl + first, s.d + first, s.du + first};
 }
 
-template <class Values, bool uniform, EndSlot slot>
-void fillRightHandSide(const Partition<uniform>& p, const SubbotinScratch& s, const Values& y,
-                       const double* bc, double* z) {
-  const std::int64_t n = p.n;
-  forLanes(1, n - 1, [&]<class V>(std::int64_t i, V) {
-    const V here = y.template lanes<V>(i);
-    const V before = here - y.template lanes<V>(i - 1);
-    const V after = y.template lanes<V>(i + 1) - here;
-    store(z + i, 2.0 * (load<V>(s.p + i) * before + load<V>(s.q + i) * after));
-  });
-  if constexpr (firstUnknown<slot> == 1) {
-    z[0] = bc[0];
-    z[1] -= s.dl[0] * bc[0];
-  } else {
-    z[0] = 2.0 * (y[1] - y[0]) / p.step(0) - s.a[0] * bc[0];
-  }
-  if constexpr (unknownsFromEnd<slot> == 2) {
-    z[n - 1] = bc[1];
-    z[n - 2] -= s.du[n - 2] * bc[1];
-  } else {
-    z[n - 1] = 2.0 * (y[n - 1] - y[n - 2]) / p.step(n - 2) + s.b[n - 1] * bc[1];
-  }
-}
+// A row at an end: where the slope is given it says so; a given curvature s makes, with a_0 and b_1,
+//   (2 - b_1 / h_0) z_0 + b_1 / h_0 z_1 = 2 u_0 / h_0 - a_0 s,
+// and likewise at the right end.
+struct EndRow {
+  double diagonal;
+  double beside;
+  double rhs;
+};
 
-// Pieces by the slopes z, which stand in the last n elements of the row c. With a continuous slope at the
-// knot, half the second derivative of piece k is
-//
-//   e_k = (z_(k+1) - z_k) / (2 h_k) + (2 u_k - h_k (z_k + z_(k+1))) / (2 h_k a_k),
-//   e_(k+1) = e_k + (u_k - h_k (z_k + z_(k+1)) / 2) / (b_(k+1) (b_(k+1) - h_k)).
-template <class Values, bool uniform>
-void fillPieces(const Partition<uniform>& p, const SubbotinScratch& s, const Values& y, const double* z,
-                double* c) {
-  const std::int64_t n = p.n;
-  forLanes(0, n - 2, [&]<class V>(std::int64_t k, V) {
-    const V h = p.template distances<V>(k, k + 1);
-    const V left = y.template lanes<V>(k);
-    const V rise = y.template lanes<V>(k + 1) - left;
-    const V slope = load<V>(z + k);
-    const V slopeNext = load<V>(z + k + 1);
-    const V e = (slopeNext - slope) / (2.0 * h) +
-                (2.0 * rise - h * (slope + slopeNext)) / (2.0 * h * load<V>(s.a + k));
-    storeParabolas(c + 3 * k, left, slope, e);
-  });
-  double e = c[3 * (n - 3) + 2];
-  double slope = z[n - 3];
-  for (std::int64_t k = n - 3; k < n - 1; ++k) {
-    const double slopeNext = z[k + 1];
-    const double h = p.step(k);
-    const double b = s.b[k + 1];
-    e += ((y[k + 1] - y[k]) - 0.5 * h * (slope + slopeNext)) / (b * (b - h));
-    slope = slopeNext;
-    storeParabolas(c + 3 * (k + 1), y[k + 1], slope, e);
+template <class Values, bool uniform, bool knotEnds, EndSlot slot>
+struct SubbotinSource {
+  std::int64_t n;
+  Knots<uniform, knotEnds> knots;
+  Partition<uniform> p;
+  Values y;
+  const double* bc;
+  double* c;
+
+  SubbotinSource(const DfTask& task, const Knots<uniform, knotEnds>& t, std::int64_t f)
+      : n(task.nx), knots(t), p(t.p), y(task, f), bc(task.bc), c(task.coeffRows[f]) {}
+
+  EndRow left() const {
+    if constexpr (leftEnds[static_cast<int>(slot)] == EndKind::slope) return {1.0, 0.0, bc[0]};
+    const double ratio = (p.point(1) - knots[1]) / p.step(0);
+    return {2.0 - ratio, ratio, 2.0 * (y[1] - y[0]) / p.step(0) - (knots[1] - p.point(0)) * bc[0]};
   }
+
+  EndRow right() const {
+    if constexpr (rightEnds[static_cast<int>(slot)] == EndKind::slope) return {1.0, 0.0, bc[1]};
+    const double b = p.point(n - 1) - knots[n - 1];
+    const double h = p.step(n - 2);
+    return {1.0 + b / h, 1.0 - b / h, 2.0 * (y[n - 1] - y[n - 2]) / h + b * bc[1]};
+  }
+
+  // Right-hand sides of the interior rows from .. to - 1.
+  void fillRhs(std::int64_t from, std::int64_t to, const double* before, const double* after,
+               double* rhs) const {
+    forLanes(0, to - from, [=, values = y]<class V>(std::int64_t j, V) {
+      const V here = values.template lanes<V>(from + j);
+      const V rise = here - values.template lanes<V>(from + j - 1);
+      const V riseNext = values.template lanes<V>(from + j + 1) - here;
+      store(rhs + j, 2.0 * (load<V>(before + j) * rise + load<V>(after + j) * riseNext));
+    });
+  }
+
+  void fillRows(std::int64_t first, std::int64_t count, RowRun& run) const {
+    const std::int64_t from = first > 0 ? first : 1;
+    const std::int64_t to = least(first + count, n - 1);
+    const std::int64_t skip = from - first;
+    double before[rowsPerRun + 1];
+    double after[rowsPerRun + 1];
+    fillWeightedRows(knots, from, to,
+                     {before, after, run.lower + skip, run.diagonal + skip, run.upper + skip});
+    fillRhs(from, to, before, after, run.rhs + skip);
+    if (first == 0) {
+      const EndRow row = left();
+      run.diagonal[0] = row.diagonal;
+      run.upper[0] = row.beside;
+      run.rhs[0] = row.rhs;
+    }
+    if (first + count == n) {
+      const EndRow row = right();
+      run.diagonal[count - 1] = row.diagonal;
+      run.lower[count - 1] = row.beside;
+      run.rhs[count - 1] = row.rhs;
+    }
+  }
+
+  // Half the second derivative of piece k < n - 1, from a continuous slope at the knot behind it:
+  //   e_k = (z_(k+1) - z_k) / (2 h_k) + (2 u_k - h_k (z_k + z_(k+1))) / (2 h_k a_k)
+  template <class V>
+  static V bend(V h, V a, V rise, V slope, V slopeNext) {
+    return (slopeNext - slope) / (2.0 * h) + (2.0 * rise - h * (slope + slopeNext)) / (2.0 * h * a);
+  }
+
+  // Pieces from .. to - 1 by the slopes z, which may stand in the last n elements of the row c. The last two
+  // pieces, k = n - 2 and n - 1, go by a step from the piece before:
+  //   e_(k+1) = e_k + (u_k - h_k (z_k + z_(k+1)) / 2) / (b_(k+1) (b_(k+1) - h_k))
+  void fillCells(const double* z, std::int64_t from, std::int64_t to) const {
+    fillInner(z, from, least(to, n - 2));
+    if (to < n - 1) return;
+    const std::int64_t k = n - 3;
+    const double slopes[3] = {z[k], z[k + 1], z[k + 2]};
+    double e = bend(p.step(k), knots[k + 1] - p.point(k), y[k + 1] - y[k], slopes[0], slopes[1]);
+    for (std::int64_t i = 0; i < 2; ++i) {
+      const double h = p.step(k + i);
+      const double b = p.point(k + i + 1) - knots[k + i + 1];
+      e += ((y[k + i + 1] - y[k + i]) - 0.5 * h * (slopes[i] + slopes[i + 1])) / (b * (b - h));
+      storeParabolas(c + 3 * (k + i + 1), y[k + i + 1], slopes[i + 1], e);
+    }
+  }
+
+  void fillInner(const double* z, std::int64_t from, std::int64_t to) const {
+    double a[rowsPerRun];
+    for (; from < to; from += rowsPerRun) {
+      const std::int64_t last = least(from + rowsPerRun, to);
+      for (std::int64_t i = from; i < last; ++i)
+        a[i - from] = knots[i + 1] - p.point(i);
+      forLanes(from, last, [&, x = p, values = y, row = c]<class V>(std::int64_t i, V) {
+        const V left = values.template lanes<V>(i);
+        const V slope = load<V>(z + i);
+        const V e = bend<V>(x.template distances<V>(i, i + 1), load<V>(a + (i - from)),
+                            values.template lanes<V>(i + 1) - left, slope, load<V>(z + i + 1));
+        storeParabolas(row + 3 * i, left, slope, e);
+      });
+    }
+  }
+
+  void prefetchData(std::int64_t i) const {
+    y.prefetch(i);
+    if constexpr (!uniform) __builtin_prefetch(p.x + i);
+    if constexpr (!knotEnds)
+      if (knots.ic != nullptr) __builtin_prefetch(knots.ic + i);
+  }
+
+  const double* cellAddress(std::int64_t i) const { return c + 3 * i; }
+};
+
+// The arrays that several functions share: the matrix, and what their right-hand sides are made of.
+struct SharedMatrix {
+  double* before;
+  double* after;
+  TridiagonalRows rows;
+
+  SharedMatrix(double* block, std::int64_t n)
+      : before(block), after(before + n), rows{n, after + n, after + 2 * n, after + 3 * n} {}
+
+  static std::int64_t length(std::int64_t n) { return 5 * n; }
+};
+
+template <class Source, class Knots>
+void constructShared(const DfTask& task, const Knots& knots, const SharedMatrix& s) {
+  const std::int64_t n = task.nx;
+  for (std::int64_t i = 1; i < n - 1; i += rowsPerRun)
+    fillWeightedRows(knots, i, least(i + rowsPerRun, n - 1),
+                     {s.before + i, s.after + i, s.rows.dl + i - 1, s.rows.d + i, s.rows.du + i});
+  for (std::int64_t f = 0; f < task.ny; ++f) {
+    const Source source(task, knots, f);
+    double* const b = rowTail(task, f);
+    source.fillRhs(1, n - 1, s.before + 1, s.after + 1, b + 1);
+    const EndRow left = source.left();
+    s.rows.d[0] = left.diagonal;
+    s.rows.du[0] = left.beside;
+    b[0] = left.rhs;
+    const EndRow right = source.right();
+    s.rows.d[n - 1] = right.diagonal;
+    s.rows.dl[n - 2] = right.beside;
+    b[n - 1] = right.rhs;
+  }
+  // A matrix that cannot be factored shows in the coefficients alone.
+  factor(s.rows);
+  solveRows(task, s.rows);
+  for (std::int64_t f = 0; f < task.ny; ++f)
+    Source(task, knots, f).fillCells(rowTail(task, f), 0, n - 1);
 }
 
 template <class Values, bool uniform, EndSlot slot, bool knotEnds>
 std::int32_t subbotinKernel(const DfTask& task) {
+  using Source = SubbotinSource<Values, uniform, knotEnds, slot>;
   const std::int64_t n = task.nx;
+  const bool single = functionCount(task) == 1;
   Scratch scratch;
-  auto* block = scratch.allocate<double>(SubbotinScratch::length(n));
+  auto* block = scratch.allocate<double>(single ? 2 * n : SharedMatrix::length(n));
   if (block == nullptr) return DF_ERROR_MEMORY;
-  const Partition<uniform> p(task);
-  const SubbotinScratch s(block, n);
-  if (!fillKnots<uniform, knotEnds>(task, p, s.t)) return DF_ERROR_NULL_INTERNAL;
-  const TridiagonalRows rows = fillMatrix<uniform, slot>(p, s);
-  for (std::int64_t f = 0; f < functionCount(task); ++f)
-    fillRightHandSide<Values, uniform, slot>(p, s, Values(task, f), task.bc, rowTail(task, f));
-  // A matrix that cannot be factored shows in the coefficients alone.
-  factor(rows);
-  solveRows(task, firstUnknown<slot>, rows);
-  for (std::int64_t f = 0; f < functionCount(task); ++f)
-    fillPieces(p, s, Values(task, f), rowTail(task, f), task.coeffRows[f]);
+  const Knots<uniform, knotEnds> knots(task);
+  if (!knots.inPlace()) return DF_ERROR_NULL_INTERNAL;
+  if (single) {
+    TwoEndedSpline(Source(task, knots, 0), block).construct(true);
+  } else {
+    constructShared<Source>(task, knots, SharedMatrix(block, n));
+  }
   return DF_STATUS_OK;
 }
 

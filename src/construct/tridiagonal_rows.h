@@ -47,18 +47,16 @@ struct TridiagonalRows {
   return info;
 }
 
-// Solves for every function, from element `first` of its right-hand side on: in one call if the coefficient
-// rows stand one after another, as edit makes them.
-[[maybe_unused]] inline std::int32_t solveRows(const DfTask& task, std::int64_t first,
-                                               const TridiagonalRows& rows) {
+// Solves for every function: in one call if the coefficient rows stand one after another, as edit makes them.
+[[maybe_unused]] inline std::int32_t solveRows(const DfTask& task, const TridiagonalRows& rows) {
   const std::int64_t functions = functionCount(task);
   const std::int64_t stride = rowLength(task);
   bool contiguous = stride <= INT32_MAX;
   for (std::int64_t f = 1; contiguous && f < functions; ++f)
     contiguous = task.coeffRows[f] == task.coeffRows[f - 1] + stride;
-  if (contiguous) return solve(rows, rowTail(task, 0) + first, functions, stride);
+  if (contiguous) return solve(rows, rowTail(task, 0), functions, stride);
   for (std::int64_t f = 0; f < functions; ++f)
-    if (const std::int32_t info = solve(rows, rowTail(task, f) + first)) return info;
+    if (const std::int32_t info = solve(rows, rowTail(task, f))) return info;
   return 0;
 }
 

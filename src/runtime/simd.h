@@ -83,6 +83,30 @@ template <class V>
   }
 }
 
+// `low` and `high` hold neighbouring elements of an array: the vectors one element above `low` and one below
+// `high`.
+template <class V>
+[[maybe_unused]] inline V oneUp(V low, V high) {
+  if constexpr (sizeof(V) == 8) {
+    return high;
+  } else if constexpr (sizeof(V) == 16) {
+    return __builtin_shufflevector(low, high, 1, 2);
+  } else {
+    return __builtin_shufflevector(low, high, 1, 2, 3, 4);
+  }
+}
+
+template <class V>
+[[maybe_unused]] inline V oneDown(V low, V high) {
+  if constexpr (sizeof(V) == 8) {
+    return low;
+  } else if constexpr (sizeof(V) == 16) {
+    return __builtin_shufflevector(low, high, 1, 2);
+  } else {
+    return __builtin_shufflevector(low, high, 3, 4, 5, 6);
+  }
+}
+
 // Transposes a two by two block: rows in, columns out.
 [[maybe_unused]] inline void transpose(Pair& a, Pair& b) {
   const Pair low = __builtin_shufflevector(a, b, 0, 2);

@@ -1,8 +1,9 @@
 #pragma once
 
-// The natural spline of a single function in two passes over its data. Building the system, then solving it,
-// then forming the coefficients would send every row through memory six times; here the rows are made a run
-// at a time where the elimination needs them, and the coefficients where the slopes come out.
+// A spline of a single function whose slopes solve a tridiagonal system, in two passes over its data.
+// Building the system, then solving it, then forming the coefficients would send every row through memory six
+// times; here the rows are made a run at a time where the elimination needs them, and the coefficients where
+// the slopes come out.
 //
 // Elimination goes from both ends towards row c = n / 2. With l, d, u the elements of a row, b its right-hand
 // side, and the pivots p:
@@ -15,72 +16,56 @@
 
 #include <cstdint>
 
-#include "construct/natural_system.h"
+#include "runtime/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// Room for one run of rows and the row behind it.
+// Rows that a source makes in one go, and room for them and the row behind them.
+constexpr std::int64_t rowsPerRun = 256;
+
 struct RowRun {
-  double lower[rhsRun + 1];
-  double diagonal[rhsRun + 1];
-  double upper[rhsRun + 1];
-  double rhs[rhsRun + 1];
+  double lower[rowsPerRun + 1];
+  double diagonal[rowsPerRun + 1];
+  double upper[rowsPerRun + 1];
+  double rhs[rowsPerRun + 1];
 };
 
-template <class Values, bool uniform, EndSlot slot>
-class SingleSpline {
+// A source is made for one function and has
+//   n                                the number of breakpoints
+//   fillRows(first, count, run)      rows first .. first + count - 1, end rows among them
+//   fillCells(m, from, to)           the coefficients of the cells from .. to - 1 by the slopes m
+//   prefetchData(i), cellAddress(i)  where a row's data are, and where a cell goes
+template <class Source>
+class TwoEndedSpline {
  public:
   // `work` holds 2 n doubles.
-  SingleSpline(const DfTask& task, const Partition<uniform>& p, double* work)
-      : p_(p), y_(task, 0), bc_(task.bc), g_(work), t_(work + p.n), c_(task.coeffRows[0]) {}
+  TwoEndedSpline(const Source& source, double* work) : source_(source), g_(work), t_(work + source.n) {}
 
-  std::int32_t construct() {
-    if (!eliminate()) return DF_ERROR_SOLVER;
-    substitute();
-    return DF_STATUS_OK;
+  // False if the system is singular; the coefficients are then untouched, or with `evenIfSingular` infinities
+  // or not-a-numbers.
+  bool construct(bool evenIfSingular) {
+    const bool solved = eliminate();
+    if (solved || evenIfSingular) substitute();
+    return solved;
   }
 
  private:
   static bool unusable(double pivot) { return pivot == 0.0 || pivot != pivot; }
-
-  // Rows first .. first + count - 1, end rows among them.
-  void fillRun(std::int64_t first, std::int64_t count, RowRun& run) const {
-    const std::int64_t n = p_.n;
-    const std::int64_t from = first > 0 ? first : 1;
-    const std::int64_t to = first + count < n ? first + count : n - 1;
-    const std::int64_t skip = from - first;
-    fillMatrixRows(p_, from, to, {run.lower + skip, run.diagonal + skip, run.upper + skip});
-    for (std::int64_t i = from; i < to; i += rhsRun)
-      fillRhsRun(p_, y_, i, to - i < rhsRun ? to - i : rhsRun, run.rhs + (i - first));
-    if (first == 0) {
-      const EndRow row = leftRow<slot>(p_);
-      run.diagonal[0] = row.diagonal;
-      run.upper[0] = row.beside;
-      run.rhs[0] = leftRhs<slot>(p_, y_, bc_);
-    }
-    if (first + count == n) {
-      const EndRow row = rightRow<slot>(p_);
-      run.diagonal[count - 1] = row.diagonal;
-      run.lower[count - 1] = row.beside;
-      run.rhs[count - 1] = rightRhs<slot>(p_, y_, bc_);
-    }
-  }
 
   static constexpr std::int64_t lineOfDoubles = 8;
 
   // Fetches the data and the results of elimination of a row, and with it of its neighbours in the cache
   // line.
   void prefetchRow(std::int64_t i) const {
-    y_.prefetch(i);
-    if constexpr (!uniform) __builtin_prefetch(p_.x + i);
+    source_.prefetchData(i);
     __builtin_prefetch(g_ + i, 1);
     __builtin_prefetch(t_ + i, 1);
   }
 
   // Fetches two cells from i on, and the rows about them at every fourth call of a loop over j = 1, 3, 5 ...
   void prefetchCells(std::int64_t i, std::int64_t j) const {
-    __builtin_prefetch(c_ + 4 * i, 1);
+    __builtin_prefetch(source_.cellAddress(i), 1);
     if (j % lineOfDoubles == 1) prefetchRow(i);
   }
 
@@ -105,7 +90,7 @@ class SingleSpline {
   }
 
   bool eliminate() {
-    const std::int64_t n = p_.n;
+    const std::int64_t n = source_.n;
     const std::int64_t c = n / 2;
     Taken top;
     Taken bottom;
@@ -114,16 +99,16 @@ class SingleSpline {
     std::int64_t i = 0;
     std::int64_t k = n - 1;
     if (n % 2 == 0) {
-      fillRun(0, 2, above);
+      source_.fillRows(0, 2, above);
       step(top, above.diagonal[0], above.rhs[0], above.upper[0], above.lower[1], g_, t_);
       i = 1;
     }
     while (i < c) {
-      const std::int64_t count = c - i < rhsRun ? c - i : rhsRun;
-      fillRun(i, count + 1, above);
-      fillRun(k - count, count + 1, below);
+      const std::int64_t count = c - i < rowsPerRun ? c - i : rowsPerRun;
+      source_.fillRows(i, count + 1, above);
+      source_.fillRows(k - count, count + 1, below);
       // The chain leaves time to fetch the data of the next run, if there is a whole one.
-      const std::int64_t ahead = i + 2 * rhsRun <= c ? rhsRun : 0;
+      const std::int64_t ahead = i + 2 * rowsPerRun <= c ? rowsPerRun : 0;
       for (std::int64_t j = 0; j < count; ++j) {
         if (j % lineOfDoubles == 0) {
           prefetchRow(i + j + ahead);
@@ -135,32 +120,31 @@ class SingleSpline {
         step(bottom, below.diagonal[b], below.rhs[b], below.lower[b], below.upper[b - 1], g_ + k - j,
              t_ + k - j);
       }
-      if (top.failed || bottom.failed) return false;
       i += count;
       k -= count;
     }
-    fillRun(c, 1, above);
+    source_.fillRows(c, 1, above);
     const double p = above.diagonal[0] - top.pivot - bottom.pivot;
     t_[c] = (above.rhs[0] - top.rhs - bottom.rhs) / p;
-    return !top.failed && !unusable(p);
+    return !top.failed && !bottom.failed && !unusable(p);
   }
 
   // Slopes m, in place of t, from row c outwards, and the coefficients of the cells behind them.
   void substitute() {
-    const std::int64_t n = p_.n;
+    const std::int64_t n = source_.n;
     const std::int64_t c = n / 2;
     std::int64_t i = c;
     std::int64_t k = c;
     while (i > 0 || k < n - 1) {
-      const std::int64_t top = i < rhsRun ? i : rhsRun;
-      const std::int64_t bottom = n - 1 - k < rhsRun ? n - 1 - k : rhsRun;
+      const std::int64_t top = i < rowsPerRun ? i : rowsPerRun;
+      const std::int64_t bottom = n - 1 - k < rowsPerRun ? n - 1 - k : rowsPerRun;
       const std::int64_t both = top < bottom ? top : bottom;
       double up = t_[i];
       double down = t_[k];
       std::int64_t j = 1;
       // Two rows at a time: m_(i-2) = (t_(i-2) - g_(i-2) t_(i-1)) + (g_(i-2) g_(i-1)) m_i.
-      const std::int64_t aheadTop = i >= 2 * rhsRun ? rhsRun : 0;
-      const std::int64_t aheadBottom = n - 1 - k >= 2 * rhsRun ? rhsRun : 0;
+      const std::int64_t aheadTop = i >= 2 * rowsPerRun ? rowsPerRun : 0;
+      const std::int64_t aheadBottom = n - 1 - k >= 2 * rowsPerRun ? rowsPerRun : 0;
       for (; j + 1 <= both; j += 2) {
         prefetchCells(i - j - aheadTop - 1, j);
         prefetchCells(k + j + aheadBottom - 1, j);
@@ -171,8 +155,8 @@ class SingleSpline {
         t_[i - a] -= g_[i - a] * t_[i - a + 1];
       for (std::int64_t a = j; a <= bottom; ++a)
         t_[k + a] -= g_[k + a] * t_[k + a - 1];
-      fillCoefficients(p_, y_, t_, c_, i - top, i);
-      fillCoefficients(p_, y_, t_, c_, k, k + bottom);
+      source_.fillCells(t_, i - top, i);
+      source_.fillCells(t_, k, k + bottom);
       i -= top;
       k += bottom;
     }
@@ -185,12 +169,9 @@ class SingleSpline {
     *tNext = m;
   }
 
-  const Partition<uniform>& p_;
-  Values y_;
-  const double* bc_;
+  Source source_;
   double* g_;
   double* t_;
-  double* c_;
 };
 
 }  // namespace
