@@ -35,6 +35,9 @@ constexpr std::int64_t leastSharedValues = 512;
 constexpr std::int64_t runCells = 8;
 constexpr std::int64_t mostReach = 2;
 
+// So far ahead of a pass its coefficients are fetched.
+constexpr std::int64_t prefetchedCells = 128;
+
 // What one worker keeps of the cells first .. last - 1 and a few neighbours. Arrays are asked by the number
 // of the cell or breakpoint.
 class CellRun {
@@ -120,6 +123,8 @@ struct LocalSpline {
       m = pass.push(from + k * laneCount, waiting[k].d);
     }
     for (std::int64_t i = from; i < to; i += laneCount) {
+      for (std::int64_t k = 0; k < laneCount; k += 2)
+        prefetchBehind(c + 4 * (i + k), 4 * prefetchedCells);
       const std::int64_t ahead = i + (lag + 1) * laneCount;
       const Chords<Lanes> newest = chords<Lanes>(p, y, ahead);
       const Lanes mNext = pass.push(ahead, newest.d);

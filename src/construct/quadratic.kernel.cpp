@@ -78,6 +78,7 @@ template <class Values, bool uniform>
 void fillParabolas(const Partition<uniform> p, const Values y, std::int64_t first, std::int64_t last,
                    const double* w, double* c) {
   forLanes(first, last, [=]<class V>(std::int64_t i, V) {
+    prefetchBehind(c + 3 * i, 3 * runCells);
     const V left = y.template lanes<V>(i);
     const V middle = load<V>(w + (i - first));
     const V bend = left - 2.0 * middle + y.template lanes<V>(i + 1);

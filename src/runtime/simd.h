@@ -47,6 +47,12 @@ template <class Body>
     body(from, 0.0);
 }
 
+// Fetches the cache line of the double `distance` behind `at` for writing; it need not exist.
+[[maybe_unused]] inline void prefetchBehind(const double* at, std::int64_t distance) {
+  const auto address = reinterpret_cast<std::uintptr_t>(at) + static_cast<std::uintptr_t>(distance) * 8;
+  __builtin_prefetch(reinterpret_cast<const void*>(address), 1);
+}
+
 [[maybe_unused]] inline double magnitude(double a) {
   return __builtin_fabs(a);
 }
