@@ -1,7 +1,7 @@
 #include <benchmark/benchmark.h>
 #include <cmath>
 #include <cstdint>
-#include <gsl/gsl_spline.h>
+#include <gsl/gsl_interp.h>
 #include <random>
 #include <string>
 #include <vector>
@@ -14,83 +14,152 @@
 namespace bench {
 namespace {
 
+struct Kind {
+  const char* name;
+  std::size_t order;
+  std::int32_t kind;
+  std::int32_t bcType;
+  std::int32_t icType;
+  void (*plain)(PlainSpline&);
+  const gsl_interp_type* gsl;
+  bool copy;  // also beside its memory traffic alone
+
+  bool hasKnots() const { return icType == DF_IC_KNOTS; }
+};
+
+const std::vector<Kind>& kinds() {
+  static const std::vector<Kind> table = {
+      {"natural", 4, DF_KIND_NATURAL, DF_END_FREE, 0, plainNatural, gsl_interp_cspline, false},
+      {"linear", 2, 0, 0, 0, plainLinear, nullptr, true},
+      {"second derivatives", 4, 0, DF_END_FREE, DF_IC_CURVATURES, plainSecondDerivatives, nullptr, true},
+      {"hermite", 4, DF_KIND_HERMITE, DF_END_FREE, DF_IC_SLOPES, plainHermite, nullptr, false},
+      {"bessel", 4, DF_KIND_BESSEL, DF_END_FREE, 0, plainBessel, nullptr, false},
+      {"akima", 4, DF_KIND_AKIMA, DF_END_FREE, 0, plainAkima, gsl_interp_akima, false},
+      {"quadratic", 3, 0, DF_END_QUADRATIC_VALUE, 0, plainQuadratic, nullptr, false},
+      {"subbotin", 3, DF_KIND_SUBBOTIN, DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, DF_IC_KNOTS, plainSubbotin,
+       nullptr, false},
+  };
+  return table;
+}
+
 struct Data {
   std::size_t nx;
   std::size_t ny;
+  std::size_t row;  // coefficients of one function
   std::vector<double> x;
   std::vector<double> y;
+  std::vector<double> bc = {0.25, 0.5};
+  std::vector<double> ic;
+  std::vector<double> coeff;
 
-  Data(std::size_t breakpoints, std::size_t functions) : nx(breakpoints), ny(functions), x(nx), y(nx * ny) {
+  Data(const Kind& kind, std::size_t breakpoints, std::size_t functions)
+      : nx(breakpoints),
+        ny(functions),
+        row(kind.order * (nx - (kind.hasKnots() ? 0 : 1))),
+        x(nx),
+        y(nx * ny),
+        coeff(row * ny) {
     std::mt19937_64 random(5);
-    std::uniform_real_distribution<double> gap(0.5, 1.5);
+    // Midpoints of quadratic splines grow with the ratios of steps.
+    const double spread = kind.bcType == DF_END_QUADRATIC_VALUE ? 1e-6 : 0.5;
+    std::uniform_real_distribution<double> gap(1.0 - spread, 1.0 + spread);
     double t = 0.0;
     for (double& value : x)
       value = t += gap(random);
     for (std::size_t f = 0; f < ny; ++f)
       for (std::size_t i = 0; i < nx; ++i)
         y[f * nx + i] = std::sin(0.3 * x[i] + static_cast<double>(f));
+    if (kind.hasKnots()) {
+      ic.push_back(x[0]);
+      for (std::size_t i = 1; i < nx; ++i)
+        ic.push_back(0.5 * (x[i - 1] + x[i]));
+      ic.push_back(x.back());
+    } else if (kind.icType != 0) {
+      for (std::size_t i = 1; i + 1 < nx; ++i)
+        ic.push_back(std::cos(0.3 * x[i]));
+    }
+  }
+
+  PlainSpline plain() {
+    return {nx, x.data(), y.data(), bc.data(), ic.empty() ? nullptr : ic.data(), coeff.data()};
   }
 };
 
-void runRaven(benchmark::State& state, std::size_t nx, std::size_t ny) {
-  const Data data(nx, ny);
-  std::vector<double> coeff(4 * (nx - 1) * ny);
+void runEach(PlainSpline& s, const Data& data, double* coeff, void (*construct)(PlainSpline&)) {
+  for (std::size_t f = 0; f < data.ny; ++f) {
+    s.y = data.y.data() + f * data.nx;
+    s.coeff = coeff + f * data.row;
+    construct(s);
+  }
+}
+
+void count(benchmark::State& state, const Data& data) {
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(data.nx * data.ny));
+}
+
+void runRaven(benchmark::State& state, const Kind& kind, std::size_t nx, std::size_t ny) {
+  Data data(kind, nx, ny);
   DfTask* task = nullptr;
   dfTaskCreate(&task, static_cast<std::int32_t>(nx), data.x.data(), DF_XHINT_NONE,
                static_cast<std::int32_t>(ny), data.y.data(), DF_VALUES_DEFAULT);
-  dfTaskEditSpline(task, DF_ORDER_CUBIC, DF_KIND_NATURAL, DF_END_FREE, nullptr, DF_IC_NONE, nullptr,
-                   coeff.data(), DF_COEFF_DEFAULT);
+  dfTaskEditSpline(task, static_cast<std::int32_t>(kind.order), kind.kind, kind.bcType, data.bc.data(),
+                   kind.icType, data.ic.empty() ? nullptr : data.ic.data(), data.coeff.data(),
+                   DF_COEFF_DEFAULT);
   if (dfTaskConstruct(task, 0, 0) != DF_STATUS_OK) state.SkipWithError("status");
-  PlainSpline scratch;
-  std::vector<double> expected(4 * (nx - 1));
-  for (std::size_t f = 0; f < ny; ++f) {
-    plainNaturalSpline(nx, data.x.data(), data.y.data() + f * nx, scratch, expected.data());
-    for (std::size_t i = 0; i < expected.size(); ++i)
-      if (!(std::fabs(expected[i] - coeff[f * expected.size() + i]) < 1e-9)) {
-        state.SkipWithError("coefficients");
-        break;
-      }
-  }
+  std::vector<double> expected(data.coeff.size());
+  PlainSpline s = data.plain();
+  runEach(s, data, expected.data(), kind.plain);
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    if (!(std::fabs(expected[i] - data.coeff[i]) < 1e-9 * (1.0 + std::fabs(expected[i])))) {
+      state.SkipWithError("coefficients");
+      break;
+    }
   for (auto _ : state) {
     dfTaskConstruct(task, 0, 0);
     benchmark::ClobberMemory();
   }
   dfTaskDestroy(&task);
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(nx * ny));
+  count(state, data);
 }
 
-void runPlain(benchmark::State& state, std::size_t nx, std::size_t ny) {
-  const Data data(nx, ny);
-  std::vector<double> coeff(4 * (nx - 1) * ny);
-  PlainSpline scratch;
+void runPlain(benchmark::State& state, const Kind& kind, void (*construct)(PlainSpline&), std::size_t nx,
+              std::size_t ny) {
+  Data data(kind, nx, ny);
+  PlainSpline s = data.plain();
   for (auto _ : state) {
-    for (std::size_t f = 0; f < ny; ++f)
-      plainNaturalSpline(nx, data.x.data(), data.y.data() + f * nx, scratch, coeff.data() + 4 * (nx - 1) * f);
+    runEach(s, data, data.coeff.data(), construct);
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(nx * ny));
+  count(state, data);
 }
 
-void runGsl(benchmark::State& state, std::size_t nx) {
-  const Data data(nx, 1);
-  gsl_interp* spline = gsl_interp_alloc(gsl_interp_cspline, nx);
+void runGsl(benchmark::State& state, const Kind& kind, std::size_t nx) {
+  const Data data(kind, nx, 1);
+  gsl_interp* spline = gsl_interp_alloc(kind.gsl, nx);
   for (auto _ : state) {
     gsl_interp_init(spline, data.x.data(), data.y.data(), nx);
     benchmark::ClobberMemory();
   }
   gsl_interp_free(spline);
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(nx));
+  count(state, data);
 }
 
 }  // namespace
 
 void registerConstructRows() {
-  for (const std::size_t ny : {std::size_t{1}, std::size_t{16}}) {
-    for (const std::size_t nx : {std::size_t{100}, std::size_t{10000}, std::size_t{1000000}}) {
-      const std::string row = "construct natural, nx " + std::to_string(nx) + ", ny " + std::to_string(ny);
-      benchmark::RegisterBenchmark((row + "|raven").c_str(), runRaven, nx, ny);
-      benchmark::RegisterBenchmark((row + "|plain").c_str(), runPlain, nx, ny);
-      if (ny == 1) benchmark::RegisterBenchmark((row + "|gsl").c_str(), runGsl, nx);
+  for (const Kind& kind : kinds()) {
+    for (const std::size_t ny : {std::size_t{1}, std::size_t{16}}) {
+      for (const std::size_t nx : {std::size_t{100}, std::size_t{10000}, std::size_t{1000000}}) {
+        const std::string row = "construct " + std::string(kind.name) + ", nx " + std::to_string(nx) +
+                                ", ny " + std::to_string(ny);
+        const auto add = [&row](const char* who, auto run, auto... arguments) {
+          benchmark::RegisterBenchmark((row + "|" + who).c_str(), run, arguments...);
+        };
+        add("raven", runRaven, kind, nx, ny);
+        add("plain", runPlain, kind, kind.plain, nx, ny);
+        if (kind.gsl != nullptr && ny == 1) add("gsl", runGsl, kind, nx);
+        if (kind.copy) add("copy", runPlain, kind, plainCopy, nx, ny);
+      }
     }
   }
 }

@@ -13,7 +13,7 @@
 
 namespace {
 
-const std::vector<std::string> others = {"plain", "gsl", "lapack"};
+const std::vector<std::string> others = {"plain", "gsl", "lapack", "copy"};
 
 class RatioReporter : public benchmark::BenchmarkReporter {
  public:

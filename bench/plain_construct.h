@@ -8,15 +8,30 @@
 
 namespace bench {
 
-// Scratch of a natural spline construction, kept between calls.
+// One function of a construction, and scratch that is kept between calls. Cubic ends are free.
 struct PlainSpline {
-  std::vector<double> upper;
-  std::vector<double> slopes;
+  std::size_t n = 0;
+  const double* x = nullptr;
+  const double* y = nullptr;
+  const double* bc = nullptr;
+  const double* ic = nullptr;
+  double* coeff = nullptr;  // as the library stores them
+  std::vector<double> a = {};
+  std::vector<double> b = {};
+  std::vector<double> c = {};
 };
 
-// Natural cubic spline of one function by Thomas' algorithm for the slopes; coefficients as the library
-// stores them.
-void plainNaturalSpline(std::size_t n, const double* x, const double* y, PlainSpline& scratch, double* coeff);
+void plainLinear(PlainSpline& s);
+void plainQuadratic(PlainSpline& s);
+void plainSubbotin(PlainSpline& s);  // slopes given at both ends
+void plainSecondDerivatives(PlainSpline& s);
+void plainNatural(PlainSpline& s);  // Thomas' algorithm for the slopes
+void plainHermite(PlainSpline& s);
+void plainBessel(PlainSpline& s);
+void plainAkima(PlainSpline& s);
+
+// The memory traffic of a broken line, or with ic that of given second derivatives, and nothing else.
+void plainCopy(PlainSpline& s);
 
 // Thomas' algorithm on copies of nothing: overwrites d and b. b is column-major with stride n.
 void plainThomas(std::size_t n, std::size_t nrhs, const double* dl, double* d, const double* du, double* b);
