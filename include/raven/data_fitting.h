@@ -115,7 +115,7 @@ enum {
   DF_END_NOT_A_KNOT = 1,      /* third derivative continuous at the second and last but one breakpoint; kinds
                                  3 to 5: the end cubic, continued, passes through the third point. Kinds 2 to
                                  5 on a uniform partition have a condition of their own: the slope of the
-                                 chord over the two end cells is 2 m_0 + m_1 (natural), m_0 + 2 m_1 (3 to 5) */
+                                 chord over the end cells is 2 m_0 + m_1 (natural) or m_0 + 2 m_1 (3 to 5) */
   DF_END_FREE = 2,            /* second derivative 0 */
   DF_END_LEFT_SLOPE = 4,      /* with 8 or 32 */
   DF_END_RIGHT_SLOPE = 8,     /* with 4 or 16 */
@@ -225,7 +225,8 @@ RVN_API int32_t dfTaskEditSpline(DfTask* task, int32_t order, int32_t kind, int3
  * breakpoints; -1014, -1015 boundary conditions; -1013 knots that are not where they belong; -1001 out of
  * memory: in all these cases the coefficients are untouched. -1018 periodic ends that differ, or are no
  * numbers: natural completes all coefficients from the data as given, default of order 4 those of earlier
- * functions, and all others touch nothing. -1500 singular system of the natural kind, coefficients untouched.
+ * functions and leaves those of the failing one unspecified, and all others touch nothing. -1500 singular
+ * system of the natural kind, coefficients untouched.
  */
 RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t method);
 

@@ -1,0 +1,75 @@
+"""Prints tests/data/splines.kat: splines of every kind by SciPy and NumPy alone.
+
+usage: python3 tools/spline_known_answers.py > tests/data/splines.kat   (Debian: python3-scipy)
+"""
+
+import numpy
+import scipy
+from scipy.interpolate import (Akima1DInterpolator, BSpline, CubicHermiteSpline, CubicSpline, PPoly,
+                               make_interp_spline)
+
+X = numpy.array([-2.0, -1.25, -1.0, 0.5, 0.75, 2.0, 2.5, 4.0, 4.25, 5.0])
+Y = numpy.array([0.5, 1.5, 1.25, -2.0, -1.0, 3.0, 2.75, 0.25, 1.0, 0.5])
+BC = [0.75, -1.5]
+
+
+def ascending(pieces):
+    """Coefficients cell by cell, in ascending powers; PPoly has them by descending power."""
+    return pieces.c[::-1].T.ravel()
+
+
+def show(name, order, kind, bc_type, ic_type, ic, coefficients):
+    row = lambda title, values: print(title, len(values), *(repr(float(v)) for v in values))
+    print("case", name.replace(" ", "-"), order, kind, bc_type, ic_type)
+    row("ic", ic)
+    row("coeff", coefficients)
+
+
+def main():
+    print("# SciPy", scipy.__version__, "and NumPy", numpy.__version__, "by tools/spline_known_answers.py")
+    for title, values in (("x", X), ("y", Y), ("bc", BC)):
+        print(title, len(values), *(repr(float(v)) for v in values))
+
+    slopes = numpy.diff(Y) / numpy.diff(X)
+    show("broken line", 2, 0, 0, 0, [], numpy.column_stack([Y[:-1], slopes]).ravel())
+
+    for name, bc_type, ends in (("not a knot", 1, "not-a-knot"), ("free", 2, "natural"),
+                                ("slope slope", 12, ((1, BC[0]), (1, BC[1]))),
+                                ("slope curvature", 36, ((1, BC[0]), (2, BC[1]))),
+                                ("curvature slope", 24, ((2, BC[0]), (1, BC[1]))),
+                                ("curvature curvature", 48, ((2, BC[0]), (2, BC[1]))),
+                                ("periodic", 64, "periodic")):
+        spline = CubicSpline(X, Y, bc_type=ends)
+        show("natural " + name, 4, 2, bc_type, 0, [], ascending(spline))
+        # The same spline from its own second derivatives and slopes.
+        if bc_type == 48:
+            show("second derivatives " + name, 4, 0, bc_type, 2, spline(X, 2)[1:-1], ascending(spline))
+        if bc_type == 12:
+            show("hermite of a spline", 4, 3, bc_type, 1, spline(X, 1)[1:-1], ascending(spline))
+
+    given = numpy.cos(X)
+    given[[0, -1]] = BC
+    show("hermite", 4, 3, 12, 1, given[1:-1], ascending(CubicHermiteSpline(X, Y, given)))
+    parabolas = numpy.gradient(Y, X)
+    parabolas[[0, -1]] = BC
+    show("bessel", 4, 4, 12, 0, [], ascending(CubicHermiteSpline(X, Y, parabolas)))
+    show("akima", 4, 5, 0, 0, [], ascending(Akima1DInterpolator(X, Y)))
+
+    # Collocation in B-splines: the data and one value between the first two breakpoints.
+    knots = numpy.concatenate([[X[0]] * 2, X, [X[-1]] * 2])
+    sites = numpy.insert(X, 1, 0.5 * (X[0] + X[1]))
+    matrix = BSpline.design_matrix(sites, knots, 2).toarray()
+    coefficients = numpy.linalg.solve(matrix, numpy.insert(Y, 1, BC[0]))
+    pieces = PPoly.from_spline(BSpline(knots, coefficients, 2))
+    show("quadratic", 3, 0, 128, 0, [], ascending(PPoly(pieces.c[:, 2:-2], X)))
+
+    inner = X[:-1] + numpy.linspace(0.3, 0.7, len(X) - 1) * numpy.diff(X)
+    knots = numpy.concatenate([[X[0]] * 3, inner, [X[-1]] * 3])
+    for bc_type, left, right in ((12, 1, 1), (36, 1, 2), (24, 2, 1), (48, 2, 2)):
+        spline = make_interp_spline(X, Y, 2, knots, ([(left, BC[0])], [(right, BC[1])]))
+        pieces = numpy.column_stack([spline(X), spline(X, 1), 0.5 * spline(X, 2)])
+        show("subbotin %d" % bc_type, 3, 1, bc_type, 8, numpy.concatenate([X[:1], inner, X[-1:]]),
+             pieces.ravel())
+
+
+main()
