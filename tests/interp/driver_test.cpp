@@ -227,20 +227,4 @@ TEST(Driver, ScratchOfAnySizeGivesTheSameResults) {
   }
 }
 
-TEST(Driver, NoFunctionCountsAsOne) {
-  DfTask* task = nullptr;
-  ASSERT_EQ(dfTaskCreate(&task, 4, x4.data(), 0, 0, nullptr, 0), DF_STATUS_OK);
-  std::vector<double> coeff = {1.0, 2.0, 3.0, 4.0, 5.0, 6.0};
-  double* row = coeff.data();
-  task->order = 2;
-  task->coeffRows = &row;
-  const double site = 1.5;
-  std::vector<double> r(2, -77.0);
-  EXPECT_EQ(dfTaskInterpolate(task, 1, 1, 1, &site, 0, 0, nullptr, nullptr, r.data(), 0, nullptr),
-            DF_STATUS_OK);
-  EXPECT_TRUE(same(r, {5.0, -77.0}));  // 3 + 4 * 0.5
-  task->coeffRows = nullptr;
-  dfTaskDestroy(&task);
-}
-
 }  // namespace
