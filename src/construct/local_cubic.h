@@ -84,9 +84,9 @@ struct LocalSpline {
     const std::int64_t to = along == blocks - 1 ? n - 1 : 1 + (along + 1) * blockCells;
     const std::int64_t last = least(first + blockFunctions, functionCount(*spline.task));
     const CellRun run(spline.scratch + worker * CellRun::length);
-    // The pass reads a vector and a cell before its first cell, and `lag` + 1 vectors behind its last one.
+    // The pass reads a vector and a cell before its first cell, and `lag` + 3 vectors behind its last one.
     const std::int64_t passFrom = from > laneCount ? from : laneCount + 1;
-    const std::int64_t room = least(to, n - 1 - (Rule::lag + 1) * laneCount) - passFrom;
+    const std::int64_t room = least(to, n - 1 - (Rule::lag + 3) * laneCount) - passFrom;
     const std::int64_t passTo = passFrom + (room > 0 ? room - room % laneCount : 0);
     for (std::int64_t f = first; f < last; ++f) {
       fillRuns(spline, from, least(passFrom, to), f, run);
@@ -95,19 +95,17 @@ struct LocalSpline {
     }
   }
 
-  // Chords of the cells from i on.
+  // Reciprocal steps and divided differences of the cells from i on.
   template <class V>
   struct Chords {
-    V y;
     V r;
     V d;
   };
 
   template <class V>
   static Chords<V> chords(const Partition<uniform>& p, const Values& y, std::int64_t i) {
-    const V left = y.template lanes<V>(i);
     const V r = p.template reciprocals<V>(i);
-    return {left, r, (y.template lanes<V>(i + 1) - left) * r};
+    return {r, (y.template lanes<V>(i + 1) - y.template lanes<V>(i)) * r};
   }
 
   static void fillPass(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f) {
@@ -116,24 +114,39 @@ struct LocalSpline {
     const Values y(*spline.task, f);
     double* const c = spline.task->coeffRows[f];
     typename Rule::Pass pass(Rule{*spline.task, p, y}, from);
-    Chords<Lanes> waiting[lag + 1];  // chords whose cells wait for slopes
+    // Chords, slopes and cells of one step belong to different vectors: the two divisions would else be one
+    // chain, too long for the processor to look beyond. Chords wait in a ring for their cells.
+    constexpr std::int64_t ringSize = 4;
+    static_assert(lag + 3 <= ringSize);
+    Chords<Lanes> ring[ringSize];
     Lanes m = {};
-    for (std::int64_t k = 0; k <= lag; ++k) {
-      waiting[k] = chords<Lanes>(p, y, from + k * laneCount);
-      m = pass.push(from + k * laneCount, waiting[k].d);
+    Lanes mNext = {};
+    for (std::int64_t k = 0; k < lag + 2; ++k) {
+      ring[k] = chords<Lanes>(p, y, from + k * laneCount);
+      m = mNext;
+      mNext = pass.push(from + k * laneCount, ring[k].d);
     }
-    for (std::int64_t i = from; i < to; i += laneCount) {
+    ring[lag + 2] = chords<Lanes>(p, y, from + (lag + 2) * laneCount);
+    const auto step = [&](std::int64_t i, std::int64_t turn) __attribute__((always_inline)) {
       for (std::int64_t k = 0; k < laneCount; k += 2)
         prefetchBehind(c + 4 * (i + k), 4 * prefetchedCells);
-      const std::int64_t ahead = i + (lag + 1) * laneCount;
-      const Chords<Lanes> newest = chords<Lanes>(p, y, ahead);
-      const Lanes mNext = pass.push(ahead, newest.d);
-      storeCells(c + 4 * i, hermiteForm(waiting[0].y, m, oneUp(m, mNext), waiting[0].d, waiting[0].r));
-      for (std::int64_t k = 0; k < lag; ++k)
-        waiting[k] = waiting[k + 1];
-      waiting[lag] = newest;
+      const Chords<Lanes> oldest = ring[turn % ringSize];
+      const Lanes d = ring[(turn + lag + 2) % ringSize].d;
+      ring[(turn + lag + 3) % ringSize] = chords<Lanes>(p, y, i + (lag + 3) * laneCount);
+      storeCells(c + 4 * i, hermiteForm(y.template lanes<Lanes>(i), m, oneUp(m, mNext), oldest.d, oldest.r));
       m = mNext;
+      mNext = pass.push(i + (lag + 2) * laneCount, d);
+      return i + laneCount;
+    };
+    std::int64_t i = from;
+    while (i + (ringSize - 1) * laneCount < to) {
+      i = step(i, 0);
+      i = step(i, 1);
+      i = step(i, 2);
+      i = step(i, 3);
     }
+    for (std::int64_t turn = 0; i < to; ++turn)
+      i = step(i, turn);
   }
 
   static void fillRuns(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f,
