@@ -79,6 +79,12 @@ template <class Body>
 #endif
 }
 
+#if RVN_LEVEL == 9
+[[maybe_unused]] inline Lanes fused(Lanes a, Lanes b, Lanes c) {
+  return _mm256_fmadd_pd(a, b, c);
+}
+#endif
+
 // c - a * b, rounded as `fused` rounds.
 template <class V>
 [[maybe_unused]] inline V subtractProduct(V c, V a, V b) {
@@ -214,6 +220,49 @@ template <class V>
 #else
     return _mm_cvtepi32_pd(_mm_cvttpd_epi32(v));
 #endif
+  }
+}
+
+// Raw outputs of generators: unsigned 32-bit words, as many as the widest register holds.
+typedef std::uint32_t Words __attribute__((vector_size(level.vectorBytes)));
+constexpr int wordCount = level.vectorBytes / 4;
+
+// The first or the second half of the words as doubles, taken as signed numbers.
+template <int half>
+[[maybe_unused]] inline Lanes signedDoubles(Words w) {
+#if RVN_LEVEL >= 8
+  return _mm256_cvtepi32_pd(_mm256_extracti128_si256((__m256i)w, half));
+#else
+  return _mm_cvtepi32_pd(half == 0 ? (__m128i)w : _mm_shuffle_epi32((__m128i)w, 0xEE));
+#endif
+}
+
+// The same, taken as unsigned numbers: both steps are exact.
+template <int half>
+[[maybe_unused]] inline Lanes unsignedDoubles(Words w) {
+  return signedDoubles<half>(w ^ 0x80000000u) + 0x1p31;
+}
+
+// Stores doubles, rounded to floats where the array holds those.
+[[maybe_unused]] inline void storeAs(double* to, Lanes v) {
+  store(to, v);
+}
+
+[[maybe_unused]] inline void storeAs(float* to, Lanes v) {
+#if RVN_LEVEL >= 8
+  _mm_storeu_ps(to, _mm256_cvtpd_ps(v));
+#else
+  _mm_storel_pi(reinterpret_cast<__m64*>(to), _mm_cvtpd_ps(v));
+#endif
+}
+
+// w * scale + a: raw outputs to the interval from a on. Generators that fuse do so where the level can.
+template <bool fuses, class V>
+[[maybe_unused]] inline V mapped(V w, V scale, V a) {
+  if constexpr (fuses && level.fusesUniform) {
+    return fused(w, scale, a);
+  } else {
+    return w * scale + a;
   }
 }
 

@@ -128,17 +128,6 @@ inline void advance(Block& block) {
       block.x[j][v] = multiplyMod(block.x[j][v], block.c[j], block.ratio[j], block.m[j]);
 }
 
-inline void storeValues(double* r, Lanes values) {
-  store(r, values);
-}
-
-inline void storeValues(float* r, Lanes values) {
-  float rounded[laneCount];
-  for (int k = 0; k < laneCount; ++k)
-    rounded[k] = static_cast<float>(values[k]);
-  __builtin_memcpy(r, rounded, sizeof rounded);
-}
-
 template <class Real>
 std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
   auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
@@ -152,7 +141,7 @@ std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Rea
   std::int64_t i = 0;
   for (; i + stepsPerPass <= n; i += stepsPerPass) {
     for (int v = 0; v < vectorsPerPass; ++v)
-      storeValues(r + i + v * laneCount, valuesOf(block, v, width, a));
+      storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
     advance(block);
   }
   // The last pass, in part: the state stays at the lane behind the last one emitted.
@@ -160,7 +149,7 @@ std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Rea
   if (left > 0) {
     Real last[stepsPerPass];
     for (int v = 0; v < vectorsPerPass; ++v)
-      storeValues(last + v * laneCount, valuesOf(block, v, width, a));
+      storeAs(last + v * laneCount, valuesOf(block, v, width, a));
     __builtin_memcpy(r + i, last, static_cast<std::size_t>(left) * sizeof(Real));
   }
   for (int j = 0; j < components; ++j) {
