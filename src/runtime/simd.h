@@ -79,9 +79,13 @@ template <class Body>
 #endif
 }
 
-#if RVN_LEVEL == 9
+#if RVN_LEVEL >= 8
 [[maybe_unused]] inline Lanes fused(Lanes a, Lanes b, Lanes c) {
+#if RVN_LEVEL == 9
   return _mm256_fmadd_pd(a, b, c);
+#else
+  return a * b + c;
+#endif
 }
 #endif
 
@@ -231,7 +235,7 @@ constexpr int wordCount = level.vectorBytes / 4;
 template <int half>
 [[maybe_unused]] inline Lanes signedDoubles(Words w) {
 #if RVN_LEVEL >= 8
-  return _mm256_cvtepi32_pd(_mm256_extracti128_si256((__m256i)w, half));
+  return _mm256_cvtepi32_pd(_mm256_extractf128_si256((__m256i)w, half));
 #else
   return _mm_cvtepi32_pd(half == 0 ? (__m128i)w : _mm_shuffle_epi32((__m128i)w, 0xEE));
 #endif
@@ -241,6 +245,30 @@ template <int half>
 template <int half>
 [[maybe_unused]] inline Lanes unsignedDoubles(Words w) {
   return signedDoubles<half>(w ^ 0x80000000u) + 0x1p31;
+}
+
+// Numbers of generators that need more than 32 bits on the way.
+typedef std::uint64_t WideWords __attribute__((vector_size(level.vectorBytes)));
+
+// Products of the low halves.
+[[maybe_unused]] inline WideWords multiplyHalves(WideWords a, WideWords b) {
+#if RVN_LEVEL == 9
+  return (WideWords)_mm256_mul_epu32((__m256i)a, (__m256i)b);
+#elif RVN_LEVEL == 8
+  const auto half = [&](int i) {
+    return _mm_mul_epu32(
+        i == 0 ? _mm256_castsi256_si128((__m256i)a) : _mm256_extractf128_si256((__m256i)a, 1),
+        i == 0 ? _mm256_castsi256_si128((__m256i)b) : _mm256_extractf128_si256((__m256i)b, 1));
+  };
+  return (WideWords)_mm256_insertf128_si256(_mm256_castsi128_si256(half(0)), half(1), 1);
+#else
+  return (WideWords)_mm_mul_epu32((__m128i)a, (__m128i)b);
+#endif
+}
+
+// Words below 2^52 as doubles, exactly: their bits become the fraction of a double from 2^52 on.
+[[maybe_unused]] inline Lanes doublesBelow52Bits(WideWords w) {
+  return (Lanes)(w | 0x4330000000000000u) - 0x1p52;
 }
 
 // Stores doubles, rounded to floats where the array holds those.

@@ -10,10 +10,16 @@ namespace rvn {
 
 // What a generator's state operation does; `args` differs by method.
 enum StateMethod : std::int32_t {
-  stateSeed = 0,       // args: `count` seed words, unused when count is below 1
-  stateLeapfrog = 1,   // the stream becomes stream args[0] of `count` interleaved ones
-  stateSkipAhead = 2,  // by the 64-bit number of outputs in args, low word first; `count` is its words
+  stateSeed = 0,      // args: `count` seed words, unused when count is below 1
+  stateLeapfrog = 1,  // the stream becomes stream args[0] of `count` interleaved ones
+  stateSkipAhead =
+      2,  // by the 64-bit number of outputs in args, low word first; `count` is its words, 1 or 2
 };
+
+// The number of outputs that a skip-ahead is asked for; `count` is 1 or more.
+[[maybe_unused]] static inline std::uint64_t skippedOutputs(std::int64_t count, const std::uint32_t* args) {
+  return count > 1 ? static_cast<std::uint64_t>(args[1]) << 32 | args[0] : args[0];
+}
 
 // One build of a generator. All return 0 or a negative stream status. The state is the one that the next fill
 // emits from; a fill leaves it ready for value n + 1. Arrays may have any address.

@@ -5,6 +5,9 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 
 // One per generator source.
+extern const BrngOperations mcg31;
+extern const BrngOperations mcg59;
+extern const BrngOperations mrg32k3a;
 extern const BrngOperations wichmannHill;
 
 namespace {
@@ -15,10 +18,10 @@ consteval BrngRegistry makeRegistry() {
   BrngRegistry registry = {
       {
           // bytes, seeds, zero, word, bits
-          {24, 1, 0, 4, 31, none},            // MCG31
+          {24, 1, 0, 4, 31, &mcg31},          // MCG31
           {1024, 252, 1, 4, 32, none},        // R250
-          {40, 6, 1, 4, 32, none},            // MRG32k3a
-          {32, 1, 0, 8, 59, none},            // MCG59
+          {40, 6, 1, 4, 32, &mrg32k3a},       // MRG32k3a
+          {32, 1, 0, 8, 59, &mcg59},          // MCG59
           {48, 4, 1, 16, 24, &wichmannHill},  // Wichmann-Hill
           {11648, 2604, 0, 4, 32, none},      // Sobol
           {43280, 10498, 0, 4, 32, none},     // Niederreiter

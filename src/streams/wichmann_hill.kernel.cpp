@@ -222,7 +222,8 @@ std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count,
         stream.mult[j] = rsgPowMod(stream.mult[j], static_cast<std::uint64_t>(count), moduli(stream)[j]);
       return RSG_STATUS_OK;
     case stateSkipAhead:
-      skip(stream, static_cast<std::uint64_t>(args[1]) << 32 | args[0]);
+      if (count < 1) return RSG_ERROR_SKIP_AHEAD;
+      skip(stream, skippedOutputs(count, args));
       return RSG_STATUS_OK;
     default:
       return RSG_ERROR_STATE_METHOD;

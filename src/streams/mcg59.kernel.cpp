@@ -1,0 +1,71 @@
+// The congruential generator x <- 13^13 x mod 2^59 (N. M. Maclaren, Applied Statistics 38, 1989).
+
+#include <cstddef>
+#include <cstdint>
+
+#include "streams/congruential.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+struct Mcg59Stream {
+  RsgStream header;
+  std::uint64_t x;     // the next output, 59 bits
+  std::uint64_t mult;  // modulo 2^64; here since leapfrog changes it
+};
+static_assert(sizeof(Mcg59Stream) == 32);
+static_assert(offsetof(Mcg59Stream, x) == 16);
+
+// The bits from 59 on never reach the ones below, so that steps work modulo 2^64.
+struct Mcg59 {
+  using Stream = Mcg59Stream;
+  static constexpr std::uint64_t multiplier = 0x113769B23C5FD;
+  static constexpr std::uint64_t mask = (std::uint64_t{1} << 59) - 1;
+
+  static std::uint64_t multiply(std::uint64_t x, std::uint64_t c) { return x * c; }
+
+  static WideWords multiply(WideWords x, WideWords c) {
+    const WideWords middle = multiplyHalves(x, c >> 32) + multiplyHalves(x >> 32, c);
+    return multiplyHalves(x, c) + (middle << 32);
+  }
+
+  static WideWords canonical(WideWords x) { return x & mask; }
+  static std::uint64_t residue(std::uint64_t x) { return x & mask; }
+
+  static std::uint64_t power(std::uint64_t c, std::uint64_t n) {
+    std::uint64_t result = 1;
+    for (; n != 0; n >>= 1, c *= c)
+      if ((n & 1) != 0) result *= c;
+    return result;
+  }
+
+  static std::uint64_t firstState(std::int64_t count, const std::uint32_t* seeds) {
+    std::uint64_t x = count < 1 ? 1 : seeds[0];
+    if (count > 1) x |= static_cast<std::uint64_t>(seeds[1] & 0x7FFFFFF) << 32;
+    return x == 0 ? 1 : x;
+  }
+
+  struct Interval {
+    Lanes scale;
+    Lanes from;
+
+    Interval(double a, double b) : scale(broadcast<Lanes>((b - a) * 0x1p-59)), from(broadcast<Lanes>(a)) {}
+
+    // The halves of x are doubles exactly: the upper one as the fraction of a double from 2^84 on.
+    Lanes operator()(WideWords x) const {
+      const Lanes low = doublesBelow52Bits(x & 0xFFFFFFFFu);
+      const Lanes high = (Lanes)(x >> 32 | 0x4530000000000000u) - 0x1p84;
+      return low * scale + high * scale + from;
+    }
+  };
+};
+
+using Generator = Congruential<Mcg59>;
+
+}  // namespace
+
+extern const BrngOperations mcg59;
+const BrngOperations mcg59 = {Generator::stateOp, Generator::fillFloat, Generator::fillDouble,
+                              Generator::fillInt};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,0 +1,200 @@
+// The combined multiple recursive generator MRG32k3a (P. L'Ecuyer, Operations Research 47, 1999):
+//   x[n] = (1403580 x[n-2] - 810728 x[n-3]) mod m1,  y[n] = (527612 y[n-1] - 1370589 y[n-3]) mod m2,
+//   z[n] = x[n] - y[n], plus m1 where x[n] <= y[n].
+//
+// Long fills cut the sequence into as many stretches as two vectors have lanes and walk them side by side, each
+// lane in a stretch of its own. A step of lanes is made of doubles: both products and their difference t are
+// integers below 2^53 and exact; so are q m, with q = t/m rounded to an integer, and t - q m, which lies
+// between -m and m.
+
+#include "streams/mrg32k3a.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/simd.h"
+#include "streams/registry.h"
+#include "streams/stream.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+struct Mrg32k3aStream {
+  RsgStream header;
+  std::uint32_t x[3];  // the last three values, oldest first
+  std::uint32_t y[3];
+};
+static_assert(sizeof(Mrg32k3aStream) == 40);
+static_assert(offsetof(Mrg32k3aStream, x) == 16);
+
+constexpr double outputScale = 2.328306549837829e-10;  // 1/m1
+
+template <const Mrg32k3aComponent& c>
+std::uint32_t next(std::uint32_t (&x)[3]) {
+  const std::uint64_t t =
+      std::uint64_t{c.factor} * x[c.positive] + std::uint64_t{c.subtracted} * (c.m - x[0]);
+  x[0] = x[1];
+  x[1] = x[2];
+  x[2] = static_cast<std::uint32_t>(t % c.m);
+  return x[2];
+}
+
+std::uint32_t nextOutput(Mrg32k3aStream& stream) {
+  const std::uint32_t x = next<mrg32k3aX>(stream.x);
+  const std::uint32_t y = next<mrg32k3aY>(stream.y);
+  return x > y ? x - y : x - y + mrg32k3aX.m;
+}
+
+void jump(std::uint32_t (&x)[3], const Mrg32k3aMatrix& by, std::uint64_t m) {
+  std::uint32_t moved[3];
+  for (int i = 0; i < 3; ++i) {
+    std::uint64_t sum = 0;
+    for (int k = 0; k < 3; ++k)
+      sum += std::uint64_t{by.at[i][k]} * x[k] % m;
+    moved[i] = static_cast<std::uint32_t>(sum % m);
+  }
+  __builtin_memcpy(x, moved, sizeof moved);
+}
+
+// Moves the stream by 2^k outputs.
+void jump(Mrg32k3aStream& stream, int k) {
+  jump(stream.x, mrg32k3aJumps.power[k].x, mrg32k3aX.m);
+  jump(stream.y, mrg32k3aJumps.power[k].y, mrg32k3aY.m);
+}
+
+constexpr int vectorsPerPass = 2;
+constexpr int stretches = vectorsPerPass * laneCount;
+
+// Stretches of 2^k outputs: shorter ones do not pay for the jumps between their starts, longer ones write to
+// too many places at once for the first-level cache.
+constexpr int shortestStretch = 5;
+constexpr int longestStretch = 9;
+
+// A component's value in lanes; the values wait in `x`, oldest first.
+template <const Mrg32k3aComponent& c>
+inline Lanes next(Lanes (&x)[3]) {
+  constexpr double toInteger = 0x1.8p52;  // |t/m| is below 2^21: adding this rounds to an integer
+  const auto m = broadcast<Lanes>(c.m);
+  const Lanes t = x[c.positive] * broadcast<Lanes>(c.factor) - x[0] * broadcast<Lanes>(c.subtracted);
+  const Lanes q = (t * broadcast<Lanes>(1.0 / c.m) + toInteger) - toInteger;
+  const Lanes r = fused(-q, m, t);
+  x[0] = x[1];
+  x[1] = x[2];
+  x[2] = r < Lanes{} ? r + m : r;
+  return x[2];
+}
+
+// Calls store(i, outputs) for outputs i, i + length, i + 2 length, ... of `stretches` stretches.
+template <class Store>
+void fillStretches(Mrg32k3aStream& stream, int logLength, Store store) {
+  double start[2][3][stretches];
+  for (int lane = 0; lane < stretches; ++lane) {
+    for (int i = 0; i < 3; ++i) {
+      start[0][i][lane] = stream.x[i];
+      start[1][i][lane] = stream.y[i];
+    }
+    jump(stream, logLength);
+  }
+  Lanes x[vectorsPerPass][3];
+  Lanes y[vectorsPerPass][3];
+  for (std::ptrdiff_t v = 0; v < vectorsPerPass; ++v)
+    for (int i = 0; i < 3; ++i) {
+      x[v][i] = load<Lanes>(start[0][i] + v * laneCount);
+      y[v][i] = load<Lanes>(start[1][i] + v * laneCount);
+    }
+  const std::int64_t length = std::int64_t{1} << logLength;
+  for (std::int64_t i = 0; i < length; ++i)
+#pragma GCC unroll 2
+    for (int v = 0; v < vectorsPerPass; ++v) {
+      const Lanes d = next<mrg32k3aX>(x[v]) - next<mrg32k3aY>(y[v]);
+      store(i + v * laneCount * length, length, d > Lanes{} ? d : d + static_cast<double>(mrg32k3aX.m));
+    }
+}
+
+// Calls storeLanes as fillStretches does, and storeOne(i, output) for the outputs that fill no stretch.
+template <class StoreLanes, class StoreOne>
+void fill(RsgStream* header, std::int64_t n, StoreLanes storeLanes, StoreOne storeOne) {
+  auto& stream = *reinterpret_cast<Mrg32k3aStream*>(header);
+  std::int64_t done = 0;
+  for (int logLength = longestStretch; logLength >= shortestStretch; --logLength)
+    while (n - done >= std::int64_t{stretches} << logLength) {
+      fillStretches(stream, logLength,
+                    [&](std::int64_t i, std::int64_t length, Lanes z) { storeLanes(done + i, length, z); });
+      done += std::int64_t{stretches} << logLength;
+    }
+  for (; done < n; ++done)
+    storeOne(done, nextOutput(stream));
+}
+
+template <class Real>
+std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
+  const auto a = static_cast<double>(from);
+  const double scale = (static_cast<double>(to) - a) * outputScale;
+  fill(
+      header, n,
+      [&](std::int64_t i, std::int64_t length, Lanes z) {
+        const Lanes values = mapped<true>(z, broadcast<Lanes>(scale), broadcast<Lanes>(a));
+        for (int k = 0; k < laneCount; ++k)
+          store(r + i + k * length, static_cast<Real>(values[k]));
+      },
+      [&](std::int64_t i, std::uint32_t z) {
+        store(r + i, static_cast<Real>(mapped<true>(static_cast<double>(z), scale, a)));
+      });
+  return RSG_STATUS_OK;
+}
+
+std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
+  return fillReal(stream, n, r, a, b);
+}
+
+std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
+  return fillReal(stream, n, r, a, b);
+}
+
+std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
+  auto* const words = static_cast<unsigned char*>(r);
+  fill(
+      header, n,
+      [&](std::int64_t i, std::int64_t length, Lanes z) {
+        for (int k = 0; k < laneCount; ++k)
+          store(words + (i + k * length) * 4, static_cast<std::uint32_t>(static_cast<std::int64_t>(z[k])));
+      },
+      [&](std::int64_t i, std::uint32_t z) { store(words + i * 4, z); });
+  return RSG_STATUS_OK;
+}
+
+void seed(std::uint32_t (&x)[3], std::uint32_t m, std::int64_t count, const std::uint32_t* seeds) {
+  for (int i = 0; i < 3; ++i) {
+    x[i] = i < count ? seeds[i] : 1;
+    if (x[i] >= m) x[i] -= m;
+  }
+  if (x[0] == 0 && x[1] == 0 && x[2] == 0) x[0] = 1;
+}
+
+std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
+  auto& stream = *reinterpret_cast<Mrg32k3aStream*>(header);
+  switch (method) {
+    case stateSeed:
+      seed(stream.x, mrg32k3aX.m, count, args);
+      seed(stream.y, mrg32k3aY.m, count - 3, count > 3 ? args + 3 : args);
+      return RSG_STATUS_OK;
+    case stateLeapfrog:
+      return RSG_ERROR_LEAPFROG;
+    case stateSkipAhead: {
+      if (count < 1) return RSG_ERROR_SKIP_AHEAD;
+      const std::uint64_t outputs = skippedOutputs(count, args);
+      for (int k = 0; k < 64; ++k)
+        if ((outputs >> k & 1) != 0) jump(stream, k);
+      return RSG_STATUS_OK;
+    }
+    default:
+      return RSG_ERROR_STATE_METHOD;
+  }
+}
+
+}  // namespace
+
+extern const BrngOperations mrg32k3a;
+const BrngOperations mrg32k3a = {stateOp, fillFloat, fillDouble, fillInt};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,0 +1,148 @@
+#include "streams/generators.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <gtest/gtest.h>
+
+#include "runtime/cpu_level.h"
+#include "runtime/level_table.h"
+#include "streams/models.h"
+#include "streams/stream.h"
+
+namespace support {
+namespace {
+
+double scaled(double w, double scale, double a, bool fuses) {
+  return fuses ? std::fma(w, scale, a) : w * scale + a;
+}
+
+// The mapping of unsigned raw outputs, with C the length of a unit step on an interval of length 1.
+template <double (*C)()>
+double unsignedValue(std::uint64_t raw, double a, double b, bool fuses) {
+  return scaled(static_cast<double>(raw), (b - a) * C(), a, fuses);
+}
+
+double mcg31Step() {
+  return 1.0 / 2147483647.0;
+}
+double mrg32k3aStep() {
+  return 1.0 / 4294967087.0;
+}
+
+double neverFused(std::uint64_t raw, double a, double b, bool) {
+  return unsignedValue<mcg31Step>(raw, a, b, false);
+}
+
+double mcg59Value(std::uint64_t raw, double a, double b, bool) {
+  const double scale = (b - a) * 0x1p-59;
+  const double high = static_cast<double>(raw >> 32) * 0x1p32 * scale;
+  return static_cast<double>(raw & 0xFFFFFFFF) * scale + high + a;
+}
+
+}  // namespace
+
+const std::vector<Generator>& generators() {
+  static const std::vector<Generator> all = {
+      {"MCG31",
+       RSG_BRNG_MCG31,
+       {{}, {0}, {1}, {7777777}, {0x7FFFFFFF}, {0xFFFFFFFF}},
+       startedModel<Mcg31Model>,
+       neverFused,
+       0,
+       0},
+      {"MRG32k3a",
+       RSG_BRNG_MRG32K3A,
+       {{}, {0}, {12345}, {0xFFFFFFFF, 0, 0, 0xFFFFFFFF}, {0, 0, 0, 0, 0, 0}, {1, 2, 3, 4, 5, 6, 7}},
+       startedModel<Mrg32k3aModel>,
+       unsignedValue<mrg32k3aStep>,
+       RSG_ERROR_LEAPFROG,
+       0},
+      {"MCG59",
+       RSG_BRNG_MCG59,
+       {{}, {0}, {7777777}, {0, 0}, {6, 0xFFFFFFFF}, {0xFFFFFFFF, 0x7FFFFFF, 1}},
+       startedModel<Mcg59Model>,
+       mcg59Value,
+       0,
+       0},
+  };
+  return all;
+}
+
+const Generator& generator(const std::string& name) {
+  return *std::find_if(generators().begin(), generators().end(),
+                       [&](const Generator& one) { return one.name == name; });
+}
+
+std::vector<std::size_t> edges() {
+  std::vector<std::size_t> all;
+  for (const std::size_t edge : {1u, 4u, 8u, 16u, 32u, 69u, 103u, 138u, 147u, 250u, 256u, 624u, 1248u})
+    for (std::size_t n = edge - 1; n <= edge + 1; ++n)
+      all.push_back(n);
+  all.push_back(10000);
+  return all;
+}
+
+GeneratorStream::GeneratorStream(std::int32_t brngId, const Seeds& seeds)
+    : record_(rvn::levelTables[rvn::cpuLevel()]->streams->registry->family[(brngId >> 20) - 1]) {
+  EXPECT_EQ(rsgNewStream(&stream_, brngId, seeds.empty() ? 1 : seeds[0]), RSG_STATUS_OK);
+  if (seeds.size() != 1) {
+    EXPECT_EQ(stateOp(rvn::stateSeed, static_cast<std::int64_t>(seeds.size()), seeds), RSG_STATUS_OK);
+  }
+}
+
+GeneratorStream::GeneratorStream(const GeneratorStream& other) : record_(other.record_) {
+  EXPECT_EQ(rsgNewStream(&stream_, other.stream_->brngId, 1), RSG_STATUS_OK);
+  std::memcpy(reinterpret_cast<unsigned char*>(stream_) + sizeof(RsgStream),
+              reinterpret_cast<const unsigned char*>(other.stream_) + sizeof(RsgStream),
+              record_.stateSize - sizeof(RsgStream));
+}
+
+namespace {
+
+// Runs fill(r) on an array of n values at an odd address with a guard behind it.
+template <class Value, class Fill>
+std::vector<Value> guarded(std::size_t n, Fill fill) {
+  std::vector<unsigned char> bytes(n * sizeof(Value) + 65, 0xA5);
+  EXPECT_EQ(fill(reinterpret_cast<Value*>(bytes.data() + 1)), RSG_STATUS_OK);
+  EXPECT_EQ(bytes[0], 0xA5);
+  EXPECT_EQ(std::count(bytes.end() - 64, bytes.end(), 0xA5), 64) << "written behind " << n << " values";
+  std::vector<Value> values(n);
+  if (n > 0) std::memcpy(values.data(), bytes.data() + 1, n * sizeof(Value));
+  return values;
+}
+
+}  // namespace
+
+std::vector<std::uint64_t> GeneratorStream::raw(std::size_t n) {
+  const auto fill = [&](void* r) {
+    return record_.operations->fillInt(stream_, static_cast<std::int64_t>(n), r);
+  };
+  if (record_.wordSize == 8) return guarded<std::uint64_t>(n, fill);
+  const std::vector<std::uint32_t> words = guarded<std::uint32_t>(n, fill);
+  return {words.begin(), words.end()};
+}
+
+std::vector<double> GeneratorStream::doubles(std::size_t n, double a, double b) {
+  return guarded<double>(n, [&](double* r) {
+    return record_.operations->fillDouble(stream_, static_cast<std::int64_t>(n), r, a, b);
+  });
+}
+
+std::vector<float> GeneratorStream::floats(std::size_t n, float a, float b) {
+  return guarded<float>(n, [&](float* r) {
+    return record_.operations->fillFloat(stream_, static_cast<std::int64_t>(n), r, a, b);
+  });
+}
+
+std::int32_t GeneratorStream::stateOp(std::int32_t method, std::int64_t count, const Seeds& args) {
+  return record_.operations->stateOp(method, stream_, count, args.data());
+}
+
+void GeneratorStream::skip(std::uint64_t outputs) {
+  const Seeds args = {static_cast<std::uint32_t>(outputs), static_cast<std::uint32_t>(outputs >> 32)};
+  EXPECT_EQ(stateOp(rvn::stateSkipAhead, 2, args), RSG_STATUS_OK) << outputs;
+}
+
+}  // namespace support
