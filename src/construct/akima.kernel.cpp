@@ -52,9 +52,8 @@ struct AkimaSlopes {
     Lanes weight;      // of the newest one
 
     Pass(const AkimaSlopes& slopes, std::int64_t from) {
-      const Partition<uniform>& p = slopes.p;
-      before = p.template differences<Lanes>(slopes.y, from - laneCount - 1);
-      after = p.template differences<Lanes>(slopes.y, from - laneCount);
+      before = slopes.p.template differences<Lanes>(slopes.y, from - laneCount - 1);
+      after = slopes.p.template differences<Lanes>(slopes.y, from - laneCount);
       weight = weightLast = magnitude(after - before);
     }
 
