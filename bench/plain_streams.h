@@ -1,20 +1,18 @@
 #pragma once
 
-// The textbook Wichmann-Hill generator that the stream rows are compared with; compiled at -O2 without level
-// flags.
+// The textbook generators that the stream rows are compared with: one output at a time, compiled at -O2 without
+// level flags.
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace bench {
 
-struct PlainWichmannHill {
-  std::uint32_t x[4];
-  std::uint32_t mult[4];
-  std::uint32_t m[4];
-  double r[4];  // 1/m
-};
+// Fills n values of the interval from a to b; holds the state.
+using PlainFill = std::function<void(std::size_t n, double* values, double a, double b)>;
 
-void plainUniform(PlainWichmannHill& state, std::size_t n, double* values, double a, double b);
+// The generator of the library's brngId (RSG_BRNG_*, first member), seeded alike. Null: no such generator here.
+PlainFill plainStream(std::int32_t brngId, std::uint32_t seed);
 
 }  // namespace bench

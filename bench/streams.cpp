@@ -1,5 +1,10 @@
+#include <algorithm>
 #include <benchmark/benchmark.h>
+#include <cmath>
 #include <cstdint>
+#include <gsl/gsl_qrng.h>
+#include <gsl/gsl_rng.h>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -11,58 +16,120 @@
 namespace bench {
 namespace {
 
-constexpr std::uint32_t seed = 7777777;
+struct StreamCase {
+  const char* name;
+  std::int32_t brngId;
+  std::uint32_t seed;
+  const gsl_rng_type* gsl;
+  const gsl_qrng_type* gslPoints;
+};
 
-// Member 0, with the reciprocals rounded toward zero: 1/m to nearest would differ in the last bit of some.
-PlainWichmannHill plainMember0() {
-  PlainWichmannHill s = {{seed, 1, 1, 1}, {125, 117, 127, 126}, {16770647, 16770643, 16770623, 16770617}, {}};
-  for (int j = 0; j < 4; ++j) {
-    s.r[j] = 1.0 / s.m[j];
-    if (static_cast<long double>(s.r[j]) * s.m[j] > 1.0L) s.r[j] -= 0x1p-76;
-  }
-  return s;
+constexpr double a = -1.0;
+constexpr double b = 3.0;
+
+std::int64_t elements(const benchmark::State& state, std::size_t n) {
+  return state.iterations() * static_cast<std::int64_t>(n);
 }
 
-void runRaven(benchmark::State& state, std::size_t n) {
+// Calls fill(values) over and over on n doubles.
+template <class Fill>
+void timeFill(benchmark::State& state, std::size_t n, Fill fill) {
   std::vector<double> values(n);
-  std::vector<double> expected(n);
-  PlainWichmannHill plain = plainMember0();
+  for (auto _ : state) {
+    fill(values.data());
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(elements(state, n));
+}
+
+void runRaven(benchmark::State& state, const StreamCase& which, std::size_t n) {
   RsgStream* stream = nullptr;
-  if (rsgNewStream(&stream, RSG_BRNG_WICHMANN_HILL, seed) != 0) {
+  if (rsgNewStream(&stream, which.brngId, which.seed) != 0) {
     state.SkipWithError("stream");
     return;
   }
   const auto count = static_cast<std::int32_t>(n);
-  for (int call = 0; call < 3; ++call) {
-    vdRngUniform(RNG_UNIFORM_PLAIN, stream, count, values.data(), -1.0, 3.0);
-    plainUniform(plain, n, expected.data(), -1.0, 3.0);
-    if (values != expected) state.SkipWithError("values");
+  if (PlainFill plain = plainStream(which.brngId, which.seed)) {
+    std::vector<double> values(n);
+    std::vector<double> expected(n);
+    for (int call = 0; call < 3; ++call) {
+      vdRngUniform(RNG_UNIFORM_PLAIN, stream, count, values.data(), a, b);
+      plain(n, expected.data(), a, b);
+      const auto differs = [](double x, double y) { return std::fabs(x - y) > 0x1p-48; };
+      if (!std::equal(values.begin(), values.end(), expected.begin(), std::not_fn(differs)))
+        state.SkipWithError("values");
+    }
   }
-  for (auto _ : state) {
-    vdRngUniform(RNG_UNIFORM_PLAIN, stream, count, values.data(), -1.0, 3.0);
-    benchmark::ClobberMemory();
-  }
+  timeFill(state, n, [&](double* values) { vdRngUniform(RNG_UNIFORM_PLAIN, stream, count, values, a, b); });
   rsgDeleteStream(&stream);
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(n));
 }
 
-void runPlain(benchmark::State& state, std::size_t n) {
-  std::vector<double> values(n);
-  PlainWichmannHill plain = plainMember0();
-  for (auto _ : state) {
-    plainUniform(plain, n, values.data(), -1.0, 3.0);
-    benchmark::ClobberMemory();
-  }
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(n));
+void runPlain(benchmark::State& state, const StreamCase& which, std::size_t n) {
+  const PlainFill plain = plainStream(which.brngId, which.seed);
+  timeFill(state, n, [&](double* values) { plain(n, values, a, b); });
+}
+
+void runStandard(benchmark::State& state, std::size_t n) {
+  std::mt19937 generator(1);
+  std::uniform_real_distribution<double> uniform(a, b);
+  timeFill(state, n, [&](double* values) { std::generate_n(values, n, [&] { return uniform(generator); }); });
+}
+
+void runGsl(benchmark::State& state, const StreamCase& which, std::size_t n) {
+  gsl_rng* const generator = gsl_rng_alloc(which.gsl);
+  timeFill(state, n, [&](double* values) {
+    std::generate_n(values, n, [&] { return gsl_rng_uniform(generator) * (b - a) + a; });
+  });
+  gsl_rng_free(generator);
+}
+
+void runGslPoints(benchmark::State& state, const StreamCase& which, std::size_t n) {
+  gsl_qrng* const generator = gsl_qrng_alloc(which.gslPoints, which.seed);
+  double point[64];
+  std::size_t next = which.seed;
+  timeFill(state, n, [&](double* values) {
+    std::generate_n(values, n, [&] {
+      if (next == which.seed) {
+        gsl_qrng_get(generator, point);
+        next = 0;
+      }
+      return point[next++] * (b - a) + a;
+    });
+  });
+  gsl_qrng_free(generator);
+}
+
+// The limit of every row: the same values stored and nothing else.
+void runStore(benchmark::State& state, std::size_t n) {
+  timeFill(state, n, [&](double* values) { std::fill_n(values, n, static_cast<double>(n)); });
 }
 
 }  // namespace
 
 void registerStreamRows() {
-  for (const std::size_t n : {std::size_t{8}, std::size_t{1000}, std::size_t{1000000}}) {
-    const std::string row = "vdRngUniform, Wichmann-Hill, n " + std::to_string(n);
-    benchmark::RegisterBenchmark((row + "|raven").c_str(), runRaven, n);
-    benchmark::RegisterBenchmark((row + "|plain").c_str(), runPlain, n);
+  static const StreamCase cases[] = {
+      {"MCG31", RSG_BRNG_MCG31, 7777777, nullptr, nullptr},
+      {"R250", RSG_BRNG_R250, 7777777, gsl_rng_r250, nullptr},
+      {"MRG32k3a", RSG_BRNG_MRG32K3A, 7777777, nullptr, nullptr},
+      {"MCG59", RSG_BRNG_MCG59, 7777777, nullptr, nullptr},
+      {"Wichmann-Hill", RSG_BRNG_WICHMANN_HILL, 7777777, nullptr, nullptr},
+      {"MT19937", RSG_BRNG_MT19937, 7777777, gsl_rng_mt19937, nullptr},
+      {"MT2203", RSG_BRNG_MT2203, 7777777, nullptr, nullptr},
+      {"SFMT19937", RSG_BRNG_SFMT19937, 7777777, nullptr, nullptr},
+  };
+  for (const StreamCase& which : cases) {
+    for (const std::size_t n : {std::size_t{8}, std::size_t{1000}, std::size_t{1000000}}) {
+      const std::string row = std::string(which.name) + ", n " + std::to_string(n);
+      const auto add = [&](const char* who, auto run, auto... arguments) {
+        benchmark::RegisterBenchmark((row + "|" + who).c_str(), run, arguments..., n);
+      };
+      add("raven", runRaven, which);
+      if (plainStream(which.brngId, which.seed)) add("plain", runPlain, which);
+      if (which.gsl != nullptr) add("gsl", runGsl, which);
+      if (which.gslPoints != nullptr) add("gsl", runGslPoints, which);
+      add("std", runStandard);
+      add("copy", runStore);
+    }
   }
 }
 

@@ -247,6 +247,17 @@ template <int half>
   return signedDoubles<half>(w ^ 0x80000000u) + 0x1p31;
 }
 
+// A block of 128 bits, and the block shifted as a whole by a byte, towards its last or its first word.
+typedef std::uint32_t FourWords __attribute__((vector_size(16)));
+
+[[maybe_unused]] inline FourWords byteUp(FourWords block) {
+  return (FourWords)_mm_slli_si128((__m128i)block, 1);
+}
+
+[[maybe_unused]] inline FourWords byteDown(FourWords block) {
+  return (FourWords)_mm_srli_si128((__m128i)block, 1);
+}
+
 // Numbers of generators that need more than 32 bits on the way.
 typedef std::uint64_t WideWords __attribute__((vector_size(level.vectorBytes)));
 

@@ -18,9 +18,10 @@ namespace {
 // `Rule` has the stream record with x and mult, and
 //   multiply(x, c)         x c mod m of single numbers and of lanes;
 //   canonical(x)           what is emitted, if multiply leaves more than the residue;
-//   Interval(a, b)         maps lanes of canonical outputs to the interval from a to b;
+//   Interval(a, b)         maps lanes of outputs, or one, to the interval from a to b;
 //   power(c, n)            c^n;
-//   firstState(count, seeds).
+//   firstState(count, seeds);
+//   shortestBlock          outputs from which on lanes pay for their start.
 template <class Rule>
 struct Congruential {
   using Stream = typename Rule::Stream;
@@ -54,38 +55,63 @@ struct Congruential {
     return block;
   }
 
-  // Calls store(i, outputs) for lanes of outputs i, i + 1, ...; the last lanes may be behind n.
-  template <class Store>
-  static void fill(Stream& stream, std::int64_t n, Store store) {
+  // Where outputs go: mapped to an interval, or as they are.
+  template <class Real>
+  struct Mapped {
+    Real* r;
+    typename Rule::Interval interval;
+
+    void lanes(std::int64_t i, WideWords x) const { storeAs(r + i, interval.lanes(x)); }
+    void one(std::int64_t i, std::uint64_t x) const { store(r + i, static_cast<Real>(interval.one(x))); }
+  };
+
+  struct Raw {
+    unsigned char* r;
+
+    void lanes(std::int64_t i, WideWords x) const {
+      for (int k = 0; k < laneCount; ++k)
+        one(i + k, x[k]);
+    }
+    void one(std::int64_t i, std::uint64_t x) const {
+      store(r + i * std::int64_t{sizeof(Word)}, static_cast<Word>(x));
+    }
+  };
+
+  template <class Out>
+  static void fillOneByOne(Stream& stream, std::int64_t n, const Out& out) {
+    std::uint64_t x = stream.x;
+    const std::uint64_t mult = stream.mult;
+    for (std::int64_t i = 0; i < n; ++i) {
+      out.one(i, x);
+      x = Rule::canonical(Rule::multiply(x, mult));
+    }
+    stream.x = static_cast<Word>(x);
+  }
+
+  template <class Out>
+  static void fill(RsgStream* header, std::int64_t n, const Out& out) {
+    auto& stream = *reinterpret_cast<Stream*>(header);
+    if (n < Rule::shortestBlock) return fillOneByOne(stream, n, out);
     Block block = start(stream);
     std::int64_t i = 0;
     for (; i + stepsPerPass <= n; i += stepsPerPass)
 #pragma GCC unroll 4
       for (int v = 0; v < vectorsPerPass; ++v) {
-        store(i + v * laneCount, Rule::canonical(block.x[v]), laneCount);
+        out.lanes(i + v * laneCount, Rule::canonical(block.x[v]));
         block.x[v] = Rule::multiply(block.x[v], block.jump);
       }
-    std::int64_t left = n - i;
     int v = 0;
-    for (; left >= laneCount; left -= laneCount, i += laneCount, ++v)
-      store(i, Rule::canonical(block.x[v]), laneCount);
+    for (; i + laneCount <= n; i += laneCount, ++v)
+      out.lanes(i, Rule::canonical(block.x[v]));
     const WideWords last = Rule::canonical(block.x[v]);
-    if (left > 0) store(i, last, left);
-    stream.x = static_cast<Word>(last[left]);
+    for (int k = 0; i + k < n; ++k)
+      out.one(i + k, last[k]);
+    stream.x = static_cast<Word>(last[n - i]);
   }
 
   template <class Real>
   static std::int32_t fillReal(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
-    const typename Rule::Interval interval(static_cast<double>(a), static_cast<double>(b));
-    fill(*reinterpret_cast<Stream*>(stream), n, [&](std::int64_t i, WideWords x, std::int64_t count) {
-      const Lanes values = interval(x);
-      if (count == laneCount) {
-        storeAs(r + i, values);
-      } else {
-        for (std::int64_t k = 0; k < count; ++k)
-          store(r + i + k, static_cast<Real>(values[k]));
-      }
-    });
+    fill(stream, n, Mapped<Real>{r, {static_cast<double>(a), static_cast<double>(b)}});
     return RSG_STATUS_OK;
   }
 
@@ -98,16 +124,13 @@ struct Congruential {
   }
 
   static std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {
-    auto* const bytes = static_cast<unsigned char*>(r);
-    fill(*reinterpret_cast<Stream*>(stream), n, [&](std::int64_t i, WideWords x, std::int64_t count) {
-      for (std::int64_t k = 0; k < count; ++k)
-        store(bytes + (i + k) * std::int64_t{sizeof(Word)}, static_cast<Word>(x[k]));
-    });
+    fill(stream, n, Raw{static_cast<unsigned char*>(r)});
     return RSG_STATUS_OK;
   }
 
   static void skip(Stream& stream, std::uint64_t outputs) {
-    stream.x = static_cast<Word>(Rule::residue(Rule::multiply(stream.x, Rule::power(stream.mult, outputs))));
+    stream.x =
+        static_cast<Word>(Rule::canonical(Rule::multiply(stream.x, Rule::power(stream.mult, outputs))));
   }
 
   static std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count,

@@ -20,6 +20,7 @@ struct Mcg31 {
   using Stream = Mcg31Stream;
   static constexpr std::uint64_t m = 0x7FFFFFFF;
   static constexpr std::uint32_t multiplier = 1132489760;
+  static constexpr std::int64_t shortestBlock = 8;
 
   // t = x c is (t mod 2^31) + (t div 2^31) modulo m.
   static std::uint64_t multiply(std::uint64_t x, std::uint64_t c) {
@@ -36,7 +37,7 @@ struct Mcg31 {
   }
 
   static WideWords canonical(WideWords x) { return x; }
-  static std::uint64_t residue(std::uint64_t x) { return x; }
+  static std::uint64_t canonical(std::uint64_t x) { return x; }
 
   static std::uint64_t power(std::uint64_t c, std::uint64_t n) {
     std::uint64_t result = 1;
@@ -51,13 +52,14 @@ struct Mcg31 {
   }
 
   struct Interval {
-    Lanes scale;
-    Lanes from;
+    double scale;
+    double from;
 
-    Interval(double a, double b)
-        : scale(broadcast<Lanes>((b - a) * 4.656612875245797e-10)),  // 1/m
-          from(broadcast<Lanes>(a)) {}
-    Lanes operator()(WideWords x) const { return doublesBelow52Bits(x) * scale + from; }
+    Interval(double a, double b) : scale((b - a) * 4.656612875245797e-10), from(a) {}  // 1/m
+    Lanes lanes(WideWords x) const { return doublesBelow52Bits(x) * scale + from; }
+    double one(std::uint64_t x) const {
+      return static_cast<double>(static_cast<std::int64_t>(x)) * scale + from;
+    }
   };
 };
 

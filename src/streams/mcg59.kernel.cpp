@@ -20,6 +20,7 @@ static_assert(offsetof(Mcg59Stream, x) == 16);
 struct Mcg59 {
   using Stream = Mcg59Stream;
   static constexpr std::uint64_t multiplier = 0x113769B23C5FD;
+  static constexpr std::int64_t shortestBlock = 24;
   static constexpr std::uint64_t mask = (std::uint64_t{1} << 59) - 1;
 
   static std::uint64_t multiply(std::uint64_t x, std::uint64_t c) { return x * c; }
@@ -30,7 +31,7 @@ struct Mcg59 {
   }
 
   static WideWords canonical(WideWords x) { return x & mask; }
-  static std::uint64_t residue(std::uint64_t x) { return x & mask; }
+  static std::uint64_t canonical(std::uint64_t x) { return x & mask; }
 
   static std::uint64_t power(std::uint64_t c, std::uint64_t n) {
     std::uint64_t result = 1;
@@ -46,15 +47,20 @@ struct Mcg59 {
   }
 
   struct Interval {
-    Lanes scale;
-    Lanes from;
+    double scale;
+    double from;
 
-    Interval(double a, double b) : scale(broadcast<Lanes>((b - a) * 0x1p-59)), from(broadcast<Lanes>(a)) {}
+    Interval(double a, double b) : scale((b - a) * 0x1p-59), from(a) {}
 
     // The halves of x are doubles exactly: the upper one as the fraction of a double from 2^84 on.
-    Lanes operator()(WideWords x) const {
+    Lanes lanes(WideWords x) const {
       const Lanes low = doublesBelow52Bits(x & 0xFFFFFFFFu);
       const Lanes high = (Lanes)(x >> 32 | 0x4530000000000000u) - 0x1p84;
+      return low * scale + high * scale + from;
+    }
+    double one(std::uint64_t x) const {
+      const auto low = static_cast<double>(static_cast<std::int64_t>(x & 0xFFFFFFFF));
+      const auto high = static_cast<double>(static_cast<std::int64_t>(x & ~std::uint64_t{0xFFFFFFFF}));
       return low * scale + high * scale + from;
     }
   };

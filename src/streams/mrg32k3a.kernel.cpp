@@ -122,8 +122,10 @@ void fill(RsgStream* header, std::int64_t n, StoreLanes storeLanes, StoreOne sto
                     [&](std::int64_t i, std::int64_t length, Lanes z) { storeLanes(done + i, length, z); });
       done += std::int64_t{stretches} << logLength;
     }
+  Mrg32k3aStream rest = stream;
   for (; done < n; ++done)
-    storeOne(done, nextOutput(stream));
+    storeOne(done, nextOutput(rest));
+  stream = rest;
 }
 
 template <class Real>

@@ -8,6 +8,7 @@
 #include "runtime/memory_state.h"
 #include "runtime/messages.h"
 #include "runtime/platform.h"
+#include "runtime/rdrand.h"
 #include "runtime/reproducibility.h"
 
 namespace support {
@@ -57,6 +58,14 @@ CpuidLeaf cpuid(std::uint32_t leaf, std::uint32_t) {
 
 std::uint64_t xgetbv(std::uint32_t) {
   return machine.processor.xcr0;
+}
+
+bool drawHardwareRandom(std::uint32_t* number) {
+  if (machine.random.empty()) return false;
+  const std::optional<std::uint32_t> drawn = machine.random.front();
+  machine.random.pop_front();
+  *number = drawn.value_or(0);
+  return drawn.has_value();
 }
 
 std::size_t readEnvironment(const char* name, char* buffer, std::size_t size) {

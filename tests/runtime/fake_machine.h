@@ -5,7 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
+#include <optional>
 #include <string>
 
 namespace support {
@@ -25,6 +27,7 @@ struct FakeProcessor {
 struct FakeMachine {
   FakeProcessor processor;
   std::map<std::string, std::string> environment;
+  std::deque<std::optional<std::uint32_t>> random;  // what is drawn; nothing: not at hand, as behind the last
   bool hasCatalogue = false;
   std::map<std::uint32_t, std::string> catalogue;
   std::string catalogueName;  // as last asked for

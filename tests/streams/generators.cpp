@@ -31,8 +31,18 @@ double mrg32k3aStep() {
   return 1.0 / 4294967087.0;
 }
 
+double word32Step() {
+  return 0x1p-32;
+}
+
+template <double (*C)()>
 double neverFused(std::uint64_t raw, double a, double b, bool) {
-  return unsignedValue<mcg31Step>(raw, a, b, false);
+  return unsignedValue<C>(raw, a, b, false);
+}
+
+double signedValue(std::uint64_t raw, double a, double b, bool fuses) {
+  const double w = static_cast<double>(raw) - (raw >= 0x80000000 ? 0x1p32 : 0.0);
+  return scaled(w, (b - a) * 0x1p-32, (a + b) * 0.5, fuses);
 }
 
 double mcg59Value(std::uint64_t raw, double a, double b, bool) {
@@ -43,13 +53,21 @@ double mcg59Value(std::uint64_t raw, double a, double b, bool) {
 
 }  // namespace
 
+// Seeds by the hundreds, with no pattern that matters.
+Seeds manySeeds(std::size_t count) {
+  Seeds seeds(count);
+  for (std::size_t i = 0; i < count; ++i)
+    seeds[i] = static_cast<std::uint32_t>(0x9E3779B97F4A7C15 * (i + 1) >> 32);
+  return seeds;
+}
+
 const std::vector<Generator>& generators() {
   static const std::vector<Generator> all = {
       {"MCG31",
        RSG_BRNG_MCG31,
        {{}, {0}, {1}, {7777777}, {0x7FFFFFFF}, {0xFFFFFFFF}},
        startedModel<Mcg31Model>,
-       neverFused,
+       neverFused<mcg31Step>,
        0,
        0},
       {"MRG32k3a",
@@ -65,6 +83,35 @@ const std::vector<Generator>& generators() {
        startedModel<Mcg59Model>,
        mcg59Value,
        0,
+       0},
+      {"R250",
+       RSG_BRNG_R250,
+       {{}, {0}, {1}, {0xFFFFFFFF, 2}, manySeeds(249), manySeeds(250), manySeeds(252)},
+       startedModel<R250Model>,
+       neverFused<word32Step>,
+       RSG_ERROR_LEAPFROG,
+       RSG_ERROR_SKIP_AHEAD},
+      {"MT19937",
+       RSG_BRNG_MT19937,
+       {{}, {0}, {5489}, {0x123, 0x234, 0x345, 0x456}, manySeeds(625), manySeeds(1300)},
+       startedModel<Mt19937Model>,
+       unsignedValue<word32Step>,
+       RSG_ERROR_LEAPFROG,
+       0},
+      {"MT2203",
+       RSG_BRNG_MT2203 + 1,
+       {{}, {0}, {1}, {7777777, 8}, manySeeds(68), manySeeds(69), manySeeds(200)},
+       startedModel<Mt2203Model>,
+       neverFused<word32Step>,
+       RSG_ERROR_LEAPFROG,
+       RSG_ERROR_SKIP_AHEAD},
+      // Of the single seeds, 0, 2 and the last two need their period corrected.
+      {"SFMT19937",
+       RSG_BRNG_SFMT19937,
+       {{}, {0}, {1}, {2}, {7777777}, {0xFFFFFFFE}, {0xFFFFFFFF}, manySeeds(623), manySeeds(625)},
+       startedModel<Sfmt19937Model>,
+       signedValue,
+       RSG_ERROR_LEAPFROG,
        0},
   };
   return all;

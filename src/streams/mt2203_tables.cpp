@@ -1,0 +1,1 @@
+#include "streams/tables/mt2203_tables.h"

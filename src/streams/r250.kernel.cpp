@@ -1,0 +1,96 @@
+// The lagged generator z[n] = z[n - 250] xor z[n - 147] (S. Kirkpatrick, E. P. Stoll, Journal of Computational
+// Physics 40, 1981).
+
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/simd.h"
+#include "streams/registry.h"
+#include "streams/stream.h"
+#include "streams/word_fill.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+constexpr std::uint32_t ringSize = 250;
+constexpr std::uint32_t firstTap = 103;
+
+struct R250Stream {
+  RsgStream header;
+  std::uint32_t ring[ringSize];
+  std::uint32_t head;  // the oldest word, which the next one replaces
+  std::uint32_t tap;   // the other word that the next one is made of
+};
+static_assert(sizeof(R250Stream) == 1024);
+static_assert(offsetof(R250Stream, ring) == 16);
+
+struct R250 {
+  static constexpr auto mapping = WordMapping::unsignedWord;
+  static constexpr bool fuses = false;
+
+  // A run ends where the head or the tap reaches the ring's end. The words of a vector do not need each other:
+  // the tap stands 103 places ahead of the head or 147 behind it.
+  template <class Out>
+  static void fill(RsgStream* header, std::int64_t n, const Out& out) {
+    auto& stream = *reinterpret_cast<R250Stream*>(header);
+    for (std::int64_t done = 0; done < n;) {
+      std::uint32_t* const head = stream.ring + stream.head;
+      const std::uint32_t* const tap = stream.ring + stream.tap;
+      const std::int64_t toEnd = ringSize - (stream.head > stream.tap ? stream.head : stream.tap);
+      const std::int64_t run = toEnd < n - done ? toEnd : n - done;
+      std::int64_t i = 0;
+      for (; i + wordCount <= run; i += wordCount) {
+        const Words w = load<Words>(head + i) ^ load<Words>(tap + i);
+        store(head + i, w);
+        out.put(done + i, w);
+      }
+      for (; i < run; ++i) {
+        head[i] ^= tap[i];
+        out.put(done + i, head[i]);
+      }
+      done += run;
+      stream.head = (stream.head + static_cast<std::uint32_t>(run)) % ringSize;
+      stream.tap = (stream.tap + static_cast<std::uint32_t>(run)) % ringSize;
+    }
+  }
+};
+
+void seed(R250Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+  stream.head = 0;
+  stream.tap = firstTap;
+  if (count >= ringSize) {
+    __builtin_memcpy(stream.ring, seeds, sizeof stream.ring);
+    return;
+  }
+  std::uint32_t s = count < 1 || seeds[0] == 0 ? 1 : seeds[0];
+  for (std::uint32_t& word : stream.ring)
+    word = s *= 69069;
+  // 32 words whose leading bits form a triangle, so that the words span all bits.
+  for (std::uint32_t j = 0; j < 32; ++j) {
+    std::uint32_t& word = stream.ring[3 + 7 * j];
+    word = (word & 0xFFFFFFFF >> j) | 0x80000000 >> j;
+  }
+}
+
+std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
+  switch (method) {
+    case stateSeed:
+      seed(*reinterpret_cast<R250Stream*>(header), count, args);
+      return RSG_STATUS_OK;
+    case stateLeapfrog:
+      return RSG_ERROR_LEAPFROG;
+    case stateSkipAhead:
+      return RSG_ERROR_SKIP_AHEAD;
+    default:
+      return RSG_ERROR_STATE_METHOD;
+  }
+}
+
+using Fills = WordFills<R250>;
+
+}  // namespace
+
+extern const BrngOperations r250;
+const BrngOperations r250 = {stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,0 +1,102 @@
+// The processor's own random numbers (RDRAND). There is no sequence to seed, to skip in or to repeat.
+
+#include "runtime/rdrand.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/cpu_features.h"
+#include "runtime/simd.h"
+#include "streams/registry.h"
+#include "streams/stream.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+struct RdRandStream {
+  RsgStream header;
+  std::uint32_t zero;
+  std::uint32_t retryLimit;  // failures in a row that end a fill
+};
+static_assert(sizeof(RdRandStream) == 24);
+static_assert(offsetof(RdRandStream, zero) == 16);
+
+// All numbers of one value or of one pair of values, or none.
+template <std::size_t count>
+bool draw(const RdRandStream& stream, std::uint32_t (&numbers)[count]) {
+  for (std::uint32_t failures = 0;;) {
+    std::size_t drawn = 0;
+    while (drawn < count && drawHardwareRandom(&numbers[drawn]))
+      ++drawn;
+    if (drawn == count) return true;
+    if (++failures >= stream.retryLimit) return false;
+  }
+}
+
+// Calls store(i, number) for n numbers, drawn in pairs.
+template <class Store>
+std::int32_t fillPairs(const RsgStream* header, std::int64_t n, Store store) {
+  const auto& stream = *reinterpret_cast<const RdRandStream*>(header);
+  if (!hasFeature(featureRdrand)) return RSG_ERROR_NO_HARDWARE;
+  std::int64_t i = 0;
+  for (; i + 2 <= n; i += 2) {
+    std::uint32_t pair[2];
+    if (!draw(stream, pair)) return RSG_ERROR_HARDWARE_RETRY;
+    store(i, pair[0]);
+    store(i + 1, pair[1]);
+  }
+  std::uint32_t last[1];
+  if (i == n) return RSG_STATUS_OK;
+  if (!draw(stream, last)) return RSG_ERROR_HARDWARE_RETRY;
+  store(i, last[0]);
+  return RSG_STATUS_OK;
+}
+
+std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
+  const float scale = (b - a) * 0x1p-32F;
+  return fillPairs(stream, n,
+                   [&](std::int64_t i, std::uint32_t w) { store(r + i, static_cast<float>(w) * scale + a); });
+}
+
+std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {
+  auto* const bytes = static_cast<unsigned char*>(r);
+  return fillPairs(stream, n, [&](std::int64_t i, std::uint32_t w) { store(bytes + i * 4, w); });
+}
+
+// Two numbers make a value, the second one its upper half.
+std::int32_t fillDouble(RsgStream* header, std::int64_t n, double* r, double a, double b) {
+  const auto& stream = *reinterpret_cast<const RdRandStream*>(header);
+  if (!hasFeature(featureRdrand)) return RSG_ERROR_NO_HARDWARE;
+  const double scale = (b - a) * 0x1p-64;
+  for (std::int64_t i = 0; i < n; ++i) {
+    std::uint32_t half[2];
+    if (!draw(stream, half)) return RSG_ERROR_HARDWARE_RETRY;
+    const auto number = static_cast<std::int64_t>(std::uint64_t{half[1]} << 32 | half[0]);
+    const double w = static_cast<double>(number) + (number < 0 ? 0x1p64 : 0.0);
+    store(r + i, w * scale + a);
+  }
+  return RSG_STATUS_OK;
+}
+
+std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
+  auto& stream = *reinterpret_cast<RdRandStream*>(header);
+  switch (method) {
+    case stateSeed:
+      stream.zero = 0;
+      stream.retryLimit = count >= 2 && args[1] != 0 ? args[1] : 10;
+      return RSG_STATUS_OK;
+    case stateLeapfrog:
+      return RSG_ERROR_LEAPFROG;
+    case stateSkipAhead:
+      return RSG_ERROR_SKIP_AHEAD;
+    default:
+      return RSG_ERROR_STATE_METHOD;
+  }
+}
+
+}  // namespace
+
+extern const BrngOperations rdrand;
+const BrngOperations rdrand = {stateOp, fillFloat, fillDouble, fillInt};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,0 +1,87 @@
+#pragma once
+
+// The body of Mersenne Twisters on 32-bit words (M. Matsumoto, T. Nishimura, ACM Transactions on Modeling and
+// Computer Simulation 8, 1998): z[i + size] = z[i + offset] ^ (upper bits of z[i], lower bits of z[i + 1]) A,
+// every word tempered on its way out. An array of `size` words is the state; it is renewed whole, in place.
+
+#include <cstdint>
+
+#include "runtime/simd.h"
+#include "streams/word_fill.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+// `Rule` is made from its stream, which has mt[size] and index, and has
+//   size, offset, lowerMask;  firstShift;
+//   matrixA, temperB, temperC: constants or, where members differ, data.
+template <class Rule>
+struct Twister {
+  using Stream = typename Rule::Stream;
+  static constexpr auto mapping = WordMapping::unsignedWord;
+  static constexpr bool fuses = Rule::fuses;
+  static constexpr int size = Rule::size;
+
+  template <class W>
+  static W renewed(const Rule& rule, W z, W next, W far) {
+    const W y = (z & ~Rule::lowerMask) | (next & Rule::lowerMask);
+    return far ^ (y >> 1) ^ (-(y & 1) & rule.matrixA);
+  }
+
+  template <class W>
+  static W tempered(const Rule& rule, W y) {
+    y ^= y >> Rule::firstShift;
+    y ^= (y << 7) & rule.temperB;
+    y ^= (y << 15) & rule.temperC;
+    return y ^ (y >> 18);
+  }
+
+  // Words from .. to - 1, of which none is the last of the array; `far` words further on or, when negative,
+  // back stand the others that they are made of.
+  static void renew(const Rule& rule, std::uint32_t* mt, int from, int to, int far) {
+    int i = from;
+    for (; i + wordCount <= to; i += wordCount)
+      store(mt + i, renewed(rule, load<Words>(mt + i), load<Words>(mt + i + 1), load<Words>(mt + i + far)));
+    for (; i < to; ++i)
+      mt[i] = renewed(rule, mt[i], mt[i + 1], mt[i + far]);
+  }
+
+  static void renew(const Rule& rule, std::uint32_t* mt) {
+    renew(rule, mt, 0, size - Rule::offset, Rule::offset);
+    renew(rule, mt, size - Rule::offset, size - 1, Rule::offset - size);
+    mt[size - 1] = renewed(rule, mt[size - 1], mt[0], mt[Rule::offset - 1]);
+  }
+
+  template <class Out>
+  static void fill(RsgStream* header, std::int64_t n, const Out& out) {
+    auto& stream = *reinterpret_cast<Stream*>(header);
+    const Rule rule(stream);
+    for (std::int64_t done = 0; done < n;) {
+      if (stream.index >= size) {
+        renew(rule, stream.mt);
+        stream.index = 0;
+      }
+      const std::uint32_t* const mt = stream.mt + stream.index;
+      const std::int64_t left = size - stream.index;
+      const std::int64_t run = left < n - done ? left : n - done;
+      std::int64_t i = 0;
+      for (; i + wordCount <= run; i += wordCount)
+        out.put(done + i, tempered(rule, load<Words>(mt + i)));
+      for (; i < run; ++i)
+        out.put(done + i, tempered(rule, mt[i]));
+      done += run;
+      stream.index += static_cast<std::int32_t>(run);
+    }
+  }
+
+  // The stream goes on with word `position` from the array's start on, counted over renewals.
+  static void standAt(Stream& stream, std::int64_t position) {
+    const Rule rule(stream);
+    for (; position > size; position -= size)
+      renew(rule, stream.mt);
+    stream.index = static_cast<std::int32_t>(position);
+  }
+};
+
+}  // namespace
+}  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,0 +1,92 @@
+#pragma once
+
+// The fills of generators whose raw output is a 32-bit word.
+
+#include <cstdint>
+
+#include "runtime/simd.h"
+#include "streams/registry.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+// What a word counts as in the interval from a to b: w (b - a) / 2^32 from a on, the same with a signed word from
+// the middle on, or its upper 31 bits, (w >> 1) (b - a) / 2^31 from a on.
+enum class WordMapping { unsignedWord, signedWord, upperBits };
+
+// Where the words of a fill go: output i is stored as it is,
+struct RawWords {
+  unsigned char* r;
+
+  void put(std::int64_t i, Words w) const { store(r + i * 4, w); }
+  void put(std::int64_t i, std::uint32_t w) const { store(r + i * 4, w); }
+};
+
+// or mapped to an interval.
+template <class Real, WordMapping mapping, bool fuses>
+struct MappedWords {
+  Real* r;
+  double scale;
+  double origin;
+
+  MappedWords(Real* to, double a, double b)
+      : r(to),
+        scale((b - a) * (mapping == WordMapping::upperBits ? 0x1p-31 : 0x1p-32)),
+        origin(mapping == WordMapping::signedWord ? (a + b) * 0.5 : a) {}
+
+  void put(std::int64_t i, Words w) const {
+    storeAs(r + i, mapped<fuses>(numbers<0>(w), broadcast<Lanes>(scale), broadcast<Lanes>(origin)));
+    storeAs(r + i + laneCount,
+            mapped<fuses>(numbers<1>(w), broadcast<Lanes>(scale), broadcast<Lanes>(origin)));
+  }
+
+  void put(std::int64_t i, std::uint32_t w) const {
+    store(r + i, static_cast<Real>(mapped<fuses>(number(w), scale, origin)));
+  }
+
+ private:
+  static double number(std::uint32_t w) {
+    if constexpr (mapping == WordMapping::unsignedWord) {
+      return static_cast<double>(w);
+    } else {
+      return static_cast<double>(static_cast<std::int32_t>(mapping == WordMapping::upperBits ? w >> 1 : w));
+    }
+  }
+
+  template <int half>
+  static Lanes numbers(Words w) {
+    if constexpr (mapping == WordMapping::unsignedWord) {
+      return unsignedDoubles<half>(w);
+    } else {
+      return signedDoubles<half>(mapping == WordMapping::upperBits ? w >> 1 : w);
+    }
+  }
+};
+
+// `Rule` has mapping, fuses (at levels that can), and fill(stream, n, out), which puts n raw outputs.
+template <class Rule>
+struct WordFills {
+  template <class Real>
+  static std::int32_t fillReal(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
+    const MappedWords<Real, Rule::mapping, Rule::fuses> out(r, static_cast<double>(a),
+                                                            static_cast<double>(b));
+    Rule::fill(stream, n, out);
+    return RSG_STATUS_OK;
+  }
+
+  static std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
+    return fillReal(stream, n, r, a, b);
+  }
+
+  static std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
+    return fillReal(stream, n, r, a, b);
+  }
+
+  static std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {
+    Rule::fill(stream, n, RawWords{static_cast<unsigned char*>(r)});
+    return RSG_STATUS_OK;
+  }
+};
+
+}  // namespace
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
