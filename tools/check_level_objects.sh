@@ -7,7 +7,7 @@
 # usage: check_level_objects.sh BUILD_DIR
 set -euo pipefail
 build=$1
-fused_objects="tridiagonal.kernel mrg32k3a.kernel"
+fused_objects="tridiagonal.kernel mrg32k3a.kernel mt19937.kernel sfmt19937.kernel sobol.kernel"
 failures=0
 count=0
 

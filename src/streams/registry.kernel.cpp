@@ -10,9 +10,11 @@ extern const BrngOperations mcg59;
 extern const BrngOperations mrg32k3a;
 extern const BrngOperations mt19937;
 extern const BrngOperations mt2203;
+extern const BrngOperations niederreiter;
 extern const BrngOperations r250;
 extern const BrngOperations rdrand;
 extern const BrngOperations sfmt19937;
+extern const BrngOperations sobol;
 extern const BrngOperations wichmannHill;
 
 namespace {
@@ -23,20 +25,20 @@ consteval BrngRegistry makeRegistry() {
   BrngRegistry registry = {
       {
           // bytes, seeds, zero, word, bits
-          {24, 1, 0, 4, 31, &mcg31},          // MCG31
-          {1024, 252, 1, 4, 32, &r250},       // R250
-          {40, 6, 1, 4, 32, &mrg32k3a},       // MRG32k3a
-          {32, 1, 0, 8, 59, &mcg59},          // MCG59
-          {48, 4, 1, 16, 24, &wichmannHill},  // Wichmann-Hill
-          {11648, 2604, 0, 4, 32, none},      // Sobol
-          {43280, 10498, 0, 4, 32, none},     // Niederreiter
-          {2520, 625, 1, 4, 32, &mt19937},    // MT19937
-          {312, 70, 1, 4, 32, &mt2203},       // MT2203
-          {40, 0, 1, 4, 32, none},            // fed from a buffer of integers
-          {56, 0, 1, 4, 32, none},            // fed from a buffer of doubles
-          {48, 0, 1, 4, 32, none},            // fed from a buffer of floats
-          {2536, 625, 1, 4, 32, &sfmt19937},  // SFMT19937
-          {24, 1, 0, 4, 32, &rdrand},         // RdRandStream
+          {24, 1, 0, 4, 31, &mcg31},                // MCG31
+          {1024, 252, 1, 4, 32, &r250},             // R250
+          {40, 6, 1, 4, 32, &mrg32k3a},             // MRG32k3a
+          {32, 1, 0, 8, 59, &mcg59},                // MCG59
+          {48, 4, 1, 16, 24, &wichmannHill},        // Wichmann-Hill
+          {11648, 2604, 0, 4, 32, &sobol},          // Sobol
+          {43280, 10498, 0, 4, 32, &niederreiter},  // Niederreiter
+          {2520, 625, 1, 4, 32, &mt19937},          // MT19937
+          {312, 70, 1, 4, 32, &mt2203},             // MT2203
+          {40, 0, 1, 4, 32, none},                  // fed from a buffer of integers
+          {56, 0, 1, 4, 32, none},                  // fed from a buffer of doubles
+          {48, 0, 1, 4, 32, none},                  // fed from a buffer of floats
+          {2536, 625, 1, 4, 32, &sfmt19937},        // SFMT19937
+          {24, 1, 0, 4, 32, &rdrand},               // RdRandStream
       },
       {1, 1, 1, 1, wichmannHillMembers, 1, 1, 1, 6024, 1, 1, 1, 1, 1},
       {},

@@ -9,6 +9,7 @@
 #include "runtime/cpu_level.h"
 #include "runtime/level_table.h"
 #include "streams/models.h"
+#include "streams/quasi_models.h"
 #include "streams/stream.h"
 
 namespace support {
@@ -50,6 +51,17 @@ double mcg59Value(std::uint64_t raw, double a, double b, bool) {
   const double high = static_cast<double>(raw >> 32) * 0x1p32 * scale;
   return static_cast<double>(raw & 0xFFFFFFFF) * scale + high + a;
 }
+
+double sobolValue(std::uint64_t raw, double a, double b, bool fuses) {
+  return scaled(static_cast<double>(raw >> 1), (b - a) * 0x1p-31, a, fuses);
+}
+
+double niederreiterValue(std::uint64_t raw, double a, double b, bool) {
+  return sobolValue(raw, a, b, false);
+}
+
+// Of four coordinates, near the end of the sequence.
+constexpr std::uint64_t farQuasiSkip = (std::uint64_t{1} << 34) - 12345;
 
 }  // namespace
 
@@ -113,6 +125,22 @@ const std::vector<Generator>& generators() {
        signedValue,
        RSG_ERROR_LEAPFROG,
        0},
+      {"Sobol",
+       RSG_BRNG_SOBOL,
+       {{}, {0}, {1}, {2}, {40}, {41}, {7, 1, 4}, {5}},
+       startedModel<SobolModel>,
+       sobolValue,
+       RSG_ERROR_LEAPFROG,
+       0,
+       farQuasiSkip},
+      {"Niederreiter",
+       RSG_BRNG_NIEDERREITER,
+       {{}, {0}, {1}, {318}, {319}, {2, 1, 4}, {7}},
+       startedModel<NiederreiterModel>,
+       niederreiterValue,
+       RSG_ERROR_LEAPFROG,
+       0,
+       farQuasiSkip},
   };
   return all;
 }

@@ -26,6 +26,7 @@ struct Generator {
   double (*value)(std::uint64_t raw, double a, double b, bool fuses);
   std::int32_t leapfrogStatus;  // of number 1 of 3 streams
   std::int32_t skipStatus;
+  std::uint64_t farSkip = (std::uint64_t{1} << 40) + 12345;  // outputs that a stream of seed 4 can skip
 };
 
 const std::vector<Generator>& generators();

@@ -1,0 +1,43 @@
+// The sequence of I. M. Sobol (USSR Computational Mathematics and Mathematical Physics 7, 1967) in up to 40
+// dimensions.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "streams/quasi_random.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+struct SobolStream {
+  RsgStream header;
+  std::uint32_t pointIndex;
+  std::int32_t dimension;
+  std::int32_t onlyCoordinate;
+  std::int32_t nextCoordinate;
+  std::uint32_t point[48];
+  std::uint32_t direction[sobolDimensions][directionCount + 1];
+  std::uint32_t directionByBit[directionCount][48];
+};
+static_assert(sizeof(SobolStream) == 11648);
+static_assert(offsetof(SobolStream, pointIndex) == 16);
+
+struct Sobol {
+  using Stream = SobolStream;
+  static constexpr std::uint32_t dimensions = sobolDimensions;
+  static constexpr bool fuses = true;
+
+  static void directions(int coordinate, std::uint32_t (&number)[directionCount]) {
+    sobolDirections(coordinate, number);
+  }
+};
+
+using Generator = QuasiRandom<Sobol>;
+using Fills = WordFills<Generator>;
+
+}  // namespace
+
+extern const BrngOperations sobol;
+const BrngOperations sobol = {Generator::stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
