@@ -1,8 +1,11 @@
 #include "plain_streams.h"
 
+#include <bit>
 #include <cstring>
+#include <vector>
 
 #include "streams/mt2203.h"
+#include "streams/quasi_directions.h"
 #include "streams/twister_states.h"
 
 #include <raven/random_streams.h>
@@ -155,6 +158,37 @@ struct PlainSfmt19937 {
   }
 };
 
+struct PlainPoints {
+  static constexpr double step = 1.0 / 2147483648.0;
+  std::size_t dimension;
+  std::uint32_t index = 1;
+  std::size_t coordinate = 0;
+  std::vector<std::uint32_t> point;
+  std::vector<std::uint32_t> byBit;
+
+  template <class Directions>
+  PlainPoints(std::uint32_t seed, Directions directions) : dimension(seed), byBit(32 * std::size_t{seed}) {
+    for (std::size_t d = 0; d < dimension; ++d) {
+      std::uint32_t number[rvn::directionCount];
+      directions(static_cast<int>(d), number);
+      point.push_back(number[0]);
+      for (std::size_t bit = 0; bit < 32; ++bit)
+        byBit[bit * dimension + d] = number[bit];
+    }
+  }
+  double next() {
+    const std::uint32_t word = point[coordinate];
+    if (++coordinate == dimension) {
+      coordinate = 0;
+      const std::uint32_t* const row = &byBit[static_cast<std::size_t>(std::countr_one(index)) * dimension];
+      for (std::size_t d = 0; d < dimension; ++d)
+        point[d] ^= row[d];
+      ++index;
+    }
+    return static_cast<double>(static_cast<std::int32_t>(word >> 1));
+  }
+};
+
 template <class G>
 PlainFill fillBy(const G& generator) {
   return [g = generator](std::size_t n, double* values, double a, double b) mutable {
@@ -178,6 +212,10 @@ PlainFill plainStream(std::int32_t brngId, std::uint32_t seed) {
       return fillBy(PlainMcg59{seed});
     case RSG_BRNG_WICHMANN_HILL:
       return fillBy(PlainWichmannHill(seed));
+    case RSG_BRNG_SOBOL:
+      return fillBy(PlainPoints(seed, rvn::sobolDirections));
+    case RSG_BRNG_NIEDERREITER:
+      return fillBy(PlainPoints(seed, rvn::niederreiterDirections));
     case RSG_BRNG_MT19937:
       return fillBy(PlainTwister<624, 397, 0x7FFFFFFF, 11>(seed, 0x9908B0DF, 0x9D2C5680, 0xEFC60000));
     case RSG_BRNG_MT2203: {

@@ -113,9 +113,12 @@ void registerStreamRows() {
       {"MRG32k3a", RSG_BRNG_MRG32K3A, 7777777, nullptr, nullptr},
       {"MCG59", RSG_BRNG_MCG59, 7777777, nullptr, nullptr},
       {"Wichmann-Hill", RSG_BRNG_WICHMANN_HILL, 7777777, nullptr, nullptr},
+      {"Sobol, 5 dimensions", RSG_BRNG_SOBOL, 5, nullptr, gsl_qrng_sobol},
+      {"Niederreiter, 5 dimensions", RSG_BRNG_NIEDERREITER, 5, nullptr, gsl_qrng_niederreiter_2},
       {"MT19937", RSG_BRNG_MT19937, 7777777, gsl_rng_mt19937, nullptr},
       {"MT2203", RSG_BRNG_MT2203, 7777777, nullptr, nullptr},
       {"SFMT19937", RSG_BRNG_SFMT19937, 7777777, nullptr, nullptr},
+      {"RDRAND", RSG_BRNG_RDRAND, 0, nullptr, nullptr},
   };
   for (const StreamCase& which : cases) {
     for (const std::size_t n : {std::size_t{8}, std::size_t{1000}, std::size_t{1000000}}) {
