@@ -14,16 +14,22 @@ namespace rvn {
 template <class Kernel>
 using KernelSlot = std::atomic<Kernel>;
 
-// Returns the slot's kernel, picking it with `pick(levelTable)` at first use. A level outside 0 .. 9 leaves
-// the slot empty and the call goes to the lowest build.
+// The way that every call but the first goes past.
 template <class Kernel, class Pick>
-Kernel loadKernel(KernelSlot<Kernel>& slot, Pick pick) {
-  if (Kernel kernel = slot.load(std::memory_order_relaxed)) return kernel;
+[[gnu::cold, gnu::noinline]] Kernel pickKernel(KernelSlot<Kernel>& slot, Pick pick) {
   const std::int32_t level = cpuLevel();
   if (level < 0 || level > 9) return pick(*levelTables[0]);
   Kernel kernel = pick(*levelTables[level]);
   slot.store(kernel, std::memory_order_relaxed);
   return kernel;
+}
+
+// Returns the slot's kernel, picking it with `pick(levelTable)` at first use. A level outside 0 .. 9 leaves
+// the slot empty and the call goes to the lowest build.
+template <class Kernel, class Pick>
+Kernel loadKernel(KernelSlot<Kernel>& slot, Pick pick) {
+  if (Kernel kernel = slot.load(std::memory_order_relaxed)) return kernel;
+  return pickKernel(slot, pick);
 }
 
 }  // namespace rvn

@@ -82,10 +82,10 @@ struct Congruential {
     std::uint64_t x = stream.x;
     const std::uint64_t mult = stream.mult;
     for (std::int64_t i = 0; i < n; ++i) {
-      out.one(i, x);
-      x = Rule::canonical(Rule::multiply(x, mult));
+      out.one(i, Rule::canonical(x));
+      x = Rule::multiply(x, mult);
     }
-    stream.x = static_cast<Word>(x);
+    stream.x = static_cast<Word>(Rule::canonical(x));
   }
 
   template <class Out>
@@ -96,7 +96,7 @@ struct Congruential {
     std::int64_t i = 0;
     for (; i + stepsPerPass <= n; i += stepsPerPass)
 #pragma GCC unroll 4
-      for (int v = 0; v < vectorsPerPass; ++v) {
+      for (std::int64_t v = 0; v < vectorsPerPass; ++v) {
         out.lanes(i + v * laneCount, Rule::canonical(block.x[v]));
         block.x[v] = Rule::multiply(block.x[v], block.jump);
       }

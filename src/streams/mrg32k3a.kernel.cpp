@@ -105,7 +105,7 @@ void fillStretches(Mrg32k3aStream& stream, int logLength, Store store) {
   const std::int64_t length = std::int64_t{1} << logLength;
   for (std::int64_t i = 0; i < length; ++i)
 #pragma GCC unroll 2
-    for (int v = 0; v < vectorsPerPass; ++v) {
+    for (std::int64_t v = 0; v < vectorsPerPass; ++v) {
       const Lanes d = next<mrg32k3aX>(x[v]) - next<mrg32k3aY>(y[v]);
       store(i + v * laneCount * length, length, d > Lanes{} ? d : d + static_cast<double>(mrg32k3aX.m));
     }

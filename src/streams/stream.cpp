@@ -5,11 +5,6 @@
 
 namespace rvn {
 
-std::int32_t rsgStreamCheck(const RsgStream* stream) {
-  if (stream == nullptr) return RSG_ERROR_NULL_STREAM;
-  return stream->validMark == 1 ? RSG_STATUS_OK : RSG_ERROR_NOT_A_STREAM;
-}
-
 namespace {
 
 KernelSlot<decltype(StreamKernels::newStream)> newStreamSlot{nullptr};
@@ -21,7 +16,7 @@ KernelSlot<decltype(StreamKernels::deleteStream)> deleteStreamSlot{nullptr};
 extern "C" {
 
 std::int32_t rsgNewStream(RsgStream** stream, std::int32_t brngId, std::uint32_t seed) {
-  constexpr const char name[] = "rsgNewStream";
+  static constexpr char name[] = "rsgNewStream";
   if (stream == nullptr) return rvn::refuseParameter(name, 1, RSG_ERROR_NULL_STREAM);
   const auto newStream =
       rvn::loadKernel(rvn::newStreamSlot, [](const rvn::LevelTable& t) { return t.streams->newStream; });
@@ -31,7 +26,7 @@ std::int32_t rsgNewStream(RsgStream** stream, std::int32_t brngId, std::uint32_t
 }
 
 std::int32_t rsgDeleteStream(RsgStream** stream) {
-  constexpr const char name[] = "rsgDeleteStream";
+  static constexpr char name[] = "rsgDeleteStream";
   std::int32_t status = stream == nullptr ? RSG_ERROR_NULL_STREAM : rvn::rsgStreamCheck(*stream);
   if (status == RSG_STATUS_OK) {
     const auto deleteStream = rvn::loadKernel(

@@ -42,7 +42,10 @@ struct RsgStreamResource {
 };
 
 // 0 for a stream, otherwise RSG_ERROR_NULL_STREAM or RSG_ERROR_NOT_A_STREAM.
-std::int32_t rsgStreamCheck(const RsgStream* stream);
+[[maybe_unused]] static inline std::int32_t rsgStreamCheck(const RsgStream* stream) {
+  if (stream == nullptr) return RSG_ERROR_NULL_STREAM;
+  return stream->validMark == 1 ? RSG_STATUS_OK : RSG_ERROR_NOT_A_STREAM;
+}
 
 // Gives the stream a buffer, which deletion frees. With a key that another stream's buffer has, the node gets
 // that buffer in place of `data`; with a new key `data` can be shared from now on, unless the table is full.

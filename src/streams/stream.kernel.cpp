@@ -57,9 +57,10 @@ void clampAll(std::int64_t n, double* r, double a, double b) {
 }
 
 std::int32_t uniform(std::int32_t method, RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-  const BrngRecord& record = rsgBrngRow(rsgBrngLocate(stream->brngId));
-  const std::int32_t status = record.operations->fillDouble(stream, n, r, a, b);
-  if (status >= 0 && (method & RNG_UNIFORM_CLAMPED) != 0) clampAll(n, r, a, b);
+  const auto fill = rsgBrngRow(rsgBrngLocate(stream->brngId)).operations->fillDouble;
+  if ((method & RNG_UNIFORM_CLAMPED) == 0) return fill(stream, n, r, a, b);
+  const std::int32_t status = fill(stream, n, r, a, b);
+  if (status >= 0) clampAll(n, r, a, b);
   return status;
 }
 

@@ -12,7 +12,7 @@ extern "C" {
 
 std::int32_t vdRngUniform(std::int32_t method, RsgStream* stream, std::int32_t n, double* r, double a,
                           double b) {
-  constexpr const char name[] = "vdRngUniform";
+  static constexpr char name[] = "vdRngUniform";
   if (method < 0) return rvn::refuseParameter(name, 1, RSG_ERROR_ARGUMENT);
   if (const std::int32_t status = rvn::rsgStreamCheck(stream)) return rvn::refuseParameter(name, 2, status);
   if (n < 0) return rvn::refuseParameter(name, 3, RSG_ERROR_ARGUMENT);

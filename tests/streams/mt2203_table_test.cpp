@@ -34,7 +34,7 @@ class Mt2203Table : public testing::Test {
 Bits bitsOf(const mt2203::Polynomial& p) {
   Bits bits;
   for (std::size_t k = 0; k <= degree; ++k)
-    bits[k] = (p[k / 64] >> k % 64 & 1) != 0;
+    bits[k] = (p.word[k / 64] >> k % 64 & 1) != 0;
   return bits;
 }
 

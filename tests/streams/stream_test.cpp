@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "runtime/cpu_features.h"
 #include "runtime/cpu_level.h"
 #include "runtime/level_table.h"
 #include "streams/registry.h"
@@ -138,7 +139,7 @@ TEST(StreamCreation, HardwareGenerator) {
   std::vector<double> r(1000, -1.0);
   const std::int32_t status = vdRngUniform(RNG_UNIFORM_PLAIN, stream, 1000, r.data(), 0.0, 1.0);
   rsgDeleteStream(&stream);
-  if (!__builtin_cpu_supports("rdrnd")) {
+  if (!rvn::hasFeature(rvn::featureRdrand)) {
     EXPECT_EQ(status, RSG_ERROR_NO_HARDWARE);
     return;
   }

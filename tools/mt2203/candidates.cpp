@@ -15,7 +15,7 @@ std::uint64_t product(std::uint32_t a, std::uint32_t b) {
 }
 
 int degreeOf(std::uint32_t p) {
-  return std::bit_width(p) - 1;
+  return static_cast<int>(std::bit_width(p)) - 1;
 }
 
 // All irreducible polynomials of degrees 2 to sievedDegree, by the sieve of Eratosthenes. Neither x nor x + 1

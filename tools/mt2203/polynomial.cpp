@@ -92,7 +92,7 @@ class Modulus {
   };
 
   static __m128i load(const Polynomial& p, int pair) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p.data() + std::ptrdiff_t{2} * pair));
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p.word + std::ptrdiff_t{2} * pair));
   }
 
   static __m128i sumOfWords(__m128i pair) { return _mm_xor_si128(pair, _mm_srli_si128(pair, 8)); }
@@ -133,7 +133,7 @@ class Modulus {
     }
     Polynomial out;
     for (int i = 0; i < pairs; ++i)
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out.data() + std::ptrdiff_t{2} * i), product[pairs + i]);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out.word + std::ptrdiff_t{2} * i), product[pairs + i]);
     return out;
   }
 

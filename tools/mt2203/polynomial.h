@@ -2,7 +2,6 @@
 
 // Polynomials over GF(2) below x^2304 and arithmetic modulo the characteristic polynomial of a generator.
 
-#include <array>
 #include <cstdint>
 
 namespace mt2203 {
@@ -11,7 +10,13 @@ constexpr int degree = 2203;  // of every characteristic polynomial: 69 words le
 constexpr int words = 36;     // 2304 bits
 
 // Bit k of the whole is the coefficient of x^k.
-using Polynomial = std::array<std::uint64_t, words>;
+struct Polynomial {
+  std::uint64_t word[words];
+
+  std::uint64_t& operator[](int i) { return word[i]; }
+  std::uint64_t operator[](int i) const { return word[i]; }
+  bool operator==(const Polynomial&) const = default;
+};
 
 // Of the recurrence z[i + 69] = z[i + 34] ^ (upper 27 bits of z[i] | lower 5 bits of z[i + 1]) A, where A is
 // the companion matrix with last row `matrixA`:

@@ -1,5 +1,6 @@
 #include "mt2203/tempering.h"
 
+#include <algorithm>
 #include <bit>
 #include <utility>
 #include <vector>
@@ -30,8 +31,7 @@ class Vector {
     start_ = 0;
     steps_ = 0;
     next_ = bit;
-    for (int i = 0; i < stateWords; ++i)
-      words_[i] = 0;
+    std::fill_n(words_.begin(), stateWords, 0U);
   }
 
   void setSequence() {
@@ -80,8 +80,6 @@ class Vector {
 // (R. Couture, P. L'Ecuyer, S. Tezuka, Mathematics of Computation 60, 1993).
 class Lattice {
  public:
-  Lattice() : vectors_(wordBits + 1) {}
-
   int smallestNorm(std::uint32_t matrixA, Masks masks, int v) {
     const std::uint32_t topBits = ~0u << (wordBits - v);
     for (int i = 0; i < v; ++i)
@@ -102,7 +100,7 @@ class Lattice {
   }
 
  private:
-  std::vector<Vector> vectors_;
+  Vector vectors_[wordBits + 1];
 };
 
 // The values that bit v, and the bits of b that act on it through c, can take. What cannot change the top
