@@ -9,7 +9,7 @@
 #include <cstdint>
 
 #include "runtime/simd.h"
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "streams/stream.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
@@ -128,30 +128,21 @@ struct Congruential {
     return RSG_STATUS_OK;
   }
 
-  static void skip(Stream& stream, std::uint64_t outputs) {
-    stream.x =
-        static_cast<Word>(Rule::canonical(Rule::multiply(stream.x, Rule::power(stream.mult, outputs))));
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    stream.x = Rule::firstState(count, seeds);
+    stream.mult = Rule::multiplier;
   }
 
-  static std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count,
-                              const std::uint32_t* args) {
-    auto& stream = *reinterpret_cast<Stream*>(header);
-    switch (method) {
-      case stateSeed:
-        stream.x = Rule::firstState(count, args);
-        stream.mult = Rule::multiplier;
-        return RSG_STATUS_OK;
-      case stateLeapfrog:
-        skip(stream, args[0]);
-        stream.mult = static_cast<Word>(Rule::power(stream.mult, static_cast<std::uint64_t>(count)));
-        return RSG_STATUS_OK;
-      case stateSkipAhead:
-        if (count < 1) return RSG_ERROR_SKIP_AHEAD;
-        skip(stream, skippedOutputs(count, args));
-        return RSG_STATUS_OK;
-      default:
-        return RSG_ERROR_STATE_METHOD;
-    }
+  static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
+    stream.x =
+        static_cast<Word>(Rule::canonical(Rule::multiply(stream.x, Rule::power(stream.mult, outputs))));
+    return RSG_STATUS_OK;
+  }
+
+  static std::int32_t leapfrog(Stream& stream, std::int64_t count, std::uint32_t k) {
+    skip(stream, k);
+    stream.mult = static_cast<Word>(Rule::power(stream.mult, static_cast<std::uint64_t>(count)));
+    return RSG_STATUS_OK;
   }
 };
 

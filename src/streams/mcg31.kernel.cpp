@@ -68,7 +68,6 @@ using Generator = Congruential<Mcg31>;
 }  // namespace
 
 extern const BrngOperations mcg31;
-const BrngOperations mcg31 = {Generator::stateOp, Generator::fillFloat, Generator::fillDouble,
-                              Generator::fillInt};
+const BrngOperations mcg31 = operationsOf<Generator, Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -71,7 +71,6 @@ using Generator = Congruential<Mcg59>;
 }  // namespace
 
 extern const BrngOperations mcg59;
-const BrngOperations mcg59 = {Generator::stateOp, Generator::fillFloat, Generator::fillDouble,
-                              Generator::fillInt};
+const BrngOperations mcg59 = operationsOf<Generator, Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "runtime/simd.h"
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "streams/stream.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
@@ -165,7 +165,7 @@ std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
   return RSG_STATUS_OK;
 }
 
-void seed(std::uint32_t (&x)[3], std::uint32_t m, std::int64_t count, const std::uint32_t* seeds) {
+void seedComponent(std::uint32_t (&x)[3], std::uint32_t m, std::int64_t count, const std::uint32_t* seeds) {
   for (int i = 0; i < 3; ++i) {
     x[i] = i < count ? seeds[i] : 1;
     if (x[i] >= m) x[i] -= m;
@@ -173,30 +173,24 @@ void seed(std::uint32_t (&x)[3], std::uint32_t m, std::int64_t count, const std:
   if (x[0] == 0 && x[1] == 0 && x[2] == 0) x[0] = 1;
 }
 
-std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
-  auto& stream = *reinterpret_cast<Mrg32k3aStream*>(header);
-  switch (method) {
-    case stateSeed:
-      seed(stream.x, mrg32k3aX.m, count, args);
-      seed(stream.y, mrg32k3aY.m, count - 3, count > 3 ? args + 3 : args);
-      return RSG_STATUS_OK;
-    case stateLeapfrog:
-      return RSG_ERROR_LEAPFROG;
-    case stateSkipAhead: {
-      if (count < 1) return RSG_ERROR_SKIP_AHEAD;
-      const std::uint64_t outputs = skippedOutputs(count, args);
-      for (int k = 0; k < 64; ++k)
-        if ((outputs >> k & 1) != 0) jump(stream, k);
-      return RSG_STATUS_OK;
-    }
-    default:
-      return RSG_ERROR_STATE_METHOD;
+struct Mrg32k3a {
+  using Stream = Mrg32k3aStream;
+
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    seedComponent(stream.x, mrg32k3aX.m, count, seeds);
+    seedComponent(stream.y, mrg32k3aY.m, count - 3, count > 3 ? seeds + 3 : seeds);
   }
-}
+
+  static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
+    for (int k = 0; k < 64; ++k)
+      if ((outputs >> k & 1) != 0) jump(stream, k);
+    return RSG_STATUS_OK;
+  }
+};
 
 }  // namespace
 
 extern const BrngOperations mrg32k3a;
-const BrngOperations mrg32k3a = {stateOp, fillFloat, fillDouble, fillInt};
+const BrngOperations mrg32k3a = {stateOperation<Mrg32k3a>, fillFloat, fillDouble, fillInt};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

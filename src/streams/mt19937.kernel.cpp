@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "streams/twister.h"
 #include "streams/twister_states.h"
 
@@ -24,34 +24,22 @@ struct Mt19937 {
   explicit Mt19937(const Stream&) {}
 };
 
-using Generator = Twister<Mt19937>;
-using Fills = WordFills<Generator>;
-
-std::int32_t skip(Mt19937Stream& stream, std::uint64_t outputs) {
-  if (outputs >= shortestMt19937Jump) return jumpMt19937(stream.mt, outputs);
-  Generator::standAt(stream, stream.index + static_cast<std::int64_t>(outputs));
-  return RSG_STATUS_OK;
-}
-
-std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
-  auto& stream = *reinterpret_cast<Mt19937Stream*>(header);
-  switch (method) {
-    case stateSeed:
-      seedTwister(stream.mt, Mt19937::size, count, args);
-      stream.index = Mt19937::size;
-      return RSG_STATUS_OK;
-    case stateLeapfrog:
-      return RSG_ERROR_LEAPFROG;
-    case stateSkipAhead:
-      return count < 1 ? RSG_ERROR_SKIP_AHEAD : skip(stream, skippedOutputs(count, args));
-    default:
-      return RSG_ERROR_STATE_METHOD;
+struct Generator : Twister<Mt19937> {
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    seedTwister(stream.mt, size, count, seeds);
+    stream.index = size;
   }
-}
+
+  static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
+    if (outputs >= shortestMt19937Jump) return jumpMt19937(stream.mt, outputs);
+    standAt(stream, stream.index + static_cast<std::int64_t>(outputs));
+    return RSG_STATUS_OK;
+  }
+};
 
 }  // namespace
 
 extern const BrngOperations mt19937;
-const BrngOperations mt19937 = {stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+const BrngOperations mt19937 = operationsOf<Generator, WordFills<Generator>>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

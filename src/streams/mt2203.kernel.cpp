@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "streams/locate.h"
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "streams/twister.h"
 #include "streams/twister_states.h"
 
@@ -29,32 +29,20 @@ struct Mt2203 {
       : matrixA(stream.matrixA), temperB(stream.temperB), temperC(stream.temperC) {}
 };
 
-using Fills = WordFills<Twister<Mt2203>>;
-
-std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
-  auto& stream = *reinterpret_cast<Mt2203Stream*>(header);
-  switch (method) {
-    case stateSeed: {
-      seedTwister(stream.mt, Mt2203::size, count, args);
-      stream.index = Mt2203::size;
-      const std::uint32_t* const parameters = Mt2203Parameters[rsgBrngLocate(header->brngId).member];
-      stream.matrixA = parameters[0];
-      stream.temperB = parameters[1];
-      stream.temperC = parameters[2];
-      return RSG_STATUS_OK;
-    }
-    case stateLeapfrog:
-      return RSG_ERROR_LEAPFROG;
-    case stateSkipAhead:
-      return RSG_ERROR_SKIP_AHEAD;
-    default:
-      return RSG_ERROR_STATE_METHOD;
+struct Generator : Twister<Mt2203> {
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    seedTwister(stream.mt, size, count, seeds);
+    stream.index = size;
+    const std::uint32_t* const parameters = Mt2203Parameters[rsgBrngLocate(stream.header.brngId).member];
+    stream.matrixA = parameters[0];
+    stream.temperB = parameters[1];
+    stream.temperC = parameters[2];
   }
-}
+};
 
 }  // namespace
 
 extern const BrngOperations mt2203;
-const BrngOperations mt2203 = {stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+const BrngOperations mt2203 = operationsOf<Generator, WordFills<Generator>>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

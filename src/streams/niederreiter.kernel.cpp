@@ -33,11 +33,10 @@ struct Niederreiter {
 };
 
 using Generator = QuasiRandom<Niederreiter>;
-using Fills = WordFills<Generator>;
 
 }  // namespace
 
 extern const BrngOperations niederreiter;
-const BrngOperations niederreiter = {Generator::stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+const BrngOperations niederreiter = operationsOf<Generator, WordFills<Generator>>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -15,8 +15,8 @@
 #include <cstdint>
 
 #include "runtime/simd.h"
+#include "streams/operations.h"
 #include "streams/quasi_directions.h"
-#include "streams/registry.h"
 #include "streams/stream.h"
 #include "streams/word_fill.h"
 
@@ -296,7 +296,7 @@ struct QuasiRandom {
 
   // The first seed word is the dimension. Further ones, with which a caller could bring tables of direction
   // numbers, are not looked at: every stream has the library's.
-  static std::int32_t seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     const bool known = count >= 1 && seeds[0] >= 1 && seeds[0] <= Rule::dimensions;
     __builtin_memset(&stream.pointIndex, 0, sizeof stream - offsetof(Stream, pointIndex));
     stream.pointIndex = 1;
@@ -311,12 +311,13 @@ struct QuasiRandom {
       if constexpr (requires { stream.direction; })
         __builtin_memcpy(stream.direction[d], number, sizeof number);
     }
-    return RSG_STATUS_OK;
   }
 
-  // The next value is that of the first point whose coordinate k is not delivered yet.
-  static std::int32_t select(Stream& stream, std::uint32_t k) {
-    if (k >= static_cast<std::uint32_t>(stream.dimension)) return RSG_ERROR_LEAPFROG;
+  // A number of streams that nobody interleaves means the selection of a coordinate. The next value is that of
+  // the first point whose coordinate k is not delivered yet.
+  static std::int32_t leapfrog(Stream& stream, std::int64_t count, std::uint32_t k) {
+    constexpr std::int64_t selection = 0x7FFFFFFF;
+    if (count != selection || k >= static_cast<std::uint32_t>(stream.dimension)) return RSG_ERROR_LEAPFROG;
     const auto coordinate = static_cast<std::int32_t>(k);
     if (coordinate < stream.nextCoordinate) step(stream);
     stream.onlyCoordinate = coordinate;
@@ -333,24 +334,6 @@ struct QuasiRandom {
     moveTo(stream, stream.pointIndex + static_cast<std::uint32_t>(points));
     stream.nextCoordinate = static_cast<std::int32_t>((outputs + delivered) % width);
     return RSG_STATUS_OK;
-  }
-
-  // A number of streams that nobody interleaves means the selection of a coordinate.
-  static constexpr std::int64_t selection = 0x7FFFFFFF;
-
-  static std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count,
-                              const std::uint32_t* args) {
-    auto& stream = *reinterpret_cast<Stream*>(header);
-    switch (method) {
-      case stateSeed:
-        return seed(stream, count, args);
-      case stateLeapfrog:
-        return count == selection ? select(stream, args[0]) : RSG_ERROR_LEAPFROG;
-      case stateSkipAhead:
-        return count < 1 ? RSG_ERROR_SKIP_AHEAD : skip(stream, skippedOutputs(count, args));
-      default:
-        return RSG_ERROR_STATE_METHOD;
-    }
   }
 };
 

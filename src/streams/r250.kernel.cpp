@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "runtime/simd.h"
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "streams/stream.h"
 #include "streams/word_fill.h"
 
@@ -25,6 +25,7 @@ static_assert(sizeof(R250Stream) == 1024);
 static_assert(offsetof(R250Stream, ring) == 16);
 
 struct R250 {
+  using Stream = R250Stream;
   static constexpr auto mapping = WordMapping::unsignedWord;
   static constexpr bool fuses = false;
 
@@ -32,7 +33,7 @@ struct R250 {
   // the tap stands 103 places ahead of the head or 147 behind it.
   template <class Out>
   static void fill(RsgStream* header, std::int64_t n, const Out& out) {
-    auto& stream = *reinterpret_cast<R250Stream*>(header);
+    auto& stream = *reinterpret_cast<Stream*>(header);
     for (std::int64_t done = 0; done < n;) {
       std::uint32_t* const head = stream.ring + stream.head;
       const std::uint32_t* const tap = stream.ring + stream.tap;
@@ -53,44 +54,28 @@ struct R250 {
       stream.tap = (stream.tap + static_cast<std::uint32_t>(run)) % ringSize;
     }
   }
+
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    stream.head = 0;
+    stream.tap = firstTap;
+    if (count >= ringSize) {
+      __builtin_memcpy(stream.ring, seeds, sizeof stream.ring);
+      return;
+    }
+    std::uint32_t s = count < 1 || seeds[0] == 0 ? 1 : seeds[0];
+    for (std::uint32_t& word : stream.ring)
+      word = s *= 69069;
+    // 32 words whose leading bits form a triangle, so that the words span all bits.
+    for (std::uint32_t j = 0; j < 32; ++j) {
+      std::uint32_t& word = stream.ring[3 + 7 * j];
+      word = (word & 0xFFFFFFFF >> j) | 0x80000000 >> j;
+    }
+  }
 };
-
-void seed(R250Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
-  stream.head = 0;
-  stream.tap = firstTap;
-  if (count >= ringSize) {
-    __builtin_memcpy(stream.ring, seeds, sizeof stream.ring);
-    return;
-  }
-  std::uint32_t s = count < 1 || seeds[0] == 0 ? 1 : seeds[0];
-  for (std::uint32_t& word : stream.ring)
-    word = s *= 69069;
-  // 32 words whose leading bits form a triangle, so that the words span all bits.
-  for (std::uint32_t j = 0; j < 32; ++j) {
-    std::uint32_t& word = stream.ring[3 + 7 * j];
-    word = (word & 0xFFFFFFFF >> j) | 0x80000000 >> j;
-  }
-}
-
-std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
-  switch (method) {
-    case stateSeed:
-      seed(*reinterpret_cast<R250Stream*>(header), count, args);
-      return RSG_STATUS_OK;
-    case stateLeapfrog:
-      return RSG_ERROR_LEAPFROG;
-    case stateSkipAhead:
-      return RSG_ERROR_SKIP_AHEAD;
-    default:
-      return RSG_ERROR_STATE_METHOD;
-  }
-}
-
-using Fills = WordFills<R250>;
 
 }  // namespace
 
 extern const BrngOperations r250;
-const BrngOperations r250 = {stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+const BrngOperations r250 = operationsOf<R250, WordFills<R250>>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

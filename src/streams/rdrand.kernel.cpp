@@ -7,7 +7,7 @@
 
 #include "runtime/cpu_features.h"
 #include "runtime/simd.h"
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "streams/stream.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
@@ -78,25 +78,18 @@ std::int32_t fillDouble(RsgStream* header, std::int64_t n, double* r, double a, 
   return RSG_STATUS_OK;
 }
 
-std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
-  auto& stream = *reinterpret_cast<RdRandStream*>(header);
-  switch (method) {
-    case stateSeed:
-      stream.zero = 0;
-      stream.retryLimit = count >= 2 && args[1] != 0 ? args[1] : 10;
-      return RSG_STATUS_OK;
-    case stateLeapfrog:
-      return RSG_ERROR_LEAPFROG;
-    case stateSkipAhead:
-      return RSG_ERROR_SKIP_AHEAD;
-    default:
-      return RSG_ERROR_STATE_METHOD;
+struct RdRand {
+  using Stream = RdRandStream;
+
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    stream.zero = 0;
+    stream.retryLimit = count >= 2 && seeds[1] != 0 ? seeds[1] : 10;
   }
-}
+};
 
 }  // namespace
 
 extern const BrngOperations rdrand;
-const BrngOperations rdrand = {stateOp, fillFloat, fillDouble, fillInt};
+const BrngOperations rdrand = {stateOperation<RdRand>, fillFloat, fillDouble, fillInt};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "runtime/simd.h"
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "streams/twister_states.h"
 #include "streams/word_fill.h"
 
@@ -51,13 +51,23 @@ void carryRest(Sfmt19937Stream& stream, std::int64_t used) {
     stream.carry[i - used] = stream.sfmt[stream.index - blockWords + i];
 }
 
+// The stream goes on with word `position` from the array's start on, counted over renewals.
+void standAt(Sfmt19937Stream& stream, std::int64_t position) {
+  for (; position > size; position -= size)
+    renew(stream.sfmt);
+  const std::int64_t used = position % blockWords;
+  stream.index = static_cast<std::int32_t>(position - used + (used == 0 ? 0 : blockWords));
+  carryRest(stream, used == 0 ? blockWords : used);
+}
+
 struct Sfmt19937 {
+  using Stream = Sfmt19937Stream;
   static constexpr auto mapping = WordMapping::signedWord;
   static constexpr bool fuses = true;
 
   template <class Out>
   static void fill(RsgStream* header, std::int64_t n, const Out& out) {
-    auto& stream = *reinterpret_cast<Sfmt19937Stream*>(header);
+    auto& stream = *reinterpret_cast<Stream*>(header);
     std::int64_t done = 0;
     for (; done < n && stream.carryPos < stream.carryEnd; ++done, ++stream.carryPos)
       out.put(done, stream.carry[stream.carryPos]);
@@ -83,52 +93,29 @@ struct Sfmt19937 {
     stream.index += static_cast<std::int32_t>(blockWords);
     carryRest(stream, used);
   }
+
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    seedSfmt19937(stream.sfmt, count, seeds);
+    stream.index = size;
+    carryRest(stream, blockWords);
+  }
+
+  static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
+    if (outputs == 0) return RSG_STATUS_OK;
+    const std::int64_t position = stream.index - (stream.carryEnd - stream.carryPos);
+    std::uint64_t rest = outputs;
+    if (outputs / blockWords >= shortestSfmt19937Jump) {
+      if (const std::int32_t status = jumpSfmt19937(stream.sfmt, outputs / blockWords)) return status;
+      rest = outputs % blockWords;
+    }
+    standAt(stream, position + static_cast<std::int64_t>(rest));
+    return RSG_STATUS_OK;
+  }
 };
-
-// The stream goes on with word `position` from the array's start on, counted over renewals.
-void standAt(Sfmt19937Stream& stream, std::int64_t position) {
-  for (; position > size; position -= size)
-    renew(stream.sfmt);
-  const std::int64_t used = position % blockWords;
-  stream.index = static_cast<std::int32_t>(position - used + (used == 0 ? 0 : blockWords));
-  carryRest(stream, used == 0 ? blockWords : used);
-}
-
-std::int32_t skip(Sfmt19937Stream& stream, std::uint64_t outputs) {
-  if (outputs == 0) return RSG_STATUS_OK;
-  const std::int64_t position = stream.index - (stream.carryEnd - stream.carryPos);
-  std::uint64_t rest = outputs;
-  if (outputs / blockWords >= shortestSfmt19937Jump) {
-    if (const std::int32_t status = jumpSfmt19937(stream.sfmt, outputs / blockWords)) return status;
-    rest = outputs % blockWords;
-  }
-  standAt(stream, position + static_cast<std::int64_t>(rest));
-  return RSG_STATUS_OK;
-}
-
-std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
-  auto& stream = *reinterpret_cast<Sfmt19937Stream*>(header);
-  switch (method) {
-    case stateSeed:
-      seedSfmt19937(stream.sfmt, count, args);
-      stream.index = size;
-      __builtin_memset(stream.carry, 0, sizeof stream.carry);
-      stream.carryPos = stream.carryEnd = 0;
-      return RSG_STATUS_OK;
-    case stateLeapfrog:
-      return RSG_ERROR_LEAPFROG;
-    case stateSkipAhead:
-      return count < 1 ? RSG_ERROR_SKIP_AHEAD : skip(stream, skippedOutputs(count, args));
-    default:
-      return RSG_ERROR_STATE_METHOD;
-  }
-}
-
-using Fills = WordFills<Sfmt19937>;
 
 }  // namespace
 
 extern const BrngOperations sfmt19937;
-const BrngOperations sfmt19937 = {stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+const BrngOperations sfmt19937 = operationsOf<Sfmt19937, WordFills<Sfmt19937>>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -33,11 +33,10 @@ struct Sobol {
 };
 
 using Generator = QuasiRandom<Sobol>;
-using Fills = WordFills<Generator>;
 
 }  // namespace
 
 extern const BrngOperations sobol;
-const BrngOperations sobol = {Generator::stateOp, Fills::fillFloat, Fills::fillDouble, Fills::fillInt};
+const BrngOperations sobol = operationsOf<Generator, WordFills<Generator>>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

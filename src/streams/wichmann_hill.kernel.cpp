@@ -14,6 +14,7 @@
 
 #include "runtime/simd.h"
 #include "streams/locate.h"
+#include "streams/operations.h"
 #include "streams/pow_mod.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
@@ -192,47 +193,38 @@ std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
   return RSG_STATUS_OK;
 }
 
-void seed(WichmannHillStream& stream, std::int64_t count, const std::uint32_t* seeds) {
-  const BrngPlace place = rsgBrngLocate(stream.header.brngId);
-  for (int j = 0; j < components; ++j) {
-    const std::uint32_t reduced = j < count ? seeds[j] % WichmannHillModuli[place.member][j] : 0;
-    stream.x[j] = reduced == 0 ? 1 : reduced;
-    stream.mult[j] = WichmannHillMultipliers[place.member][j];
-  }
-}
+struct WichmannHill {
+  using Stream = WichmannHillStream;
 
-// Steps x by `outputs` steps of the stream.
-void skip(WichmannHillStream& stream, std::uint64_t outputs) {
-  const std::uint32_t* const m = moduli(stream);
-  for (int j = 0; j < components; ++j) {
-    const std::uint64_t jump = rsgPowMod(stream.mult[j], outputs, m[j]);
-    stream.x[j] = static_cast<std::uint32_t>(stream.x[j] * jump % m[j]);
+  static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+    const BrngPlace place = rsgBrngLocate(stream.header.brngId);
+    for (int j = 0; j < components; ++j) {
+      const std::uint32_t reduced = j < count ? seeds[j] % WichmannHillModuli[place.member][j] : 0;
+      stream.x[j] = reduced == 0 ? 1 : reduced;
+      stream.mult[j] = WichmannHillMultipliers[place.member][j];
+    }
   }
-}
 
-std::int32_t stateOp(std::int32_t method, RsgStream* header, std::int64_t count, const std::uint32_t* args) {
-  auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
-  switch (method) {
-    case stateSeed:
-      seed(stream, count, args);
-      return RSG_STATUS_OK;
-    case stateLeapfrog:
-      skip(stream, args[0]);
-      for (int j = 0; j < components; ++j)
-        stream.mult[j] = rsgPowMod(stream.mult[j], static_cast<std::uint64_t>(count), moduli(stream)[j]);
-      return RSG_STATUS_OK;
-    case stateSkipAhead:
-      if (count < 1) return RSG_ERROR_SKIP_AHEAD;
-      skip(stream, skippedOutputs(count, args));
-      return RSG_STATUS_OK;
-    default:
-      return RSG_ERROR_STATE_METHOD;
+  static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
+    const std::uint32_t* const m = moduli(stream);
+    for (int j = 0; j < components; ++j) {
+      const std::uint64_t jump = rsgPowMod(stream.mult[j], outputs, m[j]);
+      stream.x[j] = static_cast<std::uint32_t>(stream.x[j] * jump % m[j]);
+    }
+    return RSG_STATUS_OK;
   }
-}
+
+  static std::int32_t leapfrog(Stream& stream, std::int64_t count, std::uint32_t k) {
+    skip(stream, k);
+    for (int j = 0; j < components; ++j)
+      stream.mult[j] = rsgPowMod(stream.mult[j], static_cast<std::uint64_t>(count), moduli(stream)[j]);
+    return RSG_STATUS_OK;
+  }
+};
 
 }  // namespace
 
 extern const BrngOperations wichmannHill;
-const BrngOperations wichmannHill = {stateOp, fillFloat, fillDouble, fillInt};
+const BrngOperations wichmannHill = {stateOperation<WichmannHill>, fillFloat, fillDouble, fillInt};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE
