@@ -10,6 +10,7 @@
 #include "runtime/cpu_level.h"
 #include "streams/generators.h"
 #include "support/compare.h"
+#include "support/failing_heap.h"
 
 namespace {
 
@@ -126,6 +127,20 @@ TEST_P(EveryGenerator, LongSkipsAddUp) {
   parts.skip(far / 3 + 1);
   parts.skip(far - far / 3 * 2 - 8);
   EXPECT_TRUE(support::same(parts.raw(2000), whole.raw(2000)));
+}
+
+TEST(LongSkips, WithoutMemoryTheStreamStaysWhereItIs) {
+  for (const char* const name : {"MT19937", "SFMT19937"}) {
+    GeneratorStream stream(support::generator(name), {3});
+    stream.raw(5);
+    GeneratorStream same(stream);
+    {
+      const support::FailingHeap heap(1);
+      EXPECT_EQ(stream.stateOp(rvn::stateSkipAhead, 1, {1000000}), RSG_ERROR_MEMORY) << name;
+      EXPECT_EQ(heap.live(), 0);
+    }
+    EXPECT_TRUE(support::same(stream.raw(2000), same.raw(2000))) << name;
+  }
 }
 
 TEST_P(EveryGenerator, LeapfrogStreamsInterleave) {
