@@ -29,20 +29,21 @@ struct LevelFacts {
   bool testsLinearPeriod;           // broken lines with periodic ends are refused if the ends differ
   bool fusesSolver;                 // the tridiagonal solver fuses multiply and subtract
   bool fusesUniform;                // some generators fuse the mapping to an interval
+  bool wideIntegers;                // the widest register takes integers too
 };
 
 // Rows 0 and 1 are one build. Only the instruction set differs inside 0 .. 2, 3 .. 7 and 8 .. 9.
 constexpr LevelFacts levelFactsTable[10] = {
-    {16, 256, 0, 4096, 256, 100, false, false, false, false, false, false, false},
-    {16, 256, 0, 4096, 256, 100, false, false, false, false, false, false, false},
-    {16, 256, 0, 4096, 256, 100, false, false, false, false, false, false, false},
-    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false},
-    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false},
-    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false},
-    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false},
-    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false},
-    {32, 64, 32, 512, 320, 40, true, true, true, true, true, false, false},
-    {32, 64, 32, 512, 320, 40, true, true, true, true, true, true, true},
+    {16, 256, 0, 4096, 256, 100, false, false, false, false, false, false, false, true},
+    {16, 256, 0, 4096, 256, 100, false, false, false, false, false, false, false, true},
+    {16, 256, 0, 4096, 256, 100, false, false, false, false, false, false, false, true},
+    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false, true},
+    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false, true},
+    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false, true},
+    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false, true},
+    {16, 64, 32, 512, 320, 20, true, true, true, true, true, false, false, true},
+    {32, 64, 32, 512, 320, 40, true, true, true, true, true, false, false, false},
+    {32, 64, 32, 512, 320, 40, true, true, true, true, true, true, true, true},
 };
 
 constexpr LevelFacts level = levelFactsTable[RVN_LEVEL];

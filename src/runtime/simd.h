@@ -261,6 +261,15 @@ typedef std::uint32_t FourWords __attribute__((vector_size(16)));
 // Numbers of generators that need more than 32 bits on the way.
 typedef std::uint64_t WideWords __attribute__((vector_size(level.vectorBytes)));
 
+template <class Number>
+[[maybe_unused]] inline WideWords wideWords(const Number* x) {
+  if constexpr (laneCount == 2) {
+    return WideWords{x[0], x[1]};
+  } else {
+    return WideWords{x[0], x[1], x[2], x[3]};
+  }
+}
+
 // Products of the low halves.
 [[maybe_unused]] inline WideWords multiplyHalves(WideWords a, WideWords b) {
 #if RVN_LEVEL == 9

@@ -21,7 +21,7 @@ namespace {
 //   Interval(a, b)         maps lanes of outputs, or one, to the interval from a to b;
 //   power(c, n)            c^n;
 //   firstState(count, seeds);
-//   shortestBlock          outputs from which on lanes pay for their start.
+//   shortestBlock          outputs from which on a start of many lanes pays; 0: never.
 template <class Rule>
 struct Congruential {
   using Stream = typename Rule::Stream;
@@ -77,21 +77,30 @@ struct Congruential {
     }
   };
 
+  // Four steps side by side in plain registers.
   template <class Out>
-  static void fillOneByOne(Stream& stream, std::int64_t n, const Out& out) {
-    std::uint64_t x = stream.x;
-    const std::uint64_t mult = stream.mult;
-    for (std::int64_t i = 0; i < n; ++i) {
-      out.one(i, Rule::canonical(x));
-      x = Rule::multiply(x, mult);
+  static void fillByChains(Stream& stream, std::int64_t n, const Out& out) {
+    constexpr int chains = 4;
+    std::uint64_t x[chains] = {stream.x};
+    for (int k = 1; k < chains; ++k)
+      x[k] = Rule::multiply(x[k - 1], stream.mult);
+    std::uint64_t jump = Rule::multiply(stream.mult, stream.mult);
+    jump = Rule::multiply(jump, jump);
+    std::int64_t i = 0;
+    for (; i + chains <= n; i += chains) {
+      for (std::int64_t k = 0; k < chains; k += laneCount)
+        out.lanes(i + k, Rule::canonical(wideWords(x + k)));
+      for (std::uint64_t& one : x)
+        one = Rule::multiply(one, jump);
     }
-    stream.x = static_cast<Word>(Rule::canonical(x));
+    int k = 0;
+    for (; i < n; ++i, ++k)
+      out.one(i, Rule::canonical(x[k]));
+    stream.x = static_cast<Word>(Rule::canonical(x[k]));
   }
 
   template <class Out>
-  static void fill(RsgStream* header, std::int64_t n, const Out& out) {
-    auto& stream = *reinterpret_cast<Stream*>(header);
-    if (n < Rule::shortestBlock) return fillOneByOne(stream, n, out);
+  static void fillByLanes(Stream& stream, std::int64_t n, const Out& out) {
     Block block = start(stream);
     std::int64_t i = 0;
     for (; i + stepsPerPass <= n; i += stepsPerPass)
@@ -107,6 +116,16 @@ struct Congruential {
     for (int k = 0; i + k < n; ++k)
       out.one(i + k, last[k]);
     stream.x = static_cast<Word>(last[n - i]);
+  }
+
+  template <class Out>
+  static void fill(RsgStream* header, std::int64_t n, const Out& out) {
+    auto& stream = *reinterpret_cast<Stream*>(header);
+    if (Rule::shortestBlock == 0 || n < Rule::shortestBlock) {
+      fillByChains(stream, n, out);
+    } else {
+      fillByLanes(stream, n, out);
+    }
   }
 
   template <class Real>

@@ -20,7 +20,8 @@ static_assert(offsetof(Mcg59Stream, x) == 16);
 struct Mcg59 {
   using Stream = Mcg59Stream;
   static constexpr std::uint64_t multiplier = 0x113769B23C5FD;
-  static constexpr std::int64_t shortestBlock = 24;
+  // A product in lanes takes three multiplications of halves.
+  static constexpr std::int64_t shortestBlock = level.wideIntegers ? 32 : 0;
   static constexpr std::uint64_t mask = (std::uint64_t{1} << 59) - 1;
 
   static std::uint64_t multiply(std::uint64_t x, std::uint64_t c) { return x * c; }

@@ -144,12 +144,14 @@ struct QuasiRandom {
     stream.pointIndex = index;
   }
 
-  // Delivers `count` whole points of `width` coordinates and steps behind each. The last vector of a point may
-  // reach over its end, into the place of the next one.
+  // Delivers whole points of `width` coordinates and steps behind each, from value `at` on, up to value `to` of the
+  // array or to the point `last`, which is not delivered. The last vector of a point may reach over its end, into
+  // the place of the next one. Returns the index of the point that comes next.
   template <class Sink, class Row>
-  static void fillWhole(std::uint32_t* point, std::int64_t width, std::uint32_t index, std::int64_t count,
-                        std::int64_t at, Sink sink, Row row) {
-    for (; count > 0; --count, ++index, at += width) {
+  static std::uint32_t fillWhole(std::uint32_t* point, std::int64_t width, std::uint32_t index,
+                                 std::uint32_t last, std::int64_t at, std::int64_t to, Sink sink, Row row) {
+    const std::int64_t padded = (width + wordCount - 1) / wordCount * wordCount;
+    for (; at + padded <= to && index != last; ++index, at += width) {
       const std::uint32_t* const change = row(lowestZeroBit(index));
       for (std::int64_t d = 0; d < width; d += wordCount) {
         const auto words = load<Words>(point + d);
@@ -157,6 +159,7 @@ struct QuasiRandom {
         store(point + d, words ^ load<Words>(change + d));
       }
     }
+    return index;
   }
 
   // Values from .. to - 1 of the array, as many as can be in whole points.
@@ -166,12 +169,10 @@ struct QuasiRandom {
     const std::int64_t start =
         min(to, stream.nextCoordinate == 0 ? from : from + width - stream.nextCoordinate);
     fillOneByOne(stream, from, start, sink);
-    const std::int64_t room = to - start - (paddedDimension(stream.dimension) - width);
-    const std::int64_t points = room < width ? 0 : min(room / width, UINT32_MAX - stream.pointIndex);
-    fillWhole(stream.point, width, stream.pointIndex, points, start, sink,
-              [&](int bit) { return stream.directionByBit[bit]; });
-    stream.pointIndex += static_cast<std::uint32_t>(points);
-    fillOneByOne(stream, start + points * width, to, sink);
+    const std::uint32_t first = stream.pointIndex;
+    stream.pointIndex = fillWhole(stream.point, width, first, UINT32_MAX, start, to, sink,
+                                  [&](int bit) { return stream.directionByBit[bit]; });
+    fillOneByOne(stream, start + std::int64_t{stream.pointIndex - first} * width, to, sink);
   }
 
   // What a fill delivers of each point.
@@ -275,12 +276,12 @@ struct QuasiRandom {
       if (j == placeInGroup) break;
       head ^= Head(stream.directionByBit[lowestZeroBit(j)], c);
     }
-    const std::int64_t groups = min((n - start) / groupValues, (UINT32_MAX - stream.pointIndex) >> g);
+    const std::uint32_t first = stream.pointIndex >> g;
     WideRows rows(stream, c, g);
-    fillWhole(point, groupValues, stream.pointIndex >> g, groups, start, sink,
-              [&](int bit) { return rows(bit); });
-    moveTo(stream, stream.pointIndex + static_cast<std::uint32_t>(groups << g));
-    return start + groups * groupValues;
+    const std::uint32_t next = fillWhole(point, groupValues, first, UINT32_MAX >> g, start, n, sink,
+                                         [&](int bit) { return rows(bit); });
+    moveTo(stream, next << g);
+    return start + std::int64_t{next - first} * groupValues;
   }
 
   static constexpr auto mapping = WordMapping::upperBits;
