@@ -79,8 +79,8 @@ struct PlainMcg59 {
 struct PlainWichmannHill {
   static constexpr double step = 1.0;
   std::uint32_t x[4];
-  double
-      r[4];  // 1/m, rounded toward zero: to nearest, a sum could be an integer for one and not for the other
+  // 1/m rounded toward zero: to nearest, a sum could be an integer here and not there.
+  double r[4];
 
   static constexpr std::uint32_t mult[4] = {125, 117, 127, 126};
   static constexpr std::uint32_t m[4] = {16770647, 16770643, 16770623, 16770617};

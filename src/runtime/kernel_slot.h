@@ -14,7 +14,7 @@ namespace rvn {
 template <class Kernel>
 using KernelSlot = std::atomic<Kernel>;
 
-// The way that every call but the first goes past.
+// Taken by the first call only.
 template <class Kernel, class Pick>
 [[gnu::cold, gnu::noinline]] Kernel pickKernel(KernelSlot<Kernel>& slot, Pick pick) {
   const std::int32_t level = cpuLevel();
