@@ -21,6 +21,7 @@ struct HeapHeader {
   void* raw;          // as the heap gave it
   std::size_t total;  // bytes asked of the heap
 };
+static_assert(sizeof(HeapHeader) == 2 * sizeof(void*));
 
 std::size_t effectiveAlignment(std::int32_t alignment) {
   constexpr std::size_t least = 64;

@@ -11,8 +11,9 @@ namespace rvn {
 struct RsgStreamResource;
 }
 
-// Header of a stream; the generator's state follows at byte 16 of the same block.
-struct RsgStream {
+// Header of a stream; the generator's state follows at byte 16 of the same block. The size and the states' own are
+// the same on all platforms.
+struct alignas(8) RsgStream {
   std::int32_t brngId;      // as the caller gave it
   std::uint8_t validMark;   // 1 in every stream
   std::uint8_t padding[3];  // never read

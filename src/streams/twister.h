@@ -39,8 +39,9 @@ struct Twister {
   // Words from .. to - 1, of which none is the last of the array; `far` words further on or, when negative,
   // back stand the others that they are made of.
   static void renew(const Rule& rule, std::uint32_t* mt, int from, int to, int far) {
+    const int whole = to - (to - from) % wordCount;
     int i = from;
-    for (; i + wordCount <= to; i += wordCount)
+    for (; i < whole; i += wordCount)
       store(mt + i, renewed(rule, load<Words>(mt + i), load<Words>(mt + i + 1), load<Words>(mt + i + far)));
     for (; i < to; ++i)
       mt[i] = renewed(rule, mt[i], mt[i + 1], mt[i + far]);

@@ -93,7 +93,7 @@ void findResidue(Workspace& w, std::uint64_t n) {
   while (n >> bit >= degree)
     ++bit;
   w.residue = {};
-  w.residue[(n >> bit) / 64] = std::uint64_t{1} << (n >> bit) % 64;
+  w.residue[static_cast<std::size_t>(n >> bit) / 64] = std::uint64_t{1} << (n >> bit) % 64;
   while (bit-- > 0) {
     // The square, times x where n has the bit.
     const auto* const factor = reinterpret_cast<const unsigned char*>(w.residue.data());

@@ -1,8 +1,10 @@
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <numbers>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "demo/example_data.h"
@@ -22,7 +24,7 @@ TEST(Demo, StatusTextsAndExitCode) {
   };
   // Texts go to standard output, which a death test does not see: the child sends it to standard error.
   const auto print = [](std::int32_t status) {
-    stdout = stderr;
+    dup2(2, 1);
     rvn::printStatus(status);
   };
   for (const Case& c :
@@ -79,7 +81,7 @@ TEST(Demo, SineIsSampledFromEndToEnd) {
   std::vector<double> y(9);
   EXPECT_EQ(rvn::makeSineData(y.data(), 1.7, 0.0, 2.0, 9), 0);
   for (int i = 0; i < 9; ++i)
-    EXPECT_NEAR(y[static_cast<std::size_t>(i)], std::sin(3.4 * M_PI * 0.25 * i), 1e-14);
+    EXPECT_NEAR(y[static_cast<std::size_t>(i)], std::sin(3.4 * std::numbers::pi * 0.25 * i), 1e-14);
   EXPECT_EQ(rvn::makeSineData(nullptr, 1.7, 0.0, 2.0, 0), 0);
 }
 
@@ -88,7 +90,8 @@ TEST(Demo, ShortRunPrintsItsData) {
   expected << "\n i  x(i)        y(i)\n";
   for (int i = 0; i < 6; ++i) {
     char line[64];
-    std::snprintf(line, sizeof line, " %d %+.6f   %+.6f\n", i, 0.4 * i, std::sin(3.4 * M_PI * 0.4 * i));
+    std::snprintf(line, sizeof line, " %d %+.6f   %+.6f\n", i, 0.4 * i,
+                  std::sin(3.4 * std::numbers::pi * 0.4 * i));
     expected << line;
   }
   testing::internal::CaptureStdout();

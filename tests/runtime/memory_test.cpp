@@ -185,7 +185,8 @@ TEST(Memory, ExhaustedHeapLeavesTheCacheUsable) {
     for (void* block : blocks)
       rvnFree(block);
   });
-  for (const std::size_t size : {SIZE_MAX, SIZE_MAX - 100, SIZE_MAX - 128 - 15})
+  constexpr std::size_t header = 2 * sizeof(void*);
+  for (const std::size_t size : {SIZE_MAX, SIZE_MAX - 100, SIZE_MAX - 128 - (header - 1)})
     EXPECT_EQ(rvnMalloc(size, 128), nullptr) << "the total overflows";
 }
 
@@ -253,11 +254,13 @@ TEST(MemoryThreads, ConcurrentUse) {
   EXPECT_EQ(corrupt, 0);
 }
 
+// Windows gives out some hundreds of other identities before one comes again.
 TEST(MemoryThreads, ManyShortThreadsReuseRecords) {
+  constexpr std::int32_t threads = 1500;
   const std::int32_t before = rvn::mmState.threadCount;
-  for (int i = 0; i < 1500; ++i)
+  for (int i = 0; i < threads; ++i)
     std::thread([] { rvnFree(rvnMalloc(100, 128)); }).join();
-  EXPECT_LT(rvn::mmState.threadCount, before + 100);
+  EXPECT_LT(rvn::mmState.threadCount, before + threads / 2);
 }
 
 TEST(WorkShare, BlocksRunInOrderOnOneThread) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -150,17 +151,19 @@ struct Mt2203Model : TwisterModel {
 
 // On 128-bit numbers, as a sequence without wrapping.
 struct Sfmt19937Model {
-  using Block = unsigned __int128;
+  using Block = std::bitset<128>;
   std::vector<Block> z;
   std::size_t used = 4;  // words of the last block that are delivered
 
-  static Block inWords(Block block, int leftShift) {
-    Block shifted = 0;
-    for (int word = 0; word < 4; ++word) {
-      const auto w = static_cast<std::uint32_t>(block >> 32 * word);
-      shifted |= Block{leftShift > 0 ? w << leftShift : w >> -leftShift} << 32 * word;
-    }
-    return shifted;
+  static std::uint32_t wordOf(const Block& block, std::size_t i) {
+    return static_cast<std::uint32_t>((block >> 32 * i & Block{UINT32_MAX}).to_ulong());
+  }
+  static Block ofWords(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2, std::uint32_t w3) {
+    return Block{w3} << 96 | Block{w2} << 64 | Block{w1} << 32 | Block{w0};
+  }
+  template <class Change>
+  static Block inWords(const Block& b, Change change) {
+    return ofWords(change(wordOf(b, 0)), change(wordOf(b, 1)), change(wordOf(b, 2)), change(wordOf(b, 3)));
   }
   explicit Sfmt19937Model(const Seeds& seeds) {
     const Seeds key = seeds.empty() ? Seeds{1} : seeds;
@@ -188,17 +191,18 @@ struct Sfmt19937Model {
     }
     if ((std::popcount(s[0] & 1) + std::popcount(s[3] & 0x13C9E684)) % 2 == 0) s[0] ^= 1;
     for (std::size_t k = 0; k < 624; k += 4)
-      z.push_back(Block{s[k + 3]} << 96 | Block{s[k + 2]} << 64 | Block{s[k + 1]} << 32 | s[k]);
+      z.push_back(ofWords(s[k], s[k + 1], s[k + 2], s[k + 3]));
   }
   std::uint64_t next() {
     if (used == 4) {
-      const Block mask = Block{0xBFFFFFF6BFFAFFFF} << 64 | 0xDDFECB7FDFFFFFEF;
+      const Block mask = ofWords(0xDFFFFFEF, 0xDDFECB7F, 0xBFFAFFFF, 0xBFFFFFF6);
       const std::size_t n = z.size();
-      z.push_back(z[n - 156] ^ z[n - 156] << 8 ^ (inWords(z[n - 34], -11) & mask) ^ z[n - 2] >> 8 ^
-                  inWords(z[n - 1], 18));
+      z.push_back(z[n - 156] ^ z[n - 156] << 8 ^
+                  (inWords(z[n - 34], [](std::uint32_t w) { return w >> 11; }) & mask) ^ z[n - 2] >> 8 ^
+                  inWords(z[n - 1], [](std::uint32_t w) { return w << 18; }));
       used = 0;
     }
-    return static_cast<std::uint32_t>(z.back() >> 32 * used++);
+    return wordOf(z.back(), used++);
   }
 };
 

@@ -143,7 +143,8 @@ TEST(QuasiRandom, EveryBoxHasItsShareOfPoints) {
         for (std::size_t i = block * points; i < (block + 1) * points; ++i) {
           std::size_t box = 0;
           for (std::size_t axis = 0; axis < axes; ++axis)
-            box = box << cuts[axis] | raw[i * 40 + c.coordinates[axis]] >> (32 - cuts[axis]);
+            box = box << cuts[axis] |
+                  static_cast<std::size_t>(raw[i * 40 + c.coordinates[axis]] >> (32 - cuts[axis]));
           ++count[box];
         }
         EXPECT_EQ(count, std::vector<int>(count.size(), 1 << c.t))
@@ -254,7 +255,7 @@ TEST(QuasiRandom, EndOfTheSequence) {
           ASSERT_EQ(stream.stateOp(rvn::stateLeapfrog, 0x7FFFFFFF, {dimension - 1}), 0);
           expected.only = static_cast<int>(dimension - 1);
         }
-        ASSERT_TRUE(follows(expected, stream.raw(width + width / 2)));
+        ASSERT_TRUE(follows(expected, stream.raw(dimension + dimension / 2)));
         const std::uint64_t left = (last - expected.index + 1) * width - expected.coordinate;
         for (const std::uint64_t n : {left, left + 1, last * width, UINT64_MAX - 1, UINT64_MAX}) {
           const Seeds words = {static_cast<std::uint32_t>(n), static_cast<std::uint32_t>(n >> 32)};
@@ -265,8 +266,8 @@ TEST(QuasiRandom, EndOfTheSequence) {
         stream.skip(skipped);
         const std::uint64_t values = expected.coordinate + skipped;
         expected.index += static_cast<std::uint32_t>(values / width);
-        expected.coordinate = values % width;
-        ASSERT_TRUE(follows(expected, stream.raw(before / 2)));
+        expected.coordinate = static_cast<std::size_t>(values % width);
+        ASSERT_TRUE(follows(expected, stream.raw(static_cast<std::size_t>(before / 2))));
         ASSERT_TRUE(follows(expected, stream.raw(2000))) << brngId << ", " << before << " before the end";
         EXPECT_LT(expected.index, 2001u);
       }

@@ -260,10 +260,13 @@ TEST(WichmannHill, Tables) {
       EXPECT_GE(mult, 112);
       multipliers.insert(mult);
 
-      // 1/m rounded toward zero is k 2^-76 with k = floor(2^76 / m), a number of 53 bits.
-      const auto k = static_cast<unsigned __int128>(rvn::WichmannHillReciprocals[member][j] * 0x1p76);
-      const auto one = static_cast<unsigned __int128>(1) << 76;
-      EXPECT_TRUE(k * m <= one && one < (k + 1) * m) << member << " " << m;
+      // 1/m rounded toward zero is k 2^-76 with k = floor(2^76 / m), a number of 53 bits: k m is 2^76 less the
+      // remainder. The last bits of both are compared, and the first.
+      const double reciprocal = rvn::WichmannHillReciprocals[member][j];
+      const std::uint64_t half = (std::uint64_t{1} << 38) % m;
+      EXPECT_EQ(static_cast<std::uint64_t>(reciprocal * 0x1p76) * m, 0 - half * half % m)
+          << member << " " << m;
+      EXPECT_NEAR(reciprocal * m, 1.0, 0x1p-50);
     }
   }
   EXPECT_EQ(moduli.size(), 1092u);

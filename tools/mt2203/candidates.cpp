@@ -30,7 +30,7 @@ std::vector<std::uint32_t> irreducibles() {
     const int room = sievedDegree - degreeOf(p);
     if (room < degreeOf(p)) continue;
     for (std::uint32_t cofactor = 2; cofactor < 2u << room; ++cofactor)
-      composite[product(p, cofactor)] = true;
+      composite[static_cast<std::size_t>(product(p, cofactor))] = true;
   }
   return found;
 }

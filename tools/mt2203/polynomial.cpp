@@ -1,6 +1,7 @@
 #include "mt2203/polynomial.h"
 
 #include <bit>
+#include <bitset>
 #include <utility>
 #include <wmmintrin.h>
 
@@ -55,15 +56,15 @@ Terms makeTerms() {
 class Modulus {
  public:
   explicit Modulus(const Polynomial& f) : f_(prepare(f)) {
-    const unsigned __int128 low = static_cast<unsigned __int128>(f[1]) << 64 | f[0];
-    unsigned __int128 inverse = 0;
-    unsigned __int128 rest = 1;
-    for (int i = 0; i < 128; ++i)
-      if ((rest >> i & 1) != 0) {
-        inverse |= static_cast<unsigned __int128>(1) << i;
+    const std::bitset<128> low = std::bitset<128>(f[1]) << 64 | std::bitset<128>(f[0]);
+    std::bitset<128> rest(1);
+    std::uint64_t inverse[2] = {};
+    for (std::size_t i = 0; i < 128; ++i)
+      if (rest[i]) {
+        inverse[i / 64] |= std::uint64_t{1} << i % 64;
         rest ^= low << i;
       }
-    inverse_ = _mm_set_epi64x(static_cast<long long>(inverse >> 64), static_cast<long long>(inverse));
+    inverse_ = _mm_loadu_si128(reinterpret_cast<const __m128i*>(inverse));
   }
 
   Polynomial multiply(const Polynomial& a, const Polynomial& b) const {
