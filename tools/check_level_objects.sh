@@ -16,12 +16,14 @@ complain() {
   failures=$((failures + 1))
 }
 
-for object in $(find "$build" -path '*raven_level_[1-9].dir*' -name '*.kernel.cpp.o' | sort); do
+for object in $(find "$build" -path '*raven_level_[1-9].dir*' -name '*.kernel.cpp.o*' | sort); do
   count=$((count + 1))
   level=$(sed -E 's/.*raven_level_([1-9])\.dir.*/\1/' <<<"$object")
   symbols=$(nm "$object")
   weak=$(grep -E ' [WVuwv] ' <<<"$symbols" || true)
   [ -z "$weak" ] || complain "$object: weak or unique symbols: $weak"
+  # the same on Windows
+  ! objdump -h "$object" | grep -q LINK_ONCE_DISCARD || complain "$object: sections that the linker merges"
   globals=$(grep -cE ' [TDRBC] ' <<<"$symbols" || true)
   [ "$globals" = 1 ] || complain "$object: $globals global symbols instead of one table"
   grep -qE ' [DR] .*level'"$level" <<<"$symbols" || complain "$object: no table of level $level"
@@ -31,7 +33,7 @@ for object in $(find "$build" -path '*raven_level_[1-9].dir*' -name '*.kernel.cp
   fi
   if grep -q '%zmm' <<<"$code"; then complain "$object: uses 512-bit registers"; fi
   if grep -qE 'vfn?m(add|sub)' <<<"$code"; then
-    name=$(basename "$object" .cpp.o)
+    name=$(basename "${object%.cpp.o*}")
     if [ "$level" != 9 ] || ! grep -qw "$name" <<<"$fused_objects"; then
       complain "$object: fused operations where none are listed"
     fi

@@ -52,10 +52,12 @@ std::int32_t fillPairs(const RsgStream* header, std::int64_t n, Store store) {
   return RSG_STATUS_OK;
 }
 
+// A word becomes a double first, exactly: on 32-bit processors the way to a float at once would fuse.
 std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
   const float scale = (b - a) * 0x1p-32F;
-  return fillPairs(stream, n,
-                   [&](std::int64_t i, std::uint32_t w) { store(r + i, static_cast<float>(w) * scale + a); });
+  return fillPairs(stream, n, [&](std::int64_t i, std::uint32_t w) {
+    store(r + i, static_cast<float>(static_cast<double>(w)) * scale + a);
+  });
 }
 
 std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {

@@ -1,28 +1,9 @@
 #!/usr/bin/env bash
-# Installs a build into a scratch root and builds C and C++ clients against it, through find_package and through
-# pkg-config. usage: check_package.sh BUILD_DIR
+# Installs a build into a scratch root and tries clients against it. usage: check_package.sh BUILD_DIR
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-build=$(cd "$1" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-cmake --install "$build" --prefix "$scratch/root" >"$scratch/install.log"
-cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$scratch/root" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$scratch/client" >/dev/null
-for client in c_client_static c_client_shared cpp_client; do
-  "$scratch/client/$client" >/dev/null
-  echo "$client: works"
-done
-
-pc=$(dirname "$(find "$scratch/root" -name raven.pc)")
-export PKG_CONFIG_PATH="$pc"
-libdir=$(pkg-config --variable=libdir raven)
-[ "$libdir" -ef "$pc/.." ] || { echo "raven.pc names $libdir, which is not the installed tree"; exit 1; }
-# shellcheck disable=SC2046
-cc -std=c99 -Wall -Wextra -pedantic -Werror "$here/client/client.c" -o "$scratch/pc_shared" $(pkg-config --cflags --libs raven) -Wl,-rpath,"$libdir"
-"$scratch/pc_shared" >/dev/null
-# shellcheck disable=SC2046
-cc -std=c99 "$here/client/client.c" -o "$scratch/pc_static" $(pkg-config --cflags raven) "$libdir/libraven.a" -lstdc++ -lm -lpthread
-"$scratch/pc_static" >/dev/null
-echo "pkg-config clients: work"
+cmake --install "$1" --prefix "$scratch/root" >"$scratch/install.log"
+"$here/check_clients.sh" "$scratch/root"

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Builds C and C++ clients against an installed tree, through find_package and through pkg-config, and runs them.
+# usage: check_clients.sh PREFIX
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+prefix=$(cd "$1" && pwd)
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build "$scratch/client" >/dev/null
+for client in c_client_static c_client_shared cpp_client; do
+  "$scratch/client/$client" >/dev/null
+  echo "$client: works"
+done
+
+pc=$(dirname "$(find "$prefix" -name raven.pc)")
+export PKG_CONFIG_PATH="$pc"
+libdir=$(pkg-config --variable=libdir raven)
+[ "$libdir" -ef "$pc/.." ] || { echo "raven.pc names $libdir, which is not the installed tree"; exit 1; }
+# shellcheck disable=SC2046
+cc -std=c99 -Wall -Wextra -pedantic -Werror "$here/client/client.c" -o "$scratch/pc_shared" $(pkg-config --cflags --libs raven) -Wl,-rpath,"$libdir"
+"$scratch/pc_shared" >/dev/null
+# shellcheck disable=SC2046
+cc -std=c99 "$here/client/client.c" -o "$scratch/pc_static" $(pkg-config --cflags raven) "$libdir/libraven.a" -lstdc++ -lm -lpthread
+"$scratch/pc_static" >/dev/null
+echo "pkg-config clients: work"
