@@ -42,7 +42,7 @@ std::uint32_t next(std::uint32_t (&x)[3]) {
 std::uint32_t nextOutput(Mrg32k3aStream& stream) {
   const std::uint32_t x = next<mrg32k3aX>(stream.x);
   const std::uint32_t y = next<mrg32k3aY>(stream.y);
-  return x > y ? x - y : x - y + mrg32k3aX.m;
+  return x - y + (mrg32k3aX.m & -std::uint32_t{x <= y});  // no branch: half of them would be mispredicted
 }
 
 void jump(std::uint32_t (&x)[3], const Mrg32k3aMatrix& by, std::uint64_t m) {
