@@ -191,6 +191,15 @@ template <class Index>
 #endif
 }
 
+// The same the other way.
+[[maybe_unused]] inline Lanes loadInts(const void* from) {
+#if RVN_LEVEL >= 8
+  return _mm256_cvtepi32_pd(load<__m128i>(from));
+#else
+  return _mm_cvtepi32_pd(_mm_loadl_epi64(static_cast<const __m128i*>(from)));
+#endif
+}
+
 // Breakpoints that countLessEqual takes in one go.
 constexpr std::int64_t countedAtOnce = level.vectorBytes == 32 ? 16 : 1;
 
