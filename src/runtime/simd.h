@@ -300,6 +300,15 @@ template <class Number>
   return (Lanes)(w | 0x4330000000000000u) - 0x1p52;
 }
 
+// The upper halves as doubles; they must be below 2^31.
+[[maybe_unused]] inline Lanes upperHalves(WideWords w) {
+#if RVN_LEVEL >= 8
+  return doublesBelow52Bits(w >> 32);
+#else
+  return _mm_cvtepi32_pd(_mm_shuffle_epi32((__m128i)w, 0x0D));
+#endif
+}
+
 // Stores doubles, rounded to floats where the array holds those.
 [[maybe_unused]] inline void storeAs(double* to, Lanes v) {
   store(to, v);
