@@ -240,6 +240,20 @@ template <class V>
 typedef std::uint32_t Words __attribute__((vector_size(level.vectorBytes)));
 constexpr int wordCount = level.vectorBytes / 4;
 
+// Words loaded one by one: where they were stored just now in other vectors, one load would wait for the cache.
+[[maybe_unused]] inline Words wordByWord(const std::uint32_t* w) {
+  const auto one = [&](int i) { return _mm_cvtsi32_si128(static_cast<int>(w[i])); };
+  const auto four = [&](int i) {
+    return _mm_unpacklo_epi64(_mm_unpacklo_epi32(one(i), one(i + 1)),
+                              _mm_unpacklo_epi32(one(i + 2), one(i + 3)));
+  };
+#if RVN_LEVEL >= 8
+  return (Words)_mm256_insertf128_si256(_mm256_castsi128_si256(four(0)), four(4), 1);
+#else
+  return (Words)four(0);
+#endif
+}
+
 // The first or the second half of the words as doubles, taken as signed numbers.
 template <int half>
 [[maybe_unused]] inline Lanes signedDoubles(Words w) {
