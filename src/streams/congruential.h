@@ -55,12 +55,12 @@ struct Congruential {
     return block;
   }
 
-  // Where outputs go: mapped to an interval, or as they are.
   template <class Real>
   struct Mapped {
     Real* r;
     typename Rule::Interval interval;
 
+    Mapped(Real* to, double a, double b) : r(to), interval(a, b) {}
     void lanes(std::int64_t i, WideWords x) const { storeAs(r + i, interval.lanes(x)); }
     void one(std::int64_t i, std::uint64_t x) const { store(r + i, static_cast<Real>(interval.one(x))); }
   };
@@ -128,25 +128,6 @@ struct Congruential {
     } else {
       fillByLanes(stream, n, out);
     }
-  }
-
-  template <class Real>
-  static std::int32_t fillReal(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
-    fill(stream, n, Mapped<Real>{r, {static_cast<double>(a), static_cast<double>(b)}});
-    return RSG_STATUS_OK;
-  }
-
-  static std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
-    return fillReal(stream, n, r, a, b);
-  }
-
-  static std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-    return fillReal(stream, n, r, a, b);
-  }
-
-  static std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {
-    fill(stream, n, Raw{static_cast<unsigned char*>(r)});
-    return RSG_STATUS_OK;
   }
 
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {

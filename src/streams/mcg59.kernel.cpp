@@ -71,6 +71,6 @@ using Generator = Congruential<Mcg59>;
 }  // namespace
 
 extern const BrngOperations mcg59;
-const BrngOperations mcg59 = operationsOf<Generator, Generator>;
+const BrngOperations mcg59 = operationsOf<Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -43,7 +43,7 @@ constexpr int paddedDimension(int dimension) {
 //   directionByBit[32][]
 // and possibly direction[][33], the same numbers in one row a coordinate.
 template <class Rule>
-struct QuasiRandom {
+struct QuasiRandom : WordOutputs<WordMapping::upperBits, Rule::fuses> {
   using Stream = typename Rule::Stream;
   static_assert(sizeof Stream::point >= sizeof(std::uint32_t) * paddedDimension(Rule::dimensions));
 
@@ -262,9 +262,6 @@ struct QuasiRandom {
     moveTo(stream, next << g);
     return start + std::int64_t{next - first} * groupValues;
   }
-
-  static constexpr auto mapping = WordMapping::upperBits;
-  static constexpr bool fuses = Rule::fuses;
 
   // Fewer than fewestGrouped values of points that fit in `vectors` vectors. A point waits for the next step in
   // registers. All of them go one behind the other into an array, from which they are taken word by word: a vector

@@ -174,14 +174,6 @@ std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Rea
   return RSG_STATUS_OK;
 }
 
-std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
-  return fillReal(stream, n, r, a, b);
-}
-
-std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-  return fillReal(stream, n, r, a, b);
-}
-
 // A raw output is the four components in a row, which is how a Step holds them.
 std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
   constexpr std::int64_t outputBytes = 16;
@@ -234,6 +226,7 @@ struct WichmannHill {
 }  // namespace
 
 extern const BrngOperations wichmannHill;
-const BrngOperations wichmannHill = {stateOperation<WichmannHill>, fillFloat, fillDouble, fillInt};
+const BrngOperations wichmannHill = {stateOperation<WichmannHill>, fillReal<float>, fillReal<double>,
+                                     fillInt};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE
