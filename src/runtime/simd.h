@@ -191,6 +191,15 @@ template <class Index>
 #endif
 }
 
+// The same the other way.
+[[maybe_unused]] inline Lanes loadInts(const void* from) {
+#if RVN_LEVEL >= 8
+  return _mm256_cvtepi32_pd(load<__m128i>(from));
+#else
+  return _mm_cvtepi32_pd(_mm_loadl_epi64(static_cast<const __m128i*>(from)));
+#endif
+}
+
 // Breakpoints that countLessEqual takes in one go.
 constexpr std::int64_t countedAtOnce = level.vectorBytes == 32 ? 16 : 1;
 
@@ -230,6 +239,20 @@ template <class V>
 // Raw outputs of generators: unsigned 32-bit words, as many as the widest register holds.
 typedef std::uint32_t Words __attribute__((vector_size(level.vectorBytes)));
 constexpr int wordCount = level.vectorBytes / 4;
+
+// Words loaded one by one: where they were stored just now in other vectors, one load would wait for the cache.
+[[maybe_unused]] inline Words wordByWord(const std::uint32_t* w) {
+  const auto one = [&](int i) { return _mm_cvtsi32_si128(static_cast<int>(w[i])); };
+  const auto four = [&](int i) {
+    return _mm_unpacklo_epi64(_mm_unpacklo_epi32(one(i), one(i + 1)),
+                              _mm_unpacklo_epi32(one(i + 2), one(i + 3)));
+  };
+#if RVN_LEVEL >= 8
+  return (Words)_mm256_insertf128_si256(_mm256_castsi128_si256(four(0)), four(4), 1);
+#else
+  return (Words)four(0);
+#endif
+}
 
 // The first or the second half of the words as doubles, taken as signed numbers.
 template <int half>
@@ -289,6 +312,15 @@ template <class Number>
 // Words below 2^52 as doubles, exactly: their bits become the fraction of a double from 2^52 on.
 [[maybe_unused]] inline Lanes doublesBelow52Bits(WideWords w) {
   return (Lanes)(w | 0x4330000000000000u) - 0x1p52;
+}
+
+// The upper halves as doubles; they must be below 2^31.
+[[maybe_unused]] inline Lanes upperHalves(WideWords w) {
+#if RVN_LEVEL >= 8
+  return doublesBelow52Bits(w >> 32);
+#else
+  return _mm_cvtepi32_pd(_mm_shuffle_epi32((__m128i)w, 0x0D));
+#endif
 }
 
 // Stores doubles, rounded to floats where the array holds those.

@@ -55,12 +55,12 @@ struct Congruential {
     return block;
   }
 
-  // Where outputs go: mapped to an interval, or as they are.
   template <class Real>
   struct Mapped {
     Real* r;
     typename Rule::Interval interval;
 
+    Mapped(Real* to, double a, double b) : r(to), interval(a, b) {}
     void lanes(std::int64_t i, WideWords x) const { storeAs(r + i, interval.lanes(x)); }
     void one(std::int64_t i, std::uint64_t x) const { store(r + i, static_cast<Real>(interval.one(x))); }
   };
@@ -77,26 +77,28 @@ struct Congruential {
     }
   };
 
-  // Four steps side by side in plain registers.
+  // As many steps side by side in plain registers as a vector has lanes.
   template <class Out>
   static void fillByChains(Stream& stream, std::int64_t n, const Out& out) {
-    constexpr int chains = 4;
-    std::uint64_t x[chains] = {stream.x};
-    for (int k = 1; k < chains; ++k)
-      x[k] = Rule::multiply(x[k - 1], stream.mult);
-    std::uint64_t jump = Rule::multiply(stream.mult, stream.mult);
-    jump = Rule::multiply(jump, jump);
+    std::uint64_t x[laneCount] = {stream.x};
+    std::uint64_t jump = stream.mult;
+    for (int known = 1; known < laneCount; known *= 2) {
+      for (int k = 0; k < known; ++k)
+        x[known + k] = Rule::multiply(x[k], jump);
+      jump = Rule::multiply(jump, jump);
+    }
     std::int64_t i = 0;
-    for (; i + chains <= n; i += chains) {
-      for (std::int64_t k = 0; k < chains; k += laneCount)
-        out.lanes(i + k, Rule::canonical(wideWords(x + k)));
+    for (; i + laneCount <= n; i += laneCount) {
+      out.lanes(i, Rule::canonical(wideWords(x)));
       for (std::uint64_t& one : x)
         one = Rule::multiply(one, jump);
     }
-    int k = 0;
-    for (; i < n; ++i, ++k)
-      out.one(i, Rule::canonical(x[k]));
-    stream.x = static_cast<Word>(Rule::canonical(x[k]));
+    for (; i < n; ++i) {
+      out.one(i, Rule::canonical(x[0]));
+      for (int k = 1; k < laneCount; ++k)
+        x[k - 1] = x[k];
+    }
+    stream.x = static_cast<Word>(Rule::canonical(x[0]));
   }
 
   template <class Out>
@@ -126,25 +128,6 @@ struct Congruential {
     } else {
       fillByLanes(stream, n, out);
     }
-  }
-
-  template <class Real>
-  static std::int32_t fillReal(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
-    fill(stream, n, Mapped<Real>{r, {static_cast<double>(a), static_cast<double>(b)}});
-    return RSG_STATUS_OK;
-  }
-
-  static std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
-    return fillReal(stream, n, r, a, b);
-  }
-
-  static std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-    return fillReal(stream, n, r, a, b);
-  }
-
-  static std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {
-    fill(stream, n, Raw{static_cast<unsigned char*>(r)});
-    return RSG_STATUS_OK;
   }
 
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {

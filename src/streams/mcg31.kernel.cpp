@@ -68,6 +68,6 @@ using Generator = Congruential<Mcg31>;
 }  // namespace
 
 extern const BrngOperations mcg31;
-const BrngOperations mcg31 = operationsOf<Generator, Generator>;
+const BrngOperations mcg31 = operationsOf<Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -20,8 +20,8 @@ static_assert(offsetof(Mcg59Stream, x) == 16);
 struct Mcg59 {
   using Stream = Mcg59Stream;
   static constexpr std::uint64_t multiplier = 0x113769B23C5FD;
-  // A product in lanes takes three multiplications of halves.
-  static constexpr std::int64_t shortestBlock = level.wideIntegers ? 32 : 0;
+  // A product in lanes takes three multiplications of halves: too much for two lanes.
+  static constexpr std::int64_t shortestBlock = level.wideIntegers && laneCount > 2 ? 32 : 0;
   static constexpr std::uint64_t mask = (std::uint64_t{1} << 59) - 1;
 
   static std::uint64_t multiply(std::uint64_t x, std::uint64_t c) { return x * c; }
@@ -53,11 +53,10 @@ struct Mcg59 {
 
     Interval(double a, double b) : scale((b - a) * 0x1p-59), from(a) {}
 
-    // The halves of x are doubles exactly: the upper one as the fraction of a double from 2^84 on.
+    // The halves of x are doubles exactly.
     Lanes lanes(WideWords x) const {
       const Lanes low = doublesBelow52Bits(x & 0xFFFFFFFFu);
-      const Lanes high = (Lanes)(x >> 32 | 0x4530000000000000u) - 0x1p84;
-      return low * scale + high * scale + from;
+      return low * scale + upperHalves(x) * (scale * 0x1p32) + from;
     }
     double one(std::uint64_t x) const {
       const auto low = static_cast<double>(static_cast<std::int64_t>(x & 0xFFFFFFFF));
@@ -72,6 +71,6 @@ using Generator = Congruential<Mcg59>;
 }  // namespace
 
 extern const BrngOperations mcg59;
-const BrngOperations mcg59 = operationsOf<Generator, Generator>;
+const BrngOperations mcg59 = operationsOf<Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

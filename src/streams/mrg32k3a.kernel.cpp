@@ -42,7 +42,7 @@ std::uint32_t next(std::uint32_t (&x)[3]) {
 std::uint32_t nextOutput(Mrg32k3aStream& stream) {
   const std::uint32_t x = next<mrg32k3aX>(stream.x);
   const std::uint32_t y = next<mrg32k3aY>(stream.y);
-  return x > y ? x - y : x - y + mrg32k3aX.m;
+  return x - y + (mrg32k3aX.m & -std::uint32_t{x <= y});  // no branch: half of them would be mispredicted
 }
 
 void jump(std::uint32_t (&x)[3], const Mrg32k3aMatrix& by, std::uint64_t m) {
@@ -145,14 +145,6 @@ std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Rea
   return RSG_STATUS_OK;
 }
 
-std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
-  return fillReal(stream, n, r, a, b);
-}
-
-std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-  return fillReal(stream, n, r, a, b);
-}
-
 std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
   auto* const words = static_cast<unsigned char*>(r);
   fill(
@@ -191,6 +183,6 @@ struct Mrg32k3a {
 }  // namespace
 
 extern const BrngOperations mrg32k3a;
-const BrngOperations mrg32k3a = {stateOperation<Mrg32k3a>, fillFloat, fillDouble, fillInt};
+const BrngOperations mrg32k3a = {stateOperation<Mrg32k3a>, fillReal<float>, fillReal<double>, fillInt};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -40,6 +40,6 @@ struct Generator : Twister<Mt19937> {
 }  // namespace
 
 extern const BrngOperations mt19937;
-const BrngOperations mt19937 = operationsOf<Generator, WordFills<Generator>>;
+const BrngOperations mt19937 = operationsOf<Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

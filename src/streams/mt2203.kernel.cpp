@@ -43,6 +43,6 @@ struct Generator : Twister<Mt2203> {
 }  // namespace
 
 extern const BrngOperations mt2203;
-const BrngOperations mt2203 = operationsOf<Generator, WordFills<Generator>>;
+const BrngOperations mt2203 = operationsOf<Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

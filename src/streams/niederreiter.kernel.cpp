@@ -37,6 +37,6 @@ using Generator = QuasiRandom<Niederreiter>;
 }  // namespace
 
 extern const BrngOperations niederreiter;
-const BrngOperations niederreiter = operationsOf<Generator, WordFills<Generator>>;
+const BrngOperations niederreiter = operationsOf<Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -39,10 +39,24 @@ std::int32_t stateOperation(std::int32_t method, RsgStream* header, std::int64_t
   }
 }
 
-// `Fills` has fillFloat, fillDouble and fillInt.
-template <class Rule, class Fills>
-constexpr BrngOperations operationsOf = {stateOperation<Rule>, Fills::fillFloat, Fills::fillDouble,
-                                         Fills::fillInt};
+// Where the outputs of a fill go: Rule::fill(stream, n, out) gives n of them to a Rule::Mapped<Real>, which maps them
+// to an interval, or to a Rule::Raw, which stores them as they are.
+template <class Rule, class Real>
+std::int32_t mappedFill(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
+  Rule::fill(stream, n,
+             typename Rule::template Mapped<Real>(r, static_cast<double>(a), static_cast<double>(b)));
+  return RSG_STATUS_OK;
+}
+
+template <class Rule>
+std::int32_t rawFill(RsgStream* stream, std::int64_t n, void* r) {
+  Rule::fill(stream, n, typename Rule::Raw{static_cast<unsigned char*>(r)});
+  return RSG_STATUS_OK;
+}
+
+template <class Rule>
+constexpr BrngOperations operationsOf = {stateOperation<Rule>, mappedFill<Rule, float>,
+                                         mappedFill<Rule, double>, rawFill<Rule>};
 
 }  // namespace
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

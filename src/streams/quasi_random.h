@@ -43,13 +43,14 @@ constexpr int paddedDimension(int dimension) {
 //   directionByBit[32][]
 // and possibly direction[][33], the same numbers in one row a coordinate.
 template <class Rule>
-struct QuasiRandom {
+struct QuasiRandom : WordOutputs<WordMapping::upperBits, Rule::fuses> {
   using Stream = typename Rule::Stream;
   static_assert(sizeof Stream::point >= sizeof(std::uint32_t) * paddedDimension(Rule::dimensions));
 
   static std::int64_t min(std::int64_t p, std::int64_t q) { return p < q ? p : q; }
   static std::uint32_t grayCode(std::uint32_t index) { return index ^ index >> 1; }
-  static int lowestZeroBit(std::uint32_t index) { return __builtin_ctz(~index); }
+  // Of the last index the highest bit: that step leads to point 0.
+  static int lowestZeroBit(std::uint32_t index) { return __builtin_ctz(~index | 1U << 31); }
 
   static void change(Stream& stream, int bit) {
     const std::uint32_t* const row = stream.directionByBit[bit];
@@ -113,43 +114,22 @@ struct QuasiRandom {
     stream.pointIndex = index;
   }
 
-  // The same for points that fit in one vector; while there is room for it in the array, all of it is written.
-  // The point waits for the next step in a register, since a way through memory would be most of the time.
-  template <class Sink>
-  static void fillNarrow(Stream& stream, std::int64_t from, std::int64_t to, Sink sink) {
-    const std::int64_t width = stream.dimension;
-    std::int64_t next = stream.nextCoordinate;
-    std::uint32_t index = stream.pointIndex;
-    auto point = load<Words>(stream.point);
-    while (from < to) {
-      if (next == 0 && from + wordCount <= to) {
-        sink.put(from, point);
-        from += width;
-      } else {
-        sink.put(from, stream.point[next]);
-        ++from;
-        if (++next < width) continue;
-        next = 0;
-      }
-      if (index == UINT32_MAX) {
-        index = 1;
-        point = load<Words>(stream.directionByBit[0]);
-      } else {
-        point ^= load<Words>(stream.directionByBit[lowestZeroBit(index)]);
-        ++index;
-      }
-      store(stream.point, point);
-    }
-    stream.nextCoordinate = static_cast<std::int32_t>(next);
-    stream.pointIndex = index;
-  }
-
   // Delivers whole points of `width` coordinates and steps behind each, from value `at` on, up to value `to` of the
   // array or to the point `last`, which is not delivered. The last vector of a point may reach over its end, into
   // the place of the next one. Returns the index of the point that comes next.
   template <class Sink, class Row>
   static std::uint32_t fillWhole(std::uint32_t* point, std::int64_t width, std::uint32_t index,
                                  std::uint32_t last, std::int64_t at, std::int64_t to, Sink sink, Row row) {
+    // A point of one vector waits in a register, since a way through memory would be most of the time.
+    if (width <= wordCount) {
+      auto words = load<Words>(point);
+      for (; at + wordCount <= to && index != last; ++index, at += width) {
+        sink.put(at, words);
+        words ^= load<Words>(row(lowestZeroBit(index)));
+      }
+      store(point, words);
+      return index;
+    }
     const std::int64_t padded = (width + wordCount - 1) / wordCount * wordCount;
     for (; at + padded <= to && index != last; ++index, at += width) {
       const std::uint32_t* const change = row(lowestZeroBit(index));
@@ -190,6 +170,7 @@ struct QuasiRandom {
   static constexpr int groupWords = 64;
   static constexpr int wideWords = 128;  // the longest wide point, and room for a vector across its end
   static constexpr std::int64_t fewestGroups = 2;
+  static constexpr std::int64_t fewestGrouped = fewestGroups * groupWords;
 
   static int logGroupPoints(std::int64_t width) {
     int g = 3;  // whole vectors whatever the width
@@ -247,8 +228,6 @@ struct QuasiRandom {
   static void fillUngrouped(Stream& stream, Coordinates c, std::int64_t from, std::int64_t to, Sink sink) {
     if (c.width == 1) {
       fillCoordinate(stream, c.first, from, to, sink);
-    } else if (c.width <= wordCount) {
-      fillNarrow(stream, from, to, sink);
     } else {
       fillPoints(stream, from, to, sink);
     }
@@ -284,15 +263,63 @@ struct QuasiRandom {
     return start + std::int64_t{next - first} * groupValues;
   }
 
-  static constexpr auto mapping = WordMapping::upperBits;
-  static constexpr bool fuses = Rule::fuses;
+  // Fewer than fewestGrouped values of points that fit in `vectors` vectors. A point waits for the next step in
+  // registers. All of them go one behind the other into an array, from which they are taken word by word: a vector
+  // across two fresh points would wait until both are in the cache.
+  template <int vectors, class Sink>
+  [[gnu::always_inline]] static void fillShort(Stream& stream, std::int64_t n, Sink sink) {
+    constexpr std::int64_t padded = std::int64_t{vectors} * wordCount;
+    std::uint32_t words[fewestGrouped + 2 * padded];
+    const std::int64_t width = stream.dimension;
+    const std::int64_t next = stream.nextCoordinate;
+    std::uint32_t index = stream.pointIndex;
+    Words point[vectors];
+    for (std::ptrdiff_t v = 0; v < vectors; ++v) {
+      point[v] = load<Words>(stream.point + v * wordCount);
+      store(words + v * wordCount, point[v]);
+    }
+    std::uint32_t* at = words;
+    std::int64_t left = next + n;
+    for (; left >= width; left -= width) {
+      do {
+        const std::uint32_t* const row = stream.directionByBit[lowestZeroBit(index)];
+        for (std::ptrdiff_t v = 0; v < vectors; ++v)
+          point[v] ^= load<Words>(row + v * wordCount);
+      } while (++index == 0);  // which is no point that is delivered
+      at += width;
+      for (std::ptrdiff_t v = 0; v < vectors; ++v)
+        store(at + v * wordCount, point[v]);
+    }
+    for (std::ptrdiff_t v = 0; v < vectors; ++v)
+      store(stream.point + v * wordCount, point[v]);
+    stream.nextCoordinate = static_cast<std::int32_t>(left);
+    stream.pointIndex = index;
+    const std::uint32_t* const w = words + next;
+    std::int64_t i = 0;
+    for (; i + wordCount <= n; i += wordCount)
+      sink.put(i, wordByWord(w + i));
+    for (; i < n; ++i)
+      sink.put(i, w[i]);
+  }
 
   template <class Sink>
-  static void fill(RsgStream* header, std::int64_t n, const Sink& sink) {
-    auto& stream = *reinterpret_cast<Stream*>(header);
+  [[gnu::noinline]] static void fillLong(Stream& stream, std::int64_t n, Sink sink) {
     const Coordinates c(stream);
-    const bool grouped = c.width <= groupedWidth && n >= fewestGroups * groupWords;
+    const bool grouped = c.width <= groupedWidth && n >= fewestGrouped;
     fillUngrouped(stream, c, grouped ? fillGroups(stream, c, n, sink) : 0, n, sink);
+  }
+
+  template <class Sink>
+  [[gnu::always_inline]] static void fill(RsgStream* header, std::int64_t n, const Sink& sink) {
+    auto& stream = *reinterpret_cast<Stream*>(header);
+    const std::int32_t width = stream.dimension;
+    if (stream.onlyCoordinate >= 0 || n >= fewestGrouped || width < 2 || width > 2 * wordCount) {
+      fillLong(stream, n, sink);
+    } else if (width <= wordCount) {
+      fillShort<1>(stream, n, sink);
+    } else {
+      fillShort<2>(stream, n, sink);
+    }
   }
 
   // The first seed word is the dimension. Further ones, with which a caller could bring tables of direction

@@ -24,10 +24,8 @@ struct R250Stream {
 static_assert(sizeof(R250Stream) == 1024);
 static_assert(offsetof(R250Stream, ring) == 16);
 
-struct R250 {
+struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
   using Stream = R250Stream;
-  static constexpr auto mapping = WordMapping::unsignedWord;
-  static constexpr bool fuses = false;
 
   // A run ends where the head or the tap reaches the ring's end. The words of a vector do not need each other:
   // the tap stands 103 places ahead of the head or 147 behind it.
@@ -76,6 +74,6 @@ struct R250 {
 }  // namespace
 
 extern const BrngOperations r250;
-const BrngOperations r250 = operationsOf<R250, WordFills<R250>>;
+const BrngOperations r250 = operationsOf<R250>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -60,10 +60,8 @@ void standAt(Sfmt19937Stream& stream, std::int64_t position) {
   carryRest(stream, used == 0 ? blockWords : used);
 }
 
-struct Sfmt19937 {
+struct Sfmt19937 : WordOutputs<WordMapping::signedWord, true> {
   using Stream = Sfmt19937Stream;
-  static constexpr auto mapping = WordMapping::signedWord;
-  static constexpr bool fuses = true;
 
   template <class Out>
   static void fill(RsgStream* header, std::int64_t n, const Out& out) {
@@ -116,6 +114,6 @@ struct Sfmt19937 {
 }  // namespace
 
 extern const BrngOperations sfmt19937;
-const BrngOperations sfmt19937 = operationsOf<Sfmt19937, WordFills<Sfmt19937>>;
+const BrngOperations sfmt19937 = operationsOf<Sfmt19937>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -37,6 +37,6 @@ using Generator = QuasiRandom<Sobol>;
 }  // namespace
 
 extern const BrngOperations sobol;
-const BrngOperations sobol = operationsOf<Generator, WordFills<Generator>>;
+const BrngOperations sobol = operationsOf<Generator>;
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -56,12 +56,18 @@ void clampAll(std::int64_t n, double* r, double a, double b) {
     store(r + i, clamped(load<double>(r + i), a, b));
 }
 
-std::int32_t uniform(std::int32_t method, RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-  const auto fill = rsgBrngRow(rsgBrngLocate(stream->brngId)).operations->fillDouble;
-  if ((method & RNG_UNIFORM_CLAMPED) == 0) return fill(stream, n, r, a, b);
+// Out of line: fills that clamp nothing do not pay for its registers.
+[[gnu::noinline]] std::int32_t clampedFill(decltype(BrngOperations::fillDouble) fill, RsgStream* stream,
+                                           std::int64_t n, double* r, double a, double b) {
   const std::int32_t status = fill(stream, n, r, a, b);
   if (status >= 0) clampAll(n, r, a, b);
   return status;
+}
+
+std::int32_t uniform(std::int32_t method, RsgStream* stream, std::int64_t n, double* r, double a, double b) {
+  const auto fill = rsgBrngRow(rsgBrngLocate(stream->brngId)).operations->fillDouble;
+  if ((method & RNG_UNIFORM_CLAMPED) != 0) return clampedFill(fill, stream, n, r, a, b);
+  return fill(stream, n, r, a, b);
 }
 
 }  // namespace

@@ -16,10 +16,8 @@ namespace {
 //   size, offset, lowerMask;  firstShift;
 //   matrixA, temperB, temperC: constants or, where members differ, data.
 template <class Rule>
-struct Twister {
+struct Twister : WordOutputs<WordMapping::unsignedWord, Rule::fuses> {
   using Stream = typename Rule::Stream;
-  static constexpr auto mapping = WordMapping::unsignedWord;
-  static constexpr bool fuses = Rule::fuses;
   static constexpr int size = Rule::size;
 
   template <class W>

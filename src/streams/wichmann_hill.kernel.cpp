@@ -39,20 +39,24 @@ struct Step {
   Lanes part[vectorsPerStep];
 };
 
-inline Step multiplyMod(const Step& x, const Step& c, const Step& m) {
+inline Step operator/(const Step& x, const Step& m) {
+  Step ratio;
+  for (int i = 0; i < vectorsPerStep; ++i)
+    ratio.part[i] = x.part[i] / m.part[i];
+  return ratio;
+}
+
+inline Step multiplyMod(const Step& x, const Step& c, const Step& ratio, const Step& m) {
   Step product;
   for (int i = 0; i < vectorsPerStep; ++i)
-    product.part[i] = multiplyMod(x.part[i], c.part[i], c.part[i] / m.part[i], m.part[i]);
+    product.part[i] = multiplyMod(x.part[i], c.part[i], ratio.part[i], m.part[i]);
   return product;
 }
 
 inline Step asStep(const std::uint32_t* from) {
-  double values[components];
-  for (int j = 0; j < components; ++j)
-    values[j] = static_cast<double>(from[j]);
   Step step;
   for (std::ptrdiff_t i = 0; i < vectorsPerStep; ++i)
-    step.part[i] = load<Lanes>(values + i * laneCount);
+    step.part[i] = loadInts(from + i * laneCount);
   return step;
 }
 
@@ -69,18 +73,21 @@ const std::uint32_t* moduli(const WichmannHillStream& stream) {
 // each of them to the next pass.
 struct Start {
   Step state[stepsPerPass];
-  Step jump;  // mult^stepsPerPass mod m
+  Step jump;   // mult^stepsPerPass mod m
+  Step ratio;  // jump/m
   Step m;
 };
 
 inline void start(const WichmannHillStream& stream, Start& s) {
   s.m = asStep(moduli(stream));
   s.jump = asStep(stream.mult);
+  s.ratio = s.jump / s.m;
   s.state[0] = asStep(stream.x);
   for (int known = 1; known < stepsPerPass; known *= 2) {
     for (int k = 0; k < known; ++k)
-      s.state[known + k] = multiplyMod(s.state[k], s.jump, s.m);
-    s.jump = multiplyMod(s.jump, s.jump, s.m);
+      s.state[known + k] = multiplyMod(s.state[k], s.jump, s.ratio, s.m);
+    s.jump = multiplyMod(s.jump, s.jump, s.ratio, s.m);
+    s.ratio = s.jump / s.m;
   }
 }
 
@@ -94,24 +101,30 @@ struct Block {
 };
 
 inline void arrange(const Start& s, const double* reciprocals, Block& block) {
-  double state[stepsPerPass][components];
-  for (int k = 0; k < stepsPerPass; ++k)
-    __builtin_memcpy(state[k], s.state[k].part, sizeof state[k]);
-  double jump[components];
-  double m[components];
-  __builtin_memcpy(jump, s.jump.part, sizeof jump);
-  __builtin_memcpy(m, s.m.part, sizeof m);
   for (int j = 0; j < components; ++j) {
-    double lanes[stepsPerPass];
+    const int part = j / laneCount;
+    const int lane = j % laneCount;
     for (int k = 0; k < stepsPerPass; ++k)
-      lanes[k] = state[k][j];
-    for (std::ptrdiff_t v = 0; v < vectorsPerPass; ++v)
-      block.x[j][v] = load<Lanes>(lanes + v * laneCount);
-    block.c[j] = broadcast<Lanes>(jump[j]);
-    block.ratio[j] = broadcast<Lanes>(jump[j] / m[j]);
-    block.m[j] = broadcast<Lanes>(m[j]);
+      block.x[j][k / laneCount][k % laneCount] = s.state[k].part[part][lane];
+    block.c[j] = broadcast<Lanes>(s.jump.part[part][lane]);
+    block.ratio[j] = broadcast<Lanes>(s.ratio.part[part][lane]);
+    block.m[j] = broadcast<Lanes>(s.m.part[part][lane]);
     block.r[j] = broadcast<Lanes>(reciprocals[j]);
   }
+}
+
+// Step k of the block.
+inline Step stepOf(const Block& block, std::int64_t k) {
+  double x[components * stepsPerPass];
+  __builtin_memcpy(x, block.x, sizeof x);
+  Step step;
+  for (std::int64_t i = 0; i < vectorsPerStep; ++i) {
+    std::int64_t place[laneCount];
+    for (std::int64_t lane = 0; lane < laneCount; ++lane)
+      place[lane] = (i * laneCount + lane) * stepsPerPass + k;
+    step.part[i] = pick(x, place);
+  }
+  return step;
 }
 
 // One vector of values over the interval from a on, of the given width.
@@ -140,33 +153,25 @@ std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Rea
   const auto a = broadcast<Lanes>(static_cast<double>(from));
   const auto width = broadcast<Lanes>(static_cast<double>(to) - static_cast<double>(from));
   std::int64_t i = 0;
-  for (; i + stepsPerPass <= n; i += stepsPerPass) {
+  for (; i + stepsPerPass < n; i += stepsPerPass) {
     for (int v = 0; v < vectorsPerPass; ++v)
       storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
     advance(block);
   }
-  // The last pass, in part: the state stays at the lane behind the last one emitted.
+  // The last pass, perhaps in part: the state goes to the lane behind the last one emitted.
   const std::int64_t left = n - i;
-  if (left > 0) {
+  if (left == stepsPerPass) {
+    for (int v = 0; v < vectorsPerPass; ++v)
+      storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
+    storeState(multiplyMod(stepOf(block, 0), s.jump, s.ratio, s.m), stream.x);
+  } else {
     Real last[stepsPerPass];
     for (int v = 0; v < vectorsPerPass; ++v)
       storeAs(last + v * laneCount, valuesOf(block, v, width, a));
     __builtin_memcpy(r + i, last, static_cast<std::size_t>(left) * sizeof(Real));
-  }
-  for (int j = 0; j < components; ++j) {
-    double lanes[stepsPerPass];
-    __builtin_memcpy(lanes, block.x[j], sizeof lanes);
-    stream.x[j] = static_cast<std::uint32_t>(lanes[left]);
+    storeState(stepOf(block, left), stream.x);
   }
   return RSG_STATUS_OK;
-}
-
-std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
-  return fillReal(stream, n, r, a, b);
-}
-
-std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-  return fillReal(stream, n, r, a, b);
 }
 
 // A raw output is the four components in a row, which is how a Step holds them.
@@ -175,16 +180,12 @@ std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
   auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
   Start s;
   start(stream, s);
-  Step ratio;
-  for (int i = 0; i < vectorsPerStep; ++i)
-    ratio.part[i] = s.jump.part[i] / s.m.part[i];
   auto* const bytes = static_cast<unsigned char*>(r);
   std::int64_t i = 0;
   for (; i + stepsPerPass <= n; i += stepsPerPass)
     for (int k = 0; k < stepsPerPass; ++k) {
       storeState(s.state[k], bytes + (i + k) * outputBytes);
-      for (int p = 0; p < vectorsPerStep; ++p)
-        s.state[k].part[p] = multiplyMod(s.state[k].part[p], s.jump.part[p], ratio.part[p], s.m.part[p]);
+      s.state[k] = multiplyMod(s.state[k], s.jump, s.ratio, s.m);
     }
   const std::int64_t left = n - i;
   for (std::int64_t k = 0; k < left; ++k)
@@ -225,6 +226,7 @@ struct WichmannHill {
 }  // namespace
 
 extern const BrngOperations wichmannHill;
-const BrngOperations wichmannHill = {stateOperation<WichmannHill>, fillFloat, fillDouble, fillInt};
+const BrngOperations wichmannHill = {stateOperation<WichmannHill>, fillReal<float>, fillReal<double>,
+                                     fillInt};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

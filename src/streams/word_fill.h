@@ -63,29 +63,12 @@ struct MappedWords {
   }
 };
 
-// `Rule` has mapping, fuses (at levels that can), and fill(stream, n, out), which puts n raw outputs.
-template <class Rule>
-struct WordFills {
+// What a generator of words is derived from.
+template <WordMapping mapping, bool fuses>
+struct WordOutputs {
+  using Raw = RawWords;
   template <class Real>
-  static std::int32_t fillReal(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
-    const MappedWords<Real, Rule::mapping, Rule::fuses> out(r, static_cast<double>(a),
-                                                            static_cast<double>(b));
-    Rule::fill(stream, n, out);
-    return RSG_STATUS_OK;
-  }
-
-  static std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
-    return fillReal(stream, n, r, a, b);
-  }
-
-  static std::int32_t fillDouble(RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-    return fillReal(stream, n, r, a, b);
-  }
-
-  static std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {
-    Rule::fill(stream, n, RawWords{static_cast<unsigned char*>(r)});
-    return RSG_STATUS_OK;
-  }
+  using Mapped = MappedWords<Real, mapping, fuses>;
 };
 
 }  // namespace
