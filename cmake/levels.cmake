@@ -17,9 +17,6 @@ set(RAVEN_KERNEL_FLAGS
     -fno-math-errno
     -fno-exceptions
     -fno-rtti)
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  list(APPEND RAVEN_KERNEL_FLAGS -mstackrealign)
-endif()
 
 set(RAVEN_LEVEL_OBJECTS)
 foreach(level RANGE 1 9)

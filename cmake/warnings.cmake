@@ -4,8 +4,9 @@ add_library(raven_build INTERFACE)
 target_compile_features(raven_build INTERFACE cxx_std_20)
 target_include_directories(raven_build INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(raven_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
+# Callers of 32-bit code may align the stack to 4 bytes alone.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  target_compile_options(raven_build INTERFACE -msse2 -mfpmath=sse)
+  target_compile_options(raven_build INTERFACE -msse2 -mfpmath=sse -mstackrealign)
 endif()
 
 set(RAVEN_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
