@@ -58,12 +58,9 @@ struct Shape {
 };
 
 void expectModel(const Shape& shape, const Orders& dorder, std::int32_t rhint) {
-  std::string name = "order " + std::to_string(shape.order) + (shape.uniform ? ", uniform" : "") +
-                     ", rhint " + std::to_string(rhint) + ", " + std::to_string(shape.nsite) +
-                     " sites, dorder";
-  for (const std::int64_t entry : dorder)
-    name.append(" ").append(std::to_string(entry));
-  SCOPED_TRACE(name);
+  SCOPED_TRACE(testing::Message() << "order " << shape.order << ", uniform " << shape.uniform << ", rhint "
+                                  << rhint << ", " << shape.nsite << " sites, dorder "
+                                  << testing::PrintToString(dorder));
   const std::vector<double> x = breakpoints(shape.nx, shape.uniform);
   const std::vector<double> given = shape.uniform ? std::vector<double>{x.front(), x.back()} : x;
   Task task(shape.nx, given, shape.uniform ? DF_XHINT_UNIFORM : DF_XHINT_NONE, shape.ny,
