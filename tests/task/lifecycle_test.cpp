@@ -57,14 +57,23 @@ TEST(TaskCreate, ChecksArgumentsInOrderAndLeavesThePointerAlone) {
   EXPECT_EQ(dfTaskCreate(nullptr, 2, x, 0, 1, y, 0), DF_ERROR_NULL_TASK);
 }
 
-// That searches find their cells with it is tested there.
-TEST(TaskCreate, LookupIsFineEnoughAndStaysInsideThePartition) {
+TEST(TaskCreate, LookupBracketsEveryBreakpointAndStaysInsideThePartition) {
   for (const std::int32_t nx : {2, 3, 17, 255, 256, 272, 5000, 16368, 16384, 40000}) {
-    const Task task(nx, ascending(nx), DF_XHINT_NONE, 1, ascending(nx), 0, {});
+    std::vector<double> x = ascending(nx);
+    for (double& one : x)
+      one = nx % 2 == 0 ? one : (one + 3.0) * (one + 3.0) / 7.0 - 3.0;  // crowded on the left
+    const Task task(nx, x, DF_XHINT_NONE, 1, x, 0, {});
     const std::int64_t cells = std::min(1024, std::max(16, nx / 16));
     ASSERT_EQ(task.get()->lookupCells, cells);
     EXPECT_DOUBLE_EQ(task.get()->lookupInvWidth, static_cast<double>(cells) / 7.0);
     EXPECT_EQ(task.get()->lookup[cells - 1].hi, static_cast<std::uint32_t>(nx - 1));
+    // Midway between neighbouring breakpoints the cell is known.
+    for (std::int32_t i = 0; i + 1 < nx; ++i) {
+      const double distance = 0.5 * (task.x()[i] + task.x()[i + 1]) - task.x()[0];
+      const auto k = std::min(static_cast<std::int64_t>(distance * task.get()->lookupInvWidth), cells - 1);
+      ASSERT_LE(task.get()->lookup[k].lo, static_cast<std::uint32_t>(i)) << nx;
+      ASSERT_GE(task.get()->lookup[k].hi, static_cast<std::uint32_t>(i + 1)) << nx;
+    }
   }
   constexpr std::int32_t nx = 16400;  // 1024 coarse cells: the largest table
   const std::vector<double> sorted = ascending(nx);
