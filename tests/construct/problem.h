@@ -25,21 +25,19 @@ struct Family {
   std::int32_t leastNx;
   std::int32_t icType;
   std::vector<std::int32_t> ends;
-  bool slopesJoin;
-  bool curvaturesJoin;
   int reach;  // cells left of a breakpoint that its value touches, less one; -1: all
 };
 
 inline const std::vector<Family>& families() {
   static const std::vector<Family> table = {
-      {"linear", 2, 0, 2, 0, {0}, false, false, 0},
-      {"quadratic", 3, 0, 2, 0, {128}, true, false, -1},
-      {"second derivatives", 4, 0, 3, 2, {1, 2, 12, 36, 24, 48, 64}, false, true, 0},
-      {"natural", 4, 2, 3, 0, {1, 2, 12, 36, 24, 48, 64}, true, true, -1},
-      {"hermite", 4, 3, 3, 1, {1, 2, 12, 36, 24, 48, 64}, true, false, 0},
-      {"bessel", 4, 4, 4, 0, {1, 2, 12, 36, 24, 48, 64}, true, false, 1},
-      {"akima", 4, 5, 5, 0, {1, 2, 12, 36, 24, 48, 64, 0}, true, false, 2},
-      {"subbotin", 3, 1, 3, 8, {12, 36, 24, 48}, false, false, -1},
+      {"linear", 2, 0, 2, 0, {0}, 0},
+      {"quadratic", 3, 0, 2, 0, {128}, -1},
+      {"second derivatives", 4, 0, 3, 2, {1, 2, 12, 36, 24, 48, 64}, 0},
+      {"natural", 4, 2, 3, 0, {1, 2, 12, 36, 24, 48, 64}, -1},
+      {"hermite", 4, 3, 3, 1, {1, 2, 12, 36, 24, 48, 64}, 0},
+      {"bessel", 4, 4, 4, 0, {1, 2, 12, 36, 24, 48, 64}, 1},
+      {"akima", 4, 5, 5, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 2},
+      {"subbotin", 3, 1, 3, 8, {12, 36, 24, 48}, -1},
   };
   return table;
 }
@@ -163,7 +161,7 @@ inline support::Row localSlopes(const Problem& p, const double* y) {
   return m;
 }
 
-inline support::Row subbotinConditions(const Problem& p, const double* y) {
+inline support::DenseSpline subbotinConditions(const Problem& p, const double* y) {
   const std::size_t n = p.x.size();
   support::DenseSpline dense(p.x, 3);
   for (std::size_t i = 0; i < n; ++i)
@@ -174,7 +172,7 @@ inline support::Row subbotinConditions(const Problem& p, const double* y) {
   }
   dense.require(dense.term(0, p.x[0], (p.bcType & DF_END_LEFT_SLOPE) != 0 ? 1 : 2), p.bc[0]);
   dense.require(dense.term(n - 1, p.x[n - 1], (p.bcType & DF_END_RIGHT_SLOPE) != 0 ? 1 : 2), p.bc[1]);
-  return dense.solve();
+  return dense;
 }
 
 // The condition of a cubic at its left or right end.
@@ -230,8 +228,8 @@ inline void requireEnd(const Problem& p, const double* y, const support::Row& sl
   }
 }
 
-// Coefficients of function f from the conditions that define its spline.
-inline support::Row fromConditions(const Problem& p, std::int32_t f) {
+// The conditions that define the spline of function f.
+inline support::DenseSpline conditions(const Problem& p, std::int32_t f) {
   const double* y = p.y.data() + size(f) * p.x.size();
   const std::int32_t kind = p.family->kind;
   if (p.family->order == 3 && kind == DF_KIND_SUBBOTIN) return subbotinConditions(p, y);
@@ -256,7 +254,7 @@ inline support::Row fromConditions(const Problem& p, std::int32_t f) {
   if (p.family->order == 4)
     for (const bool left : {true, false})
       requireEnd(p, y, slopes, left, dense);
-  return dense.solve();
+  return dense;
 }
 
 }  // namespace problem

@@ -58,23 +58,20 @@ TEST(Demo, CheckFindsWrongResults) {
   const std::vector<double> sites = {-1.0, 0.5, 1.0, 2.0, 2.5};
   const std::int32_t both[2] = {1, 1};
   std::vector<double> ref(10, -77.0);
+  const auto check = [&](std::int32_t ndorder, const std::vector<double>& r) {
+    return checkResults(3, x.data(), 1, 4, coeff.data(), 5, sites.data(), ndorder,
+                        ndorder == 0 ? nullptr : both, r.data(), ref.data());
+  };
   // Sites outside are skipped; a breakpoint belongs to the cell on its right, the last one to the last cell.
   const std::vector<double> right = {7.0, 7.0, 0.5, 1.0, 1.0, 2.0, 3.0, 2.0, 7.0, 7.0};
-  EXPECT_EQ(checkResults(3, x.data(), 1, 4, coeff.data(), 5, sites.data(), 2, both, right.data(), ref.data()),
-            1);
+  EXPECT_EQ(check(2, right), 1);
   EXPECT_EQ(ref, (std::vector<double>{0.0, 0.0, 0.5, 1.0, 1.0, 2.0, 3.0, 2.0, 0.0, 0.0}));
   std::vector<double> wrong = right;
   wrong[5] += 0.011;
-  EXPECT_EQ(checkResults(3, x.data(), 1, 4, coeff.data(), 5, sites.data(), 2, both, wrong.data(), ref.data()),
-            -1);
+  EXPECT_EQ(check(2, wrong), -1);
   wrong[5] = right[5] + 0.009;
-  EXPECT_EQ(checkResults(3, x.data(), 1, 4, coeff.data(), 5, sites.data(), 2, both, wrong.data(), ref.data()),
-            1);
-  // Without selectors the value alone is checked.
-  const std::vector<double> value = {7.0, 0.5, 1.0, 3.5, 7.0};
-  EXPECT_EQ(
-      checkResults(3, x.data(), 1, 4, coeff.data(), 5, sites.data(), 0, nullptr, value.data(), ref.data()),
-      -1);
+  EXPECT_EQ(check(2, wrong), 1);
+  EXPECT_EQ(check(0, {7.0, 0.5, 1.0, 3.5, 7.0}), -1) << "without selectors the value alone is checked";
 }
 
 TEST(Demo, SineIsSampledFromEndToEnd) {

@@ -1,17 +1,12 @@
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <limits>
-#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "interp/spline_model.h"
-#include "runtime/level_table.h"
-#include "runtime/work_share.h"
 #include "support/compare.h"
-#include "support/levels.h"
 #include "support/task.h"
 #include "task/df_task.h"
 
@@ -21,12 +16,11 @@ namespace {
 
 using support::close;
 using support::Expected;
+using support::interpolate;
 using support::ModelCall;
 using support::same;
-using support::Settings;
 using support::Task;
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr std::size_t guard = 7;
 using Orders = std::vector<std::int64_t>;
 
@@ -64,12 +58,9 @@ struct Shape {
 };
 
 void expectModel(const Shape& shape, const Orders& dorder, std::int32_t rhint) {
-  std::string name = "order " + std::to_string(shape.order) + (shape.uniform ? ", uniform" : "") +
-                     ", rhint " + std::to_string(rhint) + ", " + std::to_string(shape.nsite) +
-                     " sites, dorder";
-  for (const std::int64_t entry : dorder)
-    name.append(" ").append(std::to_string(entry));
-  SCOPED_TRACE(name);
+  SCOPED_TRACE(testing::Message() << "order " << shape.order << ", uniform " << shape.uniform << ", rhint "
+                                  << rhint << ", " << shape.nsite << " sites, dorder "
+                                  << testing::PrintToString(dorder));
   const std::vector<double> x = breakpoints(shape.nx, shape.uniform);
   const std::vector<double> given = shape.uniform ? std::vector<double>{x.front(), x.back()} : x;
   Task task(shape.nx, given, shape.uniform ? DF_XHINT_UNIFORM : DF_XHINT_NONE, shape.ny,
@@ -80,11 +71,7 @@ void expectModel(const Shape& shape, const Orders& dorder, std::int32_t rhint) {
   const ModelCall call = {x, &task.coeff(), shape.order, shape.ny, sitesOver(x, shape.nsite), dorder, rhint};
   const Expected expected = expectedResults(call, guard);
   std::vector<double> r(expected.r.size(), -77.0);
-  const std::vector<std::int32_t> narrow(dorder.begin(), dorder.end());
-  EXPECT_EQ(dfTaskInterpolate(task.get(), DF_WANT_INTERPOLATE, 1, static_cast<std::int32_t>(shape.nsite),
-                              call.sites.data(), 0, static_cast<std::int32_t>(dorder.size()),
-                              dorder.empty() ? nullptr : narrow.data(), nullptr, r.data(), rhint, nullptr),
-            DF_STATUS_OK);
+  EXPECT_EQ(interpolate(task, {call.sites, {dorder.begin(), dorder.end()}, rhint}, r), DF_STATUS_OK);
   EXPECT_TRUE(close(r, expected.r, expected.tolerance));
 }
 
@@ -133,6 +120,9 @@ TEST(Evaluate, IsRightAtEveryNumberOfSitesAndBreakpoints) {
       }
   for (const std::int32_t nx : {2, 3, 16, 17, 101, 700})
     expectModel({4, DF_KIND_HERMITE, nx, 3, false, 300}, {1}, 0);
+  // Few functions share the frame; many go through the scratch that a call asks for.
+  for (const std::int32_t ny : {1, 2, 16, 17, 40, 500})
+    expectModel({2, 0, 4, ny, false, 301}, {1, 1, 1}, DF_RESULTS_SITES_INNER);
 }
 
 TEST(Evaluate, ReadsRequestsOf64Bits) {
@@ -152,95 +142,40 @@ TEST(Evaluate, ReadsRequestsOf64Bits) {
   EXPECT_TRUE(close(r, expected.r, expected.tolerance));
 }
 
-TEST(Evaluate, TiesOfTheQuasiUniformPathTakeThePieceOnTheLeft) {
-  Task task(3, {0.0, 0.5, 2.0}, DF_XHINT_QUASI_UNIFORM, 1, std::vector<double>(3), 0,
-            {2, 0, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
-  task.coeff() = {1.0, 2.0, 100.0, 200.0};
-  const double site = 0.5;
-  double r = 0.0;
-  EXPECT_EQ(dfTaskInterpolate(task.get(), 1, 1, 1, &site, 0, 0, nullptr, nullptr, &r, 0, nullptr),
-            DF_STATUS_OK);
-  EXPECT_EQ(r, 2.0);
-}
-
-// The pieces are constants that tell their number.
+// The curvature of a piece tells its number.
 TEST(Evaluate, SubbotinPiecesJoinAtTheKnots) {
   const std::vector<double> sites = {-5.0, 0.0, 0.4, 0.5, 0.9, 1.0, 1.49, 1.5, 2.0, 2.49, 2.5, 3.0, 9.0};
   const double knots[5] = {0.0, 0.25, 1.25, 2.75, 3.0};
   const double knotEnds[2] = {0.5, 2.5};
-  struct Rule {
+  const struct {
     const char* name;
     std::int32_t icType;
     const double* ic;
-    std::vector<double> want;
-  };
-  const Rule rules[] = {
+    std::vector<double> pieces;
+  } rules[] = {
       {"knot array from its first element", DF_IC_KNOTS, knots, {0, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3, 3, 3}},
       {"knot array from its second element", DF_IC_KNOTS, knots + 1, {0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3}},
       {"two knots", DF_IC_KNOTS | DF_IC_KNOT_ENDS, knotEnds, {0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3}},
       {"midpoints", DF_IC_NONE, nullptr, {0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3}},
   };
-  for (const Rule& rule : rules) {
+  for (const auto& rule : rules) {
     for (const bool uniform : {false, true}) {
       SCOPED_TRACE(std::string(rule.name) + (uniform ? ", uniform" : ""));
       Task task(4, uniform ? std::vector<double>{0.0, 3.0} : std::vector<double>{0.0, 1.0, 2.0, 3.0},
                 uniform ? DF_XHINT_UNIFORM : DF_XHINT_NONE, 1, std::vector<double>(4), 0,
                 {3, DF_KIND_SUBBOTIN, DF_END_NONE, nullptr, rule.icType, rule.ic});
       ASSERT_EQ(task.status, DF_STATUS_OK);
-      for (std::size_t q = 0; q < 4; ++q) {
-        task.coeff()[3 * q] = static_cast<double>(q);
-        task.coeff()[3 * q + 1] =
-            1.0;  // the first derivative is 1, the distance to x_q the rest of the value
-        task.coeff()[3 * q + 2] = 0.0;
+      // Piece q is q + (s - x_q) + q/2 (s - x_q)^2, and x_q is q.
+      std::vector<double> want;
+      task.coeff() = {0.0, 1.0, 0.0, 1.0, 1.0, 0.5, 2.0, 1.0, 1.0, 3.0, 1.0, 1.5};
+      for (std::size_t i = 0; i < sites.size(); ++i) {
+        const double q = rule.pieces[i];
+        const double t = sites[i] - q;
+        want.insert(want.end(), {(0.5 * q * t + 1.0) * t + q, q});
       }
-      const auto nsite = static_cast<std::int32_t>(sites.size());
-      std::vector<double> r(sites.size(), -77.0);
-      EXPECT_EQ(dfTaskInterpolate(task.get(), 1, 1, nsite, sites.data(), 0, 0, nullptr, nullptr, r.data(), 0,
-                                  nullptr),
-                DF_STATUS_OK);
-      // Piece q is q + (s - x_q), and x_q is q: the value tells s; curvature tells the piece.
-      EXPECT_TRUE(same(r, sites));
-      for (std::size_t q = 0; q < 4; ++q)
-        task.coeff()[3 * q + 2] = 0.5 * static_cast<double>(q);
-      const std::int32_t second[3] = {0, 0, 1};
-      EXPECT_EQ(dfTaskInterpolate(task.get(), 1, 1, nsite, sites.data(), 0, 3, second, nullptr, r.data(), 0,
-                                  nullptr),
-                DF_STATUS_OK);
-      EXPECT_TRUE(same(r, rule.want));
-    }
-  }
-}
-
-// No level fuses, so that vectors, tails and levels give the same bits.
-TEST(Evaluate, LevelsGiveTheSameBits) {
-  const rvn::WorkShareTable& workShare = rvn::workShareTables[rvn::interpolateWorkShareRow];
-  const std::int32_t all[] = {1, 1, 1, 1, 1, 1};
-  for (const bool uniform : {false, true}) {
-    const std::vector<double> x = breakpoints(300, uniform);
-    std::vector<double> sites = sitesOver(x, 333);
-    sites.insert(sites.end(), {nan, 1e300, -1e300});
-    const auto nsite = static_cast<std::int64_t>(sites.size());
-    for (const std::int32_t order : {2, 3, 4, 6}) {
-      Task task(300, uniform ? std::vector<double>{x.front(), x.back()} : x,
-                uniform ? DF_XHINT_UNIFORM : DF_XHINT_NONE, 1, std::vector<double>(300), 0,
-                {order, 0, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
-      fill(task.coeff());
-      std::vector<double> first;
-      std::vector<std::int32_t> firstCells;
-      for (const std::int32_t level : support::runnableLevels()) {
-        SCOPED_TRACE("level " + std::to_string(level) + ", order " + std::to_string(order));
-        std::vector<double> r(6 * sites.size(), -77.0);
-        std::vector<std::int32_t> cells(sites.size(), -9);
-        const rvn::InterpolateCall call = {3,       1,        nsite, sites.data(), 0,       6,      all,
-                                           nullptr, r.data(), 32,    cells.data(), nullptr, nullptr};
-        EXPECT_EQ(rvn::levelTables[level]->interp->interpolate(*task.get(), call, workShare), 0);
-        if (first.empty()) {
-          first = r;
-          firstCells = cells;
-        }
-        EXPECT_TRUE(same(r, first));
-        EXPECT_TRUE(same(cells, firstCells));
-      }
+      std::vector<double> r(want.size(), -77.0);
+      EXPECT_EQ(interpolate(task, {sites, {1, 0, 1}, DF_RESULTS_DERIVS_INNER}, r), DF_STATUS_OK);
+      EXPECT_TRUE(same(r, want));
     }
   }
 }

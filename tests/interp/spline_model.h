@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "support/dense_spline.h"
+
 #include <raven/data_fitting.h>
 
 namespace support {
@@ -17,25 +19,6 @@ struct Expected {
   std::vector<double> r;
   std::vector<double> tolerance;
 };
-
-// sum over j >= k of c_j j (j-1) .. (j-k+1) t^(j-k), and the sum of the magnitudes.
-inline void derivative(const double* c, std::int64_t order, std::int64_t k, long double t, double& value,
-                       double& tolerance) {
-  long double sum = 0.0L;
-  long double magnitude = 0.0L;
-  for (std::int64_t j = k; j < order; ++j) {
-    long double term = c[j];
-    for (std::int64_t m = 0; m < k; ++m)
-      term *= static_cast<long double>(j - m);
-    for (std::int64_t m = k; m < j; ++m)
-      term *= t;
-    sum += term;
-    magnitude += std::fabs(term);
-  }
-  value = static_cast<double>(sum);
-  // 2 roundings per Horner step and one in t, which counts once per power.
-  tolerance = static_cast<double>(magnitude) * 4.0 * static_cast<double>(order) * 0x1p-53;
-}
 
 struct ModelCall {
   std::vector<double> x;  // all breakpoints
@@ -64,14 +47,14 @@ inline Expected expectedResults(const ModelCall& call, std::size_t guard) {
   const auto total = static_cast<std::size_t>(call.functions * nres * nsite);
   Expected expected = {std::vector<double>(total + guard, 0.0), std::vector<double>(total + guard, 0.0)};
   std::fill(expected.r.end() - static_cast<std::ptrdiff_t>(guard), expected.r.end(), -77.0);
+  const DenseSpline spline(call.x, static_cast<std::size_t>(call.order));
   for (std::int64_t f = 0; f < call.functions; ++f) {
     for (std::int64_t i = 0; i < nsite; ++i) {
       const double s = call.sites[static_cast<std::size_t>(i)];
       std::int64_t q = 0;
       while (q < nx - 2 && s >= call.x[static_cast<std::size_t>(q + 1)])
         ++q;
-      const double* c = call.coeff->data() + (f * (nx - 1) + q) * call.order;
-      const long double t = static_cast<long double>(s) - call.x[static_cast<std::size_t>(q)];
+      const double* c = call.coeff->data() + f * (nx - 1) * call.order;
       for (std::int64_t k = 0; k < std::min<std::int64_t>(nres, std::ssize(requests)); ++k) {
         const std::int64_t wanted = requests[static_cast<std::size_t>(k)];
         // The constant derivative of splines of order 5 and above is not computed.
@@ -79,7 +62,17 @@ inline Expected expectedResults(const ModelCall& call, std::size_t guard) {
         const bool derivsInner = call.rhint == DF_RESULTS_DERIVS_INNER || call.rhint == 128;
         const auto at =
             static_cast<std::size_t>(derivsInner ? (f * nsite + i) * nres + k : (f * nres + k) * nsite + i);
-        derivative(c, call.order, wanted, t, expected.r[at], expected.tolerance[at]);
+        long double sum = 0.0L;
+        long double magnitude = 0.0L;
+        for (const auto& [power, factor] :
+             spline.term(static_cast<std::size_t>(q), s, static_cast<int>(wanted))) {
+          sum += factor * c[power];
+          magnitude += std::fabs(factor * c[power]);
+        }
+        expected.r[at] = static_cast<double>(sum);
+        // 2 roundings per Horner step and one in t, which counts once per power.
+        expected.tolerance[at] =
+            static_cast<double>(magnitude) * 4.0 * static_cast<double>(call.order) * 0x1p-53;
       }
     }
   }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <string>
+#include <type_traits>
 #include <unistd.h>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "runtime/memory_state.h"
 #include "runtime/messages.h"
 #include "runtime/reproducibility.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -55,19 +57,20 @@ FakeProcessor without(FakeProcessor p, std::uint32_t FakeProcessor::*word, int b
   return p;
 }
 
-FakeProcessor withState(FakeProcessor p, std::uint64_t xcr0) {
-  p.xcr0 = xcr0;
-  return p;
+// The same with another value of one member.
+template <class T>
+auto withOther(T FakeProcessor::*member) {
+  return [member](FakeProcessor p, std::type_identity_t<T> value) {
+    p.*member = value;
+    return p;
+  };
 }
+const auto withState = withOther(&FakeProcessor::xcr0);
+const auto withVendor = withOther(&FakeProcessor::vendor);
+const auto withHighestLeaf = withOther(&FakeProcessor::highestLeaf);
 
-FakeProcessor otherVendor(FakeProcessor p) {
-  p.vendor = "GenuineOther";
-  return p;
-}
-
-FakeProcessor withHighestLeaf(FakeProcessor p, std::uint32_t leaf) {
-  p.highestLeaf = leaf;
-  return p;
+FakeProcessor otherVendor(const FakeProcessor& p) {
+  return withVendor(p, "GenuineOther");
 }
 
 TEST(Detection, LevelAndSolverClass) {
@@ -98,6 +101,7 @@ TEST(Detection, LevelAndSolverClass) {
       {"no FXSR", without(haswell, &FakeProcessor::leaf1Edx, 24), 9, 6},
       {"highest leaf 1", withHighestLeaf(haswell, 1), 9, 6},
       {"other vendor", otherVendor(haswell), 2, 5},
+      {"the vendor's letters in another order", withVendor(haswell, "GenutraineVe"), 2, 5},
       {"other vendor, old", otherVendor(northwood), 2, 2},
   };
   for (const auto& c : cases) {
@@ -187,35 +191,63 @@ TEST(DetectionDeathTest, ProcessorWithoutSse2EndsTheProcess) {
   EXPECT_EQ(rvn::detectCpuType(1), 2);
 }
 
-TEST(Detection, LevelOverride) {
-  constexpr std::int32_t detected = 9;
+TEST(Detection, EnvironmentOverridesDetection) {
+  const char* const level = "RVN_KERNEL_LEVEL_FORCE";
+  const char* const solverClass = "RVN_DEBUG_CPU_TYPE";
+  const char* const anyVendor = "RVN_ANY_VENDOR";
+  const FakeProcessor other = otherVendor(haswell);
   const struct {
+    const FakeProcessor& processor;
+    const char* variable;
     const char* value;
     std::int32_t level;
+    std::int32_t solverClass;
   } cases[] = {
-      {"0", 0},
-      {"7", 7},
-      {"9", 9},
-      {"07", 7},
-      {"00", 0},
-      {"10", detected},
-      {"99", detected},
-      {":", detected},
-      {"a", detected},
-      {"123", detected},
-      {"", detected},
-      {"/", detected},
-      {".", -2},
-      {"-1", -29},
-      {"0000000000000000000000000000001", detected},
-      {"00000000000000000000000000000000000007", detected},
+      {haswell, level, "0", 0, 7},
+      {haswell, level, "7", 7, 7},
+      {haswell, level, "9", 9, 7},
+      {haswell, level, "07", 7, 7},
+      {haswell, level, "00", 0, 7},
+      {haswell, level, "10", 9, 7},
+      {haswell, level, "99", 9, 7},
+      {haswell, level, ":", 9, 7},
+      {haswell, level, "a", 9, 7},
+      {haswell, level, "123", 9, 7},
+      {haswell, level, "", 9, 7},
+      {haswell, level, "/", 9, 7},
+      {haswell, level, ".", -2, 7},
+      {haswell, level, "-1", -29, 7},
+      {haswell, level, "0000000000000000000000000000001", 9, 7},
+      {haswell, level, "00000000000000000000000000000000000007", 9, 7},
+      {haswell, solverClass, "2", 9, 2},
+      {haswell, solverClass, "7", 9, 7},
+      {haswell, solverClass, "5", 9, 5},
+      {haswell, solverClass, "4x", 9, 4},
+      {haswell, solverClass, " 3", 9, 3},
+      {haswell, solverClass, "8", 9, 7},
+      {haswell, solverClass, "1", 9, 7},
+      {haswell, solverClass, "0", 9, 7},
+      {haswell, solverClass, "", 9, 7},
+      {haswell, solverClass, "AVX", 9, 7},
+      {haswell, solverClass, "-3", 9, 7},
+      {haswell, solverClass, "99999999999999999999", 9, 7},
+      {haswell, solverClass, "00000000000000000000000000000005", 9, 7},
+      {other, anyVendor, "1", 9, 7},
+      {other, anyVendor, "0", 9, 7},
+      {other, anyVendor, "yes, please", 9, 7},
+      {other, anyVendor, "", 2, 5},
   };
   for (const auto& c : cases) {
-    boot(haswell, {{"RVN_KERNEL_LEVEL_FORCE", c.value}});
-    EXPECT_EQ(rvn::cpuLevel(), c.level) << "'" << c.value << "'";
+    boot(c.processor, {{c.variable, c.value}});
+    EXPECT_EQ(rvn::cpuLevel(), c.level) << c.variable << " '" << c.value << "'";
+    EXPECT_EQ(rvn::solverCpuType(), c.solverClass) << c.variable << " '" << c.value << "'";
   }
-  boot(otherVendor(pentium3), {{"RVN_KERNEL_LEVEL_FORCE", "8"}});
+  boot(otherVendor(pentium3), {{level, "8"}});
   EXPECT_EQ(rvn::cpuLevel(), 8) << "the processor is not asked";
+  boot(haswell, {{solverClass, "6"}, {"RVN_CBWR", "SSE2"}});
+  EXPECT_EQ(rvn::solverCpuType(), 6) << "before the mode";
+  boot(other, {{anyVendor, "1"}, {"RVN_CBWR", "SSE3"}});
+  EXPECT_EQ(rvn::cpuLevel(), 4);
 }
 
 TEST(Detection, LevelOutsideTheTableLeavesTheSlotEmpty) {
@@ -306,50 +338,6 @@ TEST(Detection, ModesThatTheEnvironmentCannotReach) {
   EXPECT_EQ(rvn::solverCpuType(), 3);
 }
 
-TEST(Detection, ForcedSolverClass) {
-  constexpr std::int32_t detected = 7;
-  const struct {
-    const char* value;
-    std::int32_t solverClass;
-  } cases[] = {
-      {"2", 2},
-      {"7", 7},
-      {"5", 5},
-      {"4x", 4},
-      {" 3", 3},
-      {"8", detected},
-      {"1", detected},
-      {"0", detected},
-      {"", detected},
-      {"AVX", detected},
-      {"-3", detected},
-      {"99999999999999999999", detected},
-      {"00000000000000000000000000000005", detected},
-  };
-  for (const auto& c : cases) {
-    boot(haswell, {{"RVN_DEBUG_CPU_TYPE", c.value}});
-    EXPECT_EQ(rvn::solverCpuType(), c.solverClass) << "'" << c.value << "'";
-  }
-  boot(haswell, {{"RVN_DEBUG_CPU_TYPE", "6"}, {"RVN_CBWR", "SSE2"}});
-  EXPECT_EQ(rvn::solverCpuType(), 6) << "before the mode";
-}
-
-TEST(Detection, AnyVendor) {
-  for (const char* value : {"1", "0", "yes, please"}) {
-    boot(otherVendor(haswell), {{"RVN_ANY_VENDOR", value}});
-    EXPECT_EQ(rvn::cpuLevel(), 9) << value;
-    EXPECT_EQ(rvn::solverCpuType(), 7) << value;
-  }
-  boot(otherVendor(haswell), {{"RVN_ANY_VENDOR", "1"}, {"RVN_CBWR", "SSE3"}});
-  EXPECT_EQ(rvn::cpuLevel(), 4);
-  boot(otherVendor(haswell), {{"RVN_ANY_VENDOR", ""}});
-  EXPECT_EQ(rvn::cpuLevel(), 2);
-  FakeProcessor shuffled = haswell;
-  shuffled.vendor = "GenutraineVe";
-  boot(shuffled);
-  EXPECT_EQ(rvn::cpuLevel(), 2);
-}
-
 TEST(Detection, AllocatorEnvironment) {
   const struct {
     std::map<std::string, std::string> environment;
@@ -376,11 +364,7 @@ TEST(Detection, AllocatorEnvironment) {
 TEST(Detection, MessageCatalogue) {
   constexpr std::uint32_t highBit = 0x80000000;
   const std::string builtIn = "Vetra RVN ERROR: CPU 3 is not supported.\n";
-  const auto printed = [] {
-    testing::internal::CaptureStdout();
-    rvn::rvnPrintMessage(0, 1213, 1, 3);
-    return testing::internal::GetCapturedStdout();
-  };
+  const auto printed = [] { return support::printed([] { rvn::rvnPrintMessage(0, 1213, 1, 3); }); };
   boot(haswell);
   EXPECT_EQ(printed(), builtIn);
   EXPECT_EQ(machine.catalogueName, "1031/rvn_msg.dll");

@@ -18,43 +18,15 @@ namespace {
 using rvn::rvnFree;
 using rvn::rvnMalloc;
 
-// A heap of the test's own, which counts.
-std::atomic<int> heapAllocations{0};
-std::atomic<int> heapFrees{0};
-std::atomic<bool> heapExhausted{false};
-
-class CountingHeap {
- public:
-  CountingHeap() : kept_(rvn::heapHooks) {
-    heapAllocations = 0;
-    heapFrees = 0;
-    heapExhausted = false;
-    rvn::heapHooks.allocate = [](std::size_t size) -> void* {
-      ++heapAllocations;
-      return heapExhausted ? nullptr : std::malloc(size);
-    };
-    rvn::heapHooks.free = [](void* block) {
-      ++heapFrees;
-      std::free(block);
-    };
-  }
-  CountingHeap(const CountingHeap&) = delete;
-  CountingHeap& operator=(const CountingHeap&) = delete;
-  ~CountingHeap() { rvn::heapHooks = kept_; }
-
- private:
-  rvn::HeapHooks kept_;
-};
-
-// Runs `body` on a thread whose cache is empty: a record that an ended thread of the same identity left is
+// Runs body(heap) on a thread whose cache is empty: a record that an ended thread of the same identity left is
 // given up.
 template <class Body>
 void onFreshThread(Body body) {
-  const CountingHeap heap;
+  support::FailingHeap heap(0);
   std::thread([&] {
     for (std::atomic<std::uint64_t>& owner : rvn::mmState.threadIds)
       if (owner == rvn::threadIdentity()) owner = 0;
-    body();
+    body(heap);
   }).join();
 }
 
@@ -78,7 +50,7 @@ TEST(Memory, AlignmentOfEveryBlock) {
     std::size_t given;
   } cases[] = {{-128, 64}, {0, 64},   {1, 64},      {32, 64}, {63, 64},   {64, 64},   {100, 64},
                {128, 128}, {192, 64}, {4096, 4096}, {96, 64}, {256, 256}, {4095, 64}, {1 << 20, 1 << 20}};
-  onFreshThread([&] {
+  onFreshThread([&](support::FailingHeap&) {
     for (const auto& c : cases) {
       std::vector<void*> blocks;
       for (int i = 0; i < 8; ++i) {  // cache and heap path
@@ -97,14 +69,14 @@ TEST(Memory, AlignmentOfEveryBlock) {
 }
 
 TEST(Memory, CacheHandsOutByBestFit) {
-  onFreshThread([] {
+  onFreshThread([](support::FailingHeap& heap) {
     void* const small = rvnMalloc(1000, 128);
     void* const large = rvnMalloc(9000, 128);
     void* const middle = rvnMalloc(5000, 128);
-    EXPECT_EQ(heapAllocations, 4) << "the thread's record and three blocks";
+    EXPECT_EQ(heap.calls(), 4) << "the thread's record and three blocks";
     for (void* block : {small, large, middle})
       rvnFree(block);
-    EXPECT_EQ(heapFrees, 0);
+    EXPECT_EQ(heap.frees(), 0);
     const struct {
       std::size_t size;
       void* block;
@@ -116,15 +88,15 @@ TEST(Memory, CacheHandsOutByBestFit) {
       rvnFree(block);
     }
     EXPECT_EQ(slotOf(middle)->capacity, 5128u) << "a smaller request keeps the capacity";
-    EXPECT_EQ(heapAllocations, 4);
+    EXPECT_EQ(heap.calls(), 4);
     // None is large enough: two more slots, then the first smaller block is replaced.
     void* const fourth = rvnMalloc(20000, 128);
     void* const fifth = rvnMalloc(20001, 128);
-    EXPECT_EQ(heapAllocations, 6);
-    EXPECT_EQ(heapFrees, 0);
+    EXPECT_EQ(heap.calls(), 6);
+    EXPECT_EQ(heap.frees(), 0);
     void* const replaced = rvnMalloc(30000, 128);
-    EXPECT_EQ(heapAllocations, 7);
-    EXPECT_EQ(heapFrees, 1);
+    EXPECT_EQ(heap.calls(), 7);
+    EXPECT_EQ(heap.frees(), 1);
     EXPECT_EQ(slotOf(replaced)->capacity, 30128u);
     EXPECT_EQ(slotOf(replaced) + 1, slotOf(large)) << "the first slot";
     for (void* block : {fourth, fifth, replaced})
@@ -133,7 +105,7 @@ TEST(Memory, CacheHandsOutByBestFit) {
 }
 
 TEST(Memory, SixthBlockAndLargeBlocksComeFromTheHeap) {
-  onFreshThread([] {
+  onFreshThread([](support::FailingHeap& heap) {
     std::vector<void*> blocks;
     for (int i = 0; i < 6; ++i)
       blocks.push_back(rvnMalloc(500, 128));
@@ -149,7 +121,7 @@ TEST(Memory, SixthBlockAndLargeBlocksComeFromTheHeap) {
     EXPECT_LE(address(blocks[5]) + 500, address(raw) + total);
     for (void* block : blocks)
       rvnFree(block);
-    EXPECT_EQ(heapFrees, 1);
+    EXPECT_EQ(heap.frees(), 1);
 
     constexpr std::size_t limit = 0x2800000;
     void* const cached = rvnMalloc(limit, 128);
@@ -162,23 +134,23 @@ TEST(Memory, SixthBlockAndLargeBlocksComeFromTheHeap) {
 }
 
 TEST(Memory, ExhaustedHeapLeavesTheCacheUsable) {
-  onFreshThread([] {
-    heapExhausted = true;
+  onFreshThread([](support::FailingHeap& heap) {
+    heap.exhaust(true);
     EXPECT_EQ(rvnMalloc(700, 128), nullptr) << "no record, no block";
-    heapExhausted = false;
+    heap.exhaust(false);
     std::vector<void*> blocks;
     for (int i = 0; i < 5; ++i) {
-      heapExhausted = true;
+      heap.exhaust(true);
       EXPECT_EQ(rvnMalloc(700, 128), nullptr) << "slot " << i;
-      heapExhausted = false;
+      heap.exhaust(false);
       blocks.push_back(rvnMalloc(700, 128));
       EXPECT_NE(slotOf(blocks.back()), nullptr) << i;
     }
-    heapExhausted = true;
+    heap.exhaust(true);
     EXPECT_EQ(rvnMalloc(700, 128), nullptr) << "heap path";
     rvnFree(blocks[2]);
     EXPECT_EQ(rvnMalloc(70000, 128), nullptr) << "replacing a block";
-    heapExhausted = false;
+    heap.exhaust(false);
     void* const again = rvnMalloc(700, 128);
     EXPECT_NE(slotOf(again), nullptr) << "the slot serves on";
     blocks[2] = again;
@@ -190,30 +162,15 @@ TEST(Memory, ExhaustedHeapLeavesTheCacheUsable) {
     EXPECT_EQ(rvnMalloc(size, 128), nullptr) << "the total overflows";
 }
 
-TEST(Memory, FailingHeapSeesEveryBlockOfTheLibrary) {
-  for (void* block : {rvnMalloc(64, 128), rvnMalloc(640, 128)})
-    rvnFree(block);
-  const support::FailingHeap heap(2);
-  void* const first = rvnMalloc(64, 128);
-  EXPECT_NE(first, nullptr);
-  EXPECT_FALSE(heap.failed());
-  EXPECT_EQ(rvnMalloc(64, 128), nullptr);
-  EXPECT_TRUE(heap.failed());
-  EXPECT_EQ(heap.live(), 1);
-  rvnFree(first);
-  EXPECT_EQ(heap.live(), 0);
-  EXPECT_EQ(heap.calls(), 2);
-}
-
 TEST(MemoryThreads, BlockFreedElsewhereStaysInItsOwnersCache) {
-  onFreshThread([] {
+  onFreshThread([](support::FailingHeap& heap) {
     void* const block = rvnMalloc(3000, 128);
     std::memset(block, 1, 3000);
     std::thread([block] {
       std::memset(block, 2, 3000);
       rvnFree(block);
     }).join();
-    EXPECT_EQ(heapFrees, 0);
+    EXPECT_EQ(heap.frees(), 0);
     EXPECT_EQ(rvnMalloc(3000, 128), block);
     rvnFree(block);
   });

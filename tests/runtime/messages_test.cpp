@@ -6,14 +6,11 @@
 #include <unistd.h>
 #include <vector>
 
+#include "support/printed.h"
+
 namespace {
 
-template <class Body>
-std::string printed(Body body) {
-  testing::internal::CaptureStdout();
-  body();
-  return testing::internal::GetCapturedStdout();
-}
+using support::printed;
 
 std::string lines(const std::vector<std::string>& texts) {
   std::string all;
@@ -93,7 +90,7 @@ TEST(Messages, FirstHandlerWins) {
   rvn::messageState.parameterErrorHandler = nullptr;
   const std::int32_t info = 2;
   EXPECT_EQ(printed([&] { rvn::rvnReportError("DDTTRSB", &info, 7); }),
-            "\nVetra RVN ERROR: Parameter 2 was incorrect on entry to DDTTRSB.\n");
+            support::parameterReport(2, "DDTTRSB"));
   rvn::rvnSetParameterErrorHandler([](const char* name, const std::int32_t* at, std::int32_t length) {
     handled = std::string(name, static_cast<std::size_t>(length)) + std::to_string(*at);
   });

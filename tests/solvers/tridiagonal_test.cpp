@@ -4,7 +4,11 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "support/compare.h"
+#include "support/printed.h"
 
 #include <raven/tridiagonal.h>
 
@@ -48,19 +52,13 @@ TEST(Tridiagonal, SolvesSystemsOfEveryShape) {
     for (const std::int32_t nrhs : {1, 2, 7, 8, 9, 16, 17}) {
       const System system(n, static_cast<std::uint32_t>(100 * n + nrhs));
       const std::int32_t ldb = n + 3;
-      std::mt19937 random(3);
-      std::uniform_real_distribution<double> value(-1.0, 1.0);
-      std::vector<double> expected(static_cast<std::size_t>(ldb) * static_cast<std::size_t>(nrhs), -77.0);
-      std::vector<double> b = expected;
+      std::vector<double> expected;
+      std::vector<double> b;
       for (std::int32_t j = 0; j < nrhs; ++j) {
-        std::vector<double> z(static_cast<std::size_t>(n));
-        for (double& a : z)
-          a = value(random);
-        const std::vector<double> column = system.times(z);
-        for (std::size_t i = 0; i < z.size(); ++i) {
-          const std::size_t at = static_cast<std::size_t>(j) * static_cast<std::size_t>(ldb) + i;
-          expected[at] = z[i];
-          b[at] = column[i];
+        const std::vector<double> z = System(n, static_cast<std::uint32_t>(j)).dl;
+        for (auto [whole, column] : {std::pair{&expected, z}, std::pair{&b, system.times(z)}}) {
+          whole->insert(whole->end(), column.begin(), column.end());
+          whole->insert(whole->end(), 3, -77.0);
         }
       }
       System one = system;
@@ -69,18 +67,16 @@ TEST(Tridiagonal, SolvesSystemsOfEveryShape) {
       DDTSVB(&n, &nrhs, one.dl.data(), one.d.data(), one.du.data(), bOne.data(), &ldb, &info);
       ASSERT_EQ(info, 0);
       System two = system;
-      std::vector<double> bTwo = b;
       DDTTRFB(&n, two.dl.data(), two.d.data(), two.du.data(), &info);
       ASSERT_EQ(info, 0);
-      DDTTRSB("n", &n, &nrhs, two.dl.data(), two.d.data(), two.du.data(), bTwo.data(), &ldb, &info);
+      DDTTRSB("n", &n, &nrhs, two.dl.data(), two.d.data(), two.du.data(), b.data(), &ldb, &info);
       ASSERT_EQ(info, 0);
       EXPECT_EQ(one.d, two.d);
       EXPECT_EQ(one.dl, two.dl);
       EXPECT_EQ(two.du, system.du);
-      for (std::size_t i = 0; i < expected.size(); ++i) {
-        ASSERT_NEAR(bOne[i], expected[i], 1e-13) << "n " << n << " nrhs " << nrhs << " element " << i;
-        ASSERT_NEAR(bTwo[i], expected[i], 1e-13) << "n " << n << " nrhs " << nrhs << " element " << i;
-      }
+      const std::vector<double> tolerance(b.size(), 1e-13);
+      ASSERT_TRUE(support::close(bOne, expected, tolerance)) << "n " << n << " nrhs " << nrhs;
+      ASSERT_TRUE(support::close(b, expected, tolerance)) << "n " << n << " nrhs " << nrhs;
     }
   }
 }
@@ -170,63 +166,42 @@ TEST(Tridiagonal, ReportsBadArgumentsAndTouchesNothing) {
   const std::int32_t two = 2;
   const std::int32_t three = 3;
   std::vector<double> a(8, -77.0);
-  double* p = a.data();
-  const auto report = [](const char* name, int position) {
-    return "\nVetra RVN ERROR: Parameter " + std::to_string(position) + " was incorrect on entry to " + name +
-           ".\n";
-  };
-  struct Case {
-    const char* name;
-    void (*call)(double* p, const std::int32_t* n, const std::int32_t* nrhs, const std::int32_t* ldb,
-                 std::int32_t* info);
+  const struct {
+    std::string name;
+    const char* trans;
     const std::int32_t* n;
     const std::int32_t* nrhs;
     const std::int32_t* ldb;
+    double* arrays;
     std::int32_t info;
+  } cases[] = {
+      {"DDTSVB", "", &minus, &minus, &minus, a.data(), -1},
+      {"DDTSVB", "", &two, &minus, &zero, a.data(), -2},
+      {"DDTSVB", "", &three, &two, &two, a.data(), -7},
+      {"DDTSVB", "", nullptr, &two, &two, a.data(), -1},
+      {"DDTSVB", "", &two, &two, &two, nullptr, -3},
+      {"DDTTRFB", "", &minus, nullptr, nullptr, a.data(), -1},
+      {"DDTTRSB", "Q", &minus, &minus, &zero, a.data(), -1},
+      {"DDTTRSB", "T", &minus, &minus, &zero, a.data(), -2},
+      {"DDTTRSB", "T", &two, &minus, &zero, a.data(), -3},
+      {"DDTTRSB", "T", &three, &two, &two, a.data(), -8},
+      // Nothing to do is no error, and no array is looked at.
+      {"DDTSVB", "", &zero, &two, &zero, nullptr, 0},
+      {"DDTSVB", "", &three, &zero, &three, nullptr, 0},
+      {"DDTTRSB", "N", &zero, &two, &zero, nullptr, 0},
+      {"DDTTRSB", "N", &three, &zero, &three, nullptr, 0},
   };
-  const auto factorSolve = [](double* q, const std::int32_t* n, const std::int32_t* nrhs,
-                              const std::int32_t* ldb,
-                              std::int32_t* info) { DDTSVB(n, nrhs, q, q + 2, q + 4, q + 6, ldb, info); };
-  const auto factor = [](double* q, const std::int32_t* n, const std::int32_t*, const std::int32_t*,
-                         std::int32_t* info) { DDTTRFB(n, q, q + 2, q + 4, info); };
-  const auto solve = [](double* q, const std::int32_t* n, const std::int32_t* nrhs, const std::int32_t* ldb,
-                        std::int32_t* info) { DDTTRSB("T", n, nrhs, q, q + 2, q + 4, q + 6, ldb, info); };
-  const auto solveBadTrans = [](double* q, const std::int32_t* n, const std::int32_t* nrhs,
-                                const std::int32_t* ldb, std::int32_t* info) {
-    DDTTRSB("Q", n, nrhs, q, q + 2, q + 4, q + 6, ldb, info);
-  };
-  const auto noArrays = [](double*, const std::int32_t* n, const std::int32_t* nrhs, const std::int32_t* ldb,
-                           std::int32_t* info) {
-    DDTSVB(n, nrhs, nullptr, nullptr, nullptr, nullptr, ldb, info);
-  };
-  const Case cases[] = {
-      {"DDTSVB", factorSolve, &minus, &minus, &minus, -1},
-      {"DDTSVB", factorSolve, &two, &minus, &zero, -2},
-      {"DDTSVB", factorSolve, &three, &two, &two, -7},
-      {"DDTSVB", factorSolve, nullptr, &two, &two, -1},
-      {"DDTSVB", noArrays, &two, &two, &two, -3},
-      {"DDTTRFB", factor, &minus, nullptr, nullptr, -1},
-      {"DDTTRSB", solveBadTrans, &minus, &minus, &zero, -1},
-      {"DDTTRSB", solve, &minus, &minus, &zero, -2},
-      {"DDTTRSB", solve, &two, &minus, &zero, -3},
-      {"DDTTRSB", solve, &three, &two, &two, -8},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     std::int32_t info = -99;
-    testing::internal::CaptureStdout();
-    c.call(p, c.n, c.nrhs, c.ldb, &info);
-    const std::string printed = testing::internal::GetCapturedStdout();
+    double* const p = c.arrays;
+    const auto at = [&](int offset) { return p == nullptr ? nullptr : p + offset; };
+    const std::string text = support::printed([&] {
+      if (c.name == "DDTTRFB") DDTTRFB(c.n, p, at(2), at(4), &info);
+      if (c.name == "DDTSVB") DDTSVB(c.n, c.nrhs, p, at(2), at(4), at(6), c.ldb, &info);
+      if (c.name == "DDTTRSB") DDTTRSB(c.trans, c.n, c.nrhs, p, at(2), at(4), at(6), c.ldb, &info);
+    });
     EXPECT_EQ(info, c.info) << c.name;
-    EXPECT_EQ(printed, report(c.name, -c.info));
-  }
-  // Nothing to do is no error, and no array is looked at.
-  for (const auto& [n, nrhs] : {std::pair{&zero, &two}, std::pair{&three, &zero}}) {
-    std::int32_t info = -99;
-    DDTSVB(n, nrhs, nullptr, nullptr, nullptr, nullptr, n, &info);
-    EXPECT_EQ(info, 0);
-    info = -99;
-    DDTTRSB("N", n, nrhs, nullptr, nullptr, nullptr, nullptr, n, &info);
-    EXPECT_EQ(info, 0);
+    EXPECT_EQ(text, c.info == 0 ? "" : support::parameterReport(-c.info, c.name));
   }
   EXPECT_EQ(a, std::vector<double>(8, -77.0));
 }

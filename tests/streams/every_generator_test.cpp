@@ -50,11 +50,11 @@ TEST_P(EveryGenerator, FillsEqualTheModelAtEveryBlockEdge) {
       for (std::size_t i = done; i < done + n; ++i) {
         raw.push_back(all[i]);
         values.push_back(which.value(all[i], -0.3, 2.5, fuses));
-        rounded.push_back(static_cast<float>(which.value(all[i], 0.25, 1.5, fuses)));
+        rounded.push_back(static_cast<float>(which.value(all[i], double{-0.1F}, double{2.5F}, fuses)));
       }
       ASSERT_TRUE(support::same(words.raw(n), raw)) << seeds.size() << " seeds, after " << done;
       ASSERT_TRUE(support::same(doubles.doubles(n, -0.3, 2.5), values)) << seeds.size() << ", after " << done;
-      ASSERT_TRUE(support::same(floats.floats(n, 0.25F, 1.5F), rounded))
+      ASSERT_TRUE(support::same(floats.floats(n, -0.1F, 2.5F), rounded))
           << seeds.size() << ", after " << done;
       done += n;
     }
@@ -92,6 +92,8 @@ TEST_P(EveryGenerator, StateOperationsHaveTheirStatuses) {
   EXPECT_EQ(stream.stateOp(rvn::stateSkipAhead, -1, args), RSG_ERROR_SKIP_AHEAD);
   for (const std::int32_t method : {3, -1, INT32_MAX, INT32_MIN})
     EXPECT_EQ(stream.stateOp(method, 1, args), RSG_ERROR_STATE_METHOD);
+  EXPECT_EQ(stream.stateOp(rvn::stateSeed, -1, args), 0);
+  EXPECT_TRUE(support::same(stream.raw(20), GeneratorStream(which, {}).raw(20)));
 }
 
 TEST_P(EveryGenerator, SkippingEqualsDrawing) {
@@ -148,7 +150,7 @@ TEST_P(EveryGenerator, LeapfrogStreamsInterleave) {
   const Seeds seeds = GetParam().seeds.back();
   const std::vector<std::uint64_t> all = modelled(seeds, 2000);
   for (const std::uint32_t count : {1u, 2u, 7u, 19u}) {
-    for (std::uint32_t k = 0; k < count; ++k) {
+    for (std::uint32_t k = 0; k < count + 3; ++k) {
       GeneratorStream stream(GetParam(), seeds);
       ASSERT_EQ(stream.stateOp(rvn::stateLeapfrog, count, {k}), 0);
       const std::vector<std::uint64_t> raw = stream.raw(100);

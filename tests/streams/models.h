@@ -6,12 +6,14 @@
 #include <array>
 #include <bit>
 #include <bitset>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "streams/generators.h"
+#include "streams/wichmann_hill.h"
 
 namespace support {
 
@@ -19,6 +21,32 @@ template <class Model>
 RawOutputs startedModel(const Seeds& seeds) {
   return [model = std::make_shared<Model>(seeds)] { return model->next(); };
 }
+
+// Four words are one output; the bits of their u stand for them.
+inline std::uint64_t wichmannHillOutput(int member, const std::array<std::uint32_t, 4>& x) {
+  double s = 0.0;
+  for (std::size_t j = 0; j < 4; ++j)
+    s += x[j] * rvn::WichmannHillReciprocals[member][j];
+  return std::bit_cast<std::uint64_t>(s - std::floor(s));
+}
+
+template <int member>
+struct WichmannHillModel {
+  std::array<std::uint32_t, 4> x = {1, 1, 1, 1};
+
+  explicit WichmannHillModel(const Seeds& seeds) {
+    for (std::size_t j = 0; j < 4 && j < seeds.size(); ++j)
+      x[j] = std::max(seeds[j] % rvn::WichmannHillModuli[member][j], 1U);
+  }
+  std::uint64_t next() {
+    const std::uint64_t output = wichmannHillOutput(member, x);
+    for (std::size_t j = 0; j < 4; ++j) {
+      const std::uint64_t product = std::uint64_t{x[j]} * rvn::WichmannHillMultipliers[member][j];
+      x[j] = static_cast<std::uint32_t>(product % rvn::WichmannHillModuli[member][j]);
+    }
+    return output;
+  }
+};
 
 struct Mcg31Model {
   std::uint64_t x;

@@ -1,17 +1,13 @@
-// Outputs that others published or compute: tests/data/*.kat, each with its source on line one, and the standard
-// library's MT19937.
+// Outputs that others published or compute: tests/data/*.kat, each with its source on line one.
 
 #include <cstdint>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "streams/generators.h"
-#include "streams/twister_states.h"
-#include "support/compare.h"
 
 namespace {
 
@@ -52,23 +48,6 @@ TEST_P(PublishedOutputs, RawOutputs) {
 INSTANTIATE_TEST_SUITE_P(Streams, PublishedOutputs,
                          testing::Values("mt19937", "mrg32k3a", "r250", "sfmt19937"),
                          [](const auto& tested) { return std::string(tested.param); });
-
-// The standard library's generator in our state: its seeding is another.
-TEST(PublishedOutputs, StandardMersenneTwister) {
-  std::mt19937 standard;
-  GeneratorStream stream(RSG_BRNG_MT19937, {1});
-  std::stringstream text;
-  text << standard;
-  auto& state = stream.state<rvn::Mt19937Stream>();
-  for (std::uint32_t& word : state.mt)
-    text >> word;
-  state.index = 624;
-  std::vector<std::uint64_t> expected(10000);
-  for (std::uint64_t& word : expected)
-    word = standard();
-  EXPECT_EQ(expected.back(), 4123659995U) << "as the standard says";
-  EXPECT_TRUE(support::same(stream.raw(10000), expected));
-}
 
 // Equal components make the output m1 and not 0, which the mapping takes to the end of the interval. The first
 // x and y are 1403580 s - 810728 s and 527612 - 1370589 s with a seed s for which they agree.

@@ -37,37 +37,36 @@ inline Row solveDense(std::vector<Row> a, Row b) {
   return b;
 }
 
-// Collects the conditions of one spline and solves them: `order` coefficients a cell, in powers of the
-// distance from the cell's centre.
+// Collects the conditions of one spline: `order` coefficients a cell, in powers of the distance from the cell's
+// centre.
 class DenseSpline {
  public:
-  DenseSpline(std::vector<double> centres, std::size_t order)
-      : centres_(std::move(centres)), order_(order), unknowns_(order * centres_.size()) {}
+  // Factors of some coefficients.
+  using Terms = std::vector<std::pair<std::size_t, long double>>;
+
+  DenseSpline(std::vector<double> centres, std::size_t order) : centres_(std::move(centres)), order_(order) {}
 
   // factor * (derivative of cell `cell` at x), added to a condition.
-  Row term(std::size_t cell, long double x, int derivative, long double factor = 1.0L) const {
-    Row row(unknowns_, 0.0L);
+  Terms term(std::size_t cell, long double x, int derivative, long double factor = 1.0L) const {
+    Terms terms;
     const long double t = x - centres_[cell];
     for (int m = derivative; m < static_cast<int>(order_); ++m) {
-      long double value = factor;
+      long double value = factor * std::pow(t, static_cast<long double>(m - derivative));
       for (int j = 0; j < derivative; ++j)
         value *= m - j;
-      row[order_ * cell + static_cast<std::size_t>(m)] =
-          value * std::pow(t, static_cast<long double>(m - derivative));
+      terms.emplace_back(order_ * cell + static_cast<std::size_t>(m), value);
     }
-    return row;
+    return terms;
   }
 
-  void require(Row row, long double value) {
-    rows_.push_back(std::move(row));
+  void require(Terms terms, long double value) {
+    conditions_.push_back(std::move(terms));
     values_.push_back(value);
   }
 
-  void require(const Row& first, const Row& second, long double value) {
-    Row sum = first;
-    for (std::size_t i = 0; i < sum.size(); ++i)
-      sum[i] += second[i];
-    require(std::move(sum), value);
+  void require(Terms first, const Terms& second, long double value) {
+    first.insert(first.end(), second.begin(), second.end());
+    require(std::move(first), value);
   }
 
   // A derivative is the same on both sides of x.
@@ -75,13 +74,34 @@ class DenseSpline {
     require(term(cell, x, derivative), term(next, x, derivative, -1.0L), 0.0L);
   }
 
-  Row solve() const { return solveDense(rows_, values_); }
+  Row solve() const {
+    std::vector<Row> rows(conditions_.size(), Row(order_ * centres_.size()));
+    for (std::size_t i = 0; i < rows.size(); ++i)
+      for (const auto& [at, factor] : conditions_[i])
+        rows[i][at] += factor;
+    return solveDense(std::move(rows), values_);
+  }
+
+  // How far coefficients are from the conditions, relative to the terms of each.
+  long double worstError(const double* coeff) const {
+    long double worst = 0.0L;
+    for (std::size_t i = 0; i < conditions_.size(); ++i) {
+      long double sum = -values_[i];
+      long double magnitude = 1.0L + std::fabs(values_[i]);
+      for (const auto& [at, factor] : conditions_[i]) {
+        sum += factor * coeff[at];
+        magnitude += std::fabs(factor * coeff[at]);
+      }
+      const long double error = std::fabs(sum) / magnitude;
+      if (!(error <= worst)) worst = error;
+    }
+    return worst;
+  }
 
  private:
   std::vector<double> centres_;
   std::size_t order_;
-  std::size_t unknowns_;
-  std::vector<Row> rows_;
+  std::vector<Terms> conditions_;
   Row values_;
 };
 

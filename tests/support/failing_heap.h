@@ -2,7 +2,8 @@
 
 // The heap below the library's block cache, watched: counts the calls and the live blocks of its lifetime and
 // fails one allocation. The calling thread's cache is kept busy meanwhile, so that every block that the
-// library asks for reaches the heap. One guard at a time, on one thread.
+// library asks for reaches the heap. One guard at a time, and one thread that
+// allocates.
 
 #include <cstddef>
 #include <set>
@@ -14,7 +15,9 @@ namespace support {
 // What the guard knows; outside of it, since a class cannot default-construct its own nested records inline.
 struct HeapCounts {
   int failAt = 0;
+  bool exhausted = false;
   int calls = 0;
+  int frees = 0;
   std::set<void*> live;
   rvn::HeapHooks below = {};
 };
@@ -38,7 +41,10 @@ class FailingHeap {
       rvn::rvnFree(block);
   }
 
+  // While exhausted all allocations fail.
+  void exhaust(bool exhausted) { counts.exhausted = exhausted; }
   int calls() const { return counts.calls; }
+  int frees() const { return counts.frees; }
   int live() const { return static_cast<int>(counts.live.size()); }
   bool failed() const { return counts.failAt > 0 && counts.calls >= counts.failAt; }
 
@@ -46,13 +52,14 @@ class FailingHeap {
   static inline HeapCounts counts;
 
   static void* allocate(std::size_t size) {
-    if (++counts.calls == counts.failAt) return nullptr;
+    if (++counts.calls == counts.failAt || counts.exhausted) return nullptr;
     void* const block = counts.below.allocate(size);
     counts.live.insert(block);
     return block;
   }
 
   static void free(void* block) {
+    ++counts.frees;
     counts.live.erase(block);
     counts.below.free(block);
   }

@@ -13,39 +13,7 @@ using support::Task;
 
 const std::vector<double> x5 = {0.0, 1.0, 2.0, 3.0, 4.0};
 const std::vector<double> y5 = {0.0, 1.0, 4.0, 9.0, 0.0};
-const double two[2] = {0.0, 0.0};
 const std::vector<double> pattern(16, -77.0);
-
-TEST(ConstructStatus, FollowsTheSettingsAndLeavesCoefficientsUntouched) {
-  struct Case {
-    const char* name;
-    Settings settings;
-    std::int32_t status;
-  };
-  const Case cases[] = {
-      {"order above 4", {5, 0, 2, nullptr, 0, nullptr}, DF_ERROR_SPLINE_ORDER},
-      {"order 1", {1, 0, 2, nullptr, 0, nullptr}, DF_ERROR_SPLINE_ORDER},
-      {"order 3, kind 2", {3, 2, 2, nullptr, 0, nullptr}, DF_ERROR_SPLINE_KIND},
-      {"order 4, kind 1", {4, 1, 2, nullptr, 0, nullptr}, DF_ERROR_SPLINE_KIND},
-      {"order 4, kind 6", {4, 6, 2, nullptr, 0, nullptr}, DF_ERROR_SPLINE_KIND},
-      {"kind 0 without ic", {4, 0, 2, nullptr, 0, nullptr}, DF_ERROR_NULL_INTERNAL},
-      {"kind 0 with slopes", {4, 0, 2, nullptr, DF_IC_SLOPES, two}, DF_ERROR_INTERNAL_CONDITION},
-      {"kind 3 without ic", {4, 3, 2, nullptr, 0, nullptr}, DF_ERROR_NULL_INTERNAL},
-      {"kind 3 with curvatures", {4, 3, 2, nullptr, DF_IC_CURVATURES, two}, DF_ERROR_INTERNAL_CONDITION},
-      {"natural, no end type", {4, 2, 0, nullptr, 0, nullptr}, DF_ERROR_BOUNDARY_CONDITION},
-      {"natural, one-sided end type", {4, 2, 4, two, 0, nullptr}, DF_ERROR_BOUNDARY_CONDITION},
-      {"natural, midpoint value", {4, 2, 128, two, 0, nullptr}, DF_ERROR_BOUNDARY_CONDITION},
-  };
-  for (const Case& c : cases) {
-    Task task(5, x5, DF_XHINT_NONE, 1, y5, 0, c.settings);
-    ASSERT_EQ(task.status, DF_STATUS_OK) << c.name;
-    const std::vector<double> before = task.coeff();
-    EXPECT_EQ(dfTaskConstruct(task.get(), 0, 0), c.status) << c.name;
-    EXPECT_EQ(task.coeff(), before) << c.name;
-  }
-  Task few(2, {0.0, 1.0}, DF_XHINT_NONE, 1, {0.0, 1.0}, 0, {});
-  EXPECT_EQ(dfTaskConstruct(few.get(), 0, 0), DF_ERROR_BREAKPOINT_COUNT);
-}
 
 TEST(ConstructStatus, ChecksArgumentsBeforeSettings) {
   EXPECT_EQ(dfTaskConstruct(nullptr, 1, 1), DF_ERROR_NULL_TASK);
