@@ -1,5 +1,6 @@
 // The interpolation driver: sites go in blocks; each block is searched once and evaluated for every function
-// while its sites, cells and results are in the first-level cache.
+// while its sites, cells and results are in the first-level cache. Values of one function on a uniform
+// partition need no blocks: finding a cell again costs less than keeping it.
 
 #include <cstdint>
 
@@ -32,6 +33,7 @@ struct Run {
   PreparePieces prepare;  // null: no polynomial
   bool ahead;             // blocks are prepared one ahead of their evaluation
   Evaluator evaluate;
+  UniformEvaluator onePass;  // null: the call goes in blocks
   Wanted wanted;
   std::int64_t nfunc;
   double h;     // step of a uniform partition
@@ -225,6 +227,12 @@ std::int32_t evaluateBlock(const Run& run, std::int64_t first, std::int64_t work
 // ---- all blocks ----
 
 std::int32_t runRange(const Run& run, std::int64_t first, std::int64_t nsite, std::int64_t worker) {
+  if (run.onePass != nullptr && nsite >= laneCount) {
+    const InterpolateCall& call = *run.call;
+    run.onePass({run.task, run.h, run.searchArgs.param, run.wanted.low4, nsite, call.site + first,
+                 call.r + first, call.nsite});
+    return 0;
+  }
   BlockScratch scratch[2];
   std::int32_t runningCell = 0;
   const std::int64_t end = first + nsite;
@@ -316,6 +324,11 @@ std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const 
     run.siteStep =
         call.nsite > 1 ? (call.site[1] - run.firstSite) / static_cast<double>(call.nsite - 1) : 0.0;
   }
+
+  const bool rows = sitesInner || run.wanted.nres == 1;
+  if (run.search == searchPaths[cellSearchUniform] && evalClass <= evalCubic && run.nfunc == 1 && rows &&
+      !run.clears && !run.keepsCells && !run.uniformSites)
+    run.onePass = polynomialKernels.uniform[evalClass];
 
   // One scratch block: results of all workers, then their rooms for coefficients of high orders.
   const std::int64_t workers = workShare.threadCount();

@@ -55,9 +55,25 @@ using Evaluator = std::int32_t (*)(const EvalBlock& block);
 // Finds the pieces of a block, once for all functions.
 using PreparePieces = void (*)(const EvalBlock& block, std::int32_t* piece, double* t);
 
+// A call that the evaluators below take in one pass: one function on a uniform partition, whose pieces begin
+// at breakpoints and whose cells nobody asks for, and at least a vector of sites.
+struct UniformCall {
+  const DfTask* task;
+  double h;
+  double spacing;      // as the uniform search takes it
+  std::uint32_t low4;  // see Wanted; every derivative has a formula
+  std::int64_t nsite;
+  const double* site;
+  double* results;  // result k of site i at k * rowLength + i
+  std::int64_t rowLength;
+};
+
+using UniformEvaluator = void (*)(const UniformCall& call);
+
 struct PolynomialKernels {
   PreparePieces prepare[2][2];  // by uniform partition, by pieces that join at knots (evalSubbotin)
   Evaluator evaluate[5];        // by EvalClass
+  UniformEvaluator uniform[3];  // by EvalClass, up to evalCubic
 };
 
 struct StepKernels {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "interp/search_choice.h"
 #include "runtime/level.h"
 #include "runtime/simd.h"
 
@@ -90,7 +91,7 @@ inline V formula(const V* c, V t) {
 
 // Coefficients of laneCount sites, one vector per power: loaded in pairs, site by site, and transposed.
 template <int order>
-inline void loadCoefficients(const double* row, const std::int32_t* piece, Lanes* c) {
+[[gnu::always_inline]] inline void loadCoefficients(const double* row, const std::int32_t* piece, Lanes* c) {
   std::int64_t at[laneCount];
   for (int i = 0; i < laneCount; ++i)
     at[i] = std::int64_t{piece[i]} * order;
@@ -181,6 +182,111 @@ std::int32_t evaluateOrder(const EvalBlock& block) {
   return wants == 0 ? 0 : byWants.at[wants](block);
 }
 
+// ---- splines of order 2 to 4 on uniform partitions, in one pass ----
+
+// Finds pieces `ahead` sites before they are evaluated, so that neither waits for the other; with `fetches`, far
+// enough for their coefficients to come from memory.
+template <int order, bool fetches>
+struct PieceFinder {
+  static constexpr std::int64_t ahead = fetches ? 64 : 16;
+  const double* row;
+  const double* site;
+  std::int64_t lastGroup;
+  double x0;
+  double h;
+  double spacing;
+  double lastPiece;
+
+  // The group of sites behind the one from i on. The last one ends with the last site and is its own next.
+  std::int64_t next(std::int64_t i) const { return i + laneCount < lastGroup ? i + laneCount : lastGroup; }
+
+  // Places of the sites from i on go to `slot`.
+  [[gnu::always_inline]] void find(std::int64_t i, std::int64_t slot, std::int32_t* pieces,
+                                   double* distances) const {
+    const Lanes s = load<Lanes>(site + i);
+    const Lanes first = broadcast<Lanes>(x0);
+    const Lanes steps = stepsFromFirst(s, first, broadcast<Lanes>(spacing), broadcast<Lanes>(lastPiece));
+    const Lanes q = s >= first ? steps : Lanes{};
+    std::int32_t* piece = pieces + slot;
+    storeAsInts(piece, q);
+    store(distances + slot, s - (truncated(q) * h + first));
+    if constexpr (fetches) {
+      for (int g = 0; g < laneCount; ++g) {
+        const double* c = row + std::int64_t{piece[g]} * order;
+        __builtin_prefetch(c);
+        __builtin_prefetch(c + order - 1);
+      }
+    }
+  }
+};
+
+// Fills the slots and returns the last group in them. Takes the finder by value: one whose address is known could
+// change with every result that is stored.
+template <int order, bool fetches>
+[[gnu::noinline]] std::int64_t findFirst(PieceFinder<order, fetches> finder, std::int32_t* piece, double* t) {
+  std::int64_t group = 0;
+  finder.find(0, 0, piece, t);
+  for (std::int64_t slot = laneCount; slot < finder.ahead && group < finder.lastGroup; slot += laneCount) {
+    group = finder.next(group);
+    finder.find(group, slot, piece, t);
+  }
+  return group;
+}
+
+// Where the last group overlaps the one before, the same results are stored again.
+template <int order, unsigned wants, bool fetches>
+void evaluateUniform(const UniformCall& call) {
+  constexpr int count = __builtin_popcount(wants);
+  constexpr std::int64_t ahead = PieceFinder<order, fetches>::ahead;
+  const DfTask& task = *call.task;
+  const double* row = task.coeffRows[0];
+  double* const results = call.results;
+  const std::int64_t rowLength = call.rowLength;
+  const std::int64_t nsite = call.nsite;
+  const PieceFinder<order, fetches> finder = {
+      row, call.site, nsite - laneCount, task.x[0], call.h, call.spacing, static_cast<double>(task.nx - 2)};
+  std::int32_t piece[ahead];
+  double t[ahead];
+  std::int64_t found = findFirst(finder, piece, t);
+  std::int64_t group = 0;
+  for (std::int64_t i = 0; i < nsite; i += laneCount) {
+    const std::int64_t slot = i % ahead;
+    Lanes c[order];
+    Lanes result[count];
+    loadCoefficients<order>(row, piece + slot, c);
+    evaluateSite<order, wants>(c, load<Lanes>(t + slot), result);
+    found = finder.next(found);
+    finder.find(found, slot, piece, t);
+    for (int k = 0; k < count; ++k)
+      store(results + k * rowLength + group, result[k]);
+    group = finder.next(group);
+  }
+}
+
+struct UniformByWants {
+  UniformEvaluator at[16][2];  // by wants, by whether coefficients are fetched
+};
+
+template <int order, unsigned wants>
+constexpr void fillUniform(UniformByWants& table) {
+  table.at[wants][0] = evaluateUniform<order, wants, false>;
+  table.at[wants][1] = evaluateUniform<order, wants, true>;
+  if constexpr (wants > 1) fillUniform<order, wants - 1>(table);
+}
+
+template <int order>
+constexpr UniformByWants makeUniform() {
+  UniformByWants table = {};
+  fillUniform<order, (1U << order) - 1>(table);
+  return table;
+}
+
+template <int order>
+void evaluateUniformOrder(const UniformCall& call) {
+  static constexpr UniformByWants byWants = makeUniform<order>();
+  byWants.at[call.low4][call.task->nx * order > cachedCoefficients ? 1 : 0](call);
+}
+
 // ---- any order above 4 ----
 
 bool wantsDerivative(const Wanted& wanted, std::int64_t k) {
@@ -250,6 +356,7 @@ const PolynomialKernels polynomialKernels = {
     {{preparePieces<false, false>, preparePieces<false, true>},
      {preparePieces<true, false>, preparePieces<true, true>}},
     {evaluateOrder<2>, evaluateOrder<3>, evaluateOrder<4>, evaluateOrder<3>, evaluateGeneral},
+    {evaluateUniformOrder<2>, evaluateUniformOrder<3>, evaluateUniformOrder<4>},
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

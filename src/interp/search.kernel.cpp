@@ -184,13 +184,11 @@ std::int32_t searchDefault(const CellSearchArgs& args) {
   return 0;
 }
 
-// Cell by the spacing: floor of the scaled distance to x[0], plus 1, inside 1 .. nx; 0 left of x[0]. Compared
-// as a double before it is converted, so that infinities stay in range; NaN gives 0.
+// Cell by the spacing: floor of the scaled distance to x[0], plus 1, inside 1 .. nx; 0 left of x[0] and for
+// NaN.
 inline std::int32_t estimate(double s, double x0, double spacing, double lastCell) {
-  const double v = level.multipliesByReciprocalStep ? (s - x0) * spacing : (s - x0) / spacing;
-  const double below = v < lastCell ? v : lastCell;
-  const double inside = below > 0.0 ? below : 0.0;
-  return static_cast<std::int32_t>(s >= x0 ? inside : -1.0) + 1;
+  const double steps = stepsFromFirst(s, x0, spacing, lastCell);
+  return static_cast<std::int32_t>(s >= x0 ? steps : -1.0) + 1;
 }
 
 void estimateAll(const CellSearchArgs& args, std::int64_t nsite, const double* site,

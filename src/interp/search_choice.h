@@ -1,6 +1,6 @@
 #pragma once
 
-// Which search path a call takes, and the constants of its partition. For kernels only.
+// Which search path a call takes, and the constants and formula of its partition. For kernels only.
 
 #include <cstdint>
 
@@ -30,6 +30,15 @@ constexpr std::int64_t userBlock = 128;  // sites of one call of a user's search
 // Step of a uniform partition, whose array holds the two ends.
 [[maybe_unused]] inline double uniformStep(const DfTask& task) {
   return task.nx > 1 ? (task.x[1] - task.x[0]) / static_cast<double>(task.nx - 1) : 0.0;
+}
+
+// Distance of a site from x[0] in steps, inside 0 .. last; `spacing` is the searchParam. Limited before it is
+// converted to an integer, so that infinities stay in range.
+template <class V>
+[[maybe_unused]] inline V stepsFromFirst(V s, V x0, V spacing, V last) {
+  const V v = level.multipliesByReciprocalStep ? (s - x0) * spacing : (s - x0) / spacing;
+  const V below = v < last ? v : last;
+  return below > V{} ? below : V{};
 }
 
 [[maybe_unused]] inline double searchParam(const DfTask& task, std::int32_t path, const double* datahint) {

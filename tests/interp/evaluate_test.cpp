@@ -1,8 +1,10 @@
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "interp/spline_model.h"
@@ -82,8 +84,9 @@ TEST(Evaluate, EveryCombinationOfDerivativesIsTheDefinition) {
   for (const std::int32_t order : {2, 3, 4, 5, 6, 10, 11})
     for (unsigned wants = 0; wants < 16; ++wants)
       for (const std::int32_t rhint : layouts)
-        expectModel({order, kinds[order], 6, 2, wants % 2 == 0, 71},
-                    {wants & 1U, wants >> 1 & 1U, wants >> 2 & 1U, wants >> 3 & 1U}, rhint);
+        for (const auto& [ny, uniform] : {std::pair{2, wants % 2 == 0}, std::pair{1, true}})
+          expectModel({order, kinds[order], 6, ny, uniform, 71},
+                      {wants & 1U, wants >> 1 & 1U, wants >> 2 & 1U, wants >> 3 & 1U}, rhint);
 }
 
 // Sums and entries disagree: positions at or above the sum do not exist, sums at or below 0 mean the value.
@@ -178,6 +181,54 @@ TEST(Evaluate, SubbotinPiecesJoinAtTheKnots) {
       EXPECT_TRUE(same(r, want));
     }
   }
+}
+
+// A call that wants its cells goes in blocks: the same sites without cells must give the same bits, whatever
+// their number and place, and also where the results replace the sites.
+TEST(Evaluate, OnePassOverAUniformPartitionIsTheBlockwiseResult) {
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  const std::int32_t dorder[4] = {1, 1, 1, 1};
+  for (const std::int32_t order : {2, 3, 4})
+    for (const std::int32_t nx : {2, 3, 300, 17000})
+      for (const std::vector<double>& ends : {std::vector<double>{0.1, 7.3}, {-1e300, 1e300}, {3.0, 3.0}}) {
+        Task task(nx, ends, DF_XHINT_UNIFORM, 1, std::vector<double>(static_cast<std::size_t>(nx)), 0,
+                  {order, DF_KIND_DEFAULT, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+        ASSERT_EQ(task.status, DF_STATUS_OK);
+        fill(task.coeff());
+        const double step = ends[1] / (nx - 1) - ends[0] / (nx - 1);
+        for (const std::int32_t nsite : {1, 2, 3, 4, 5, 15, 16, 17, 18, 63, 64, 65, 66, 67, 68, 131, 700}) {
+          SCOPED_TRACE("order " + std::to_string(order) + ", " + std::to_string(nx) + " breakpoints from " +
+                       std::to_string(ends[0]) + ", " + std::to_string(nsite) + " sites");
+          std::mt19937_64 random(static_cast<std::uint64_t>(nsite));
+          std::uniform_real_distribution<double> place(-0.2, 1.2);
+          std::vector<double> sites = {nan, ends[1], -infinity, ends[0], infinity};
+          while (sites.size() < static_cast<std::size_t>(nsite)) {
+            const double where = place(random) * (nx - 1);
+            sites.push_back(ends[0] + (sites.size() % 3 == 0 ? std::floor(where) : where) * step);
+          }
+          sites.resize(static_cast<std::size_t>(nsite));
+          const auto evaluate = [&](std::int32_t type, std::int32_t ndorder, const double* at, double* r,
+                                    std::int32_t* cells) {
+            EXPECT_EQ(dfTaskInterpolate(task.get(), type, 1, nsite, at, 0, ndorder, dorder, nullptr, r,
+                                        DF_RESULTS_SITES_INNER, cells),
+                      DF_STATUS_OK);
+          };
+          std::vector<std::int32_t> cells(sites.size());
+          for (const std::int32_t ndorder : {1, order}) {
+            std::vector<double> blockwise(sites.size() * static_cast<std::size_t>(ndorder) + guard, -77.0);
+            std::vector<double> r = blockwise;
+            evaluate(DF_WANT_INTERPOLATE | DF_WANT_CELLS, ndorder, sites.data(), blockwise.data(),
+                     cells.data());
+            evaluate(DF_WANT_INTERPOLATE, ndorder, sites.data(), r.data(), nullptr);
+            EXPECT_TRUE(same(r, blockwise));
+          }
+          std::vector<double> values(sites.size());
+          evaluate(DF_WANT_INTERPOLATE | DF_WANT_CELLS, 1, sites.data(), values.data(), cells.data());
+          evaluate(DF_WANT_INTERPOLATE, 1, sites.data(), sites.data(), nullptr);
+          EXPECT_TRUE(same(sites, values));
+        }
+      }
 }
 
 }  // namespace
