@@ -110,8 +110,7 @@ Sites sitesFor(const std::vector<double>& x, std::size_t count, bool withBreakpo
 Cells countedCells(const std::vector<double>& x, const Sites& sites) {
   Cells cells;
   for (const double s : sites)
-    cells.push_back(
-        static_cast<std::int32_t>(std::count_if(x.begin(), x.end(), [&](double b) { return b <= s; })));
+    cells.push_back(static_cast<std::int32_t>(std::upper_bound(x.begin(), x.end(), s) - x.begin()));
   return cells;
 }
 
