@@ -3,7 +3,7 @@
 
 #include "rows.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace bench {
 namespace {
@@ -49,8 +49,8 @@ void wholeTask(benchmark::State& state) {
 }  // namespace
 
 void registerCallRows() {
-  benchmark::RegisterBenchmark("call, one site|raven", interpolateOne);
-  benchmark::RegisterBenchmark("call, whole task of 4 breakpoints|raven", wholeTask);
+  benchmark::RegisterBenchmark("call, one site|ravenfit", interpolateOne);
+  benchmark::RegisterBenchmark("call, whole task of 4 breakpoints|ravenfit", wholeTask);
 }
 
 }  // namespace bench

@@ -9,7 +9,7 @@
 #include "plain_construct.h"
 #include "rows.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace bench {
 namespace {
@@ -97,7 +97,7 @@ void count(benchmark::State& state, const Data& data) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(data.nx * data.ny));
 }
 
-void runRaven(benchmark::State& state, const Kind& kind, std::size_t nx, std::size_t ny) {
+void runRavenfit(benchmark::State& state, const Kind& kind, std::size_t nx, std::size_t ny) {
   Data data(kind, nx, ny);
   DfTask* task = nullptr;
   dfTaskCreate(&task, static_cast<std::int32_t>(nx), data.x.data(), DF_XHINT_NONE,
@@ -155,7 +155,7 @@ void registerConstructRows() {
         const auto add = [&row](const char* who, auto run, auto... arguments) {
           benchmark::RegisterBenchmark((row + "|" + who).c_str(), run, arguments...);
         };
-        add("raven", runRaven, kind, nx, ny);
+        add("ravenfit", runRavenfit, kind, nx, ny);
         add("plain", runPlain, kind, kind.plain, nx, ny);
         if (kind.gsl != nullptr && ny == 1) add("gsl", runGsl, kind, nx);
         if (kind.copy) add("copy", runPlain, kind, plainCopy, nx, ny);

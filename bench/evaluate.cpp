@@ -9,7 +9,7 @@
 #include "plain_interp.h"
 #include "rows.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace bench {
 namespace {
@@ -22,7 +22,7 @@ struct ValueRow {
   std::size_t batch;
 };
 
-enum class Who { raven, ravenCellsKnown, plain, gsl };
+enum class Who { ravenfit, ravenfitCellsKnown, plain, gsl };
 
 // Values, then second derivatives.
 void evaluate(const ValueRow& row, const InterpData& data, const double* site, double* r,
@@ -58,7 +58,7 @@ void run(benchmark::State& state, const ValueRow& row, Who who) {
   const double* site = batches.next();
   std::vector<std::int32_t> cells(row.batch);
   plainCells(row.nx, data.x.data(), row.batch, site, cells.data());
-  std::int32_t* given = who == Who::ravenCellsKnown ? cells.data() : nullptr;
+  std::int32_t* given = who == Who::ravenfitCellsKnown ? cells.data() : nullptr;
   evaluate(row, data, site, r.data(), given);
   evaluatePlain(row, data, site, expected.data());
   if (!right(r, expected)) state.SkipWithError("values");
@@ -103,8 +103,8 @@ void runGsl(benchmark::State& state, const ValueRow& row) {
 }
 
 void add(const std::string& name, const ValueRow& row, bool cellsKnown = false) {
-  benchmark::RegisterBenchmark((name + "|raven").c_str(), [=](benchmark::State& state) {
-    run(state, row, cellsKnown ? Who::ravenCellsKnown : Who::raven);
+  benchmark::RegisterBenchmark((name + "|ravenfit").c_str(), [=](benchmark::State& state) {
+    run(state, row, cellsKnown ? Who::ravenfitCellsKnown : Who::ravenfit);
   });
   benchmark::RegisterBenchmark((name + "|plain").c_str(),
                                [=](benchmark::State& state) { run(state, row, Who::plain); });

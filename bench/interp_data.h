@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace bench {
 

@@ -39,7 +39,7 @@ class RatioReporter : public benchmark::BenchmarkReporter {
 
   void Finalize() override {
     std::printf("\nlevel %d, solver class %d\n", rvn::cpuLevel(), rvn::solverCpuType());
-    std::printf("%-44s %10s", "row", "raven ns");
+    std::printf("%-44s %10s", "row", "ravenfit ns");
     for (const std::string& who : others)
       std::printf(" %9s", who.c_str());
     std::printf("\n");
@@ -48,7 +48,7 @@ class RatioReporter : public benchmark::BenchmarkReporter {
         std::printf("%-44s wrong result:%s\n", row.c_str(), errors_[row].c_str());
         continue;
       }
-      const double own = median(samples_[row]["raven"]);
+      const double own = median(samples_[row]["ravenfit"]);
       std::printf("%-44s %10.3f", row.c_str(), own);
       for (const std::string& who : others) {
         const auto found = samples_[row].find(who);

@@ -8,7 +8,7 @@
 #include "streams/quasi_directions.h"
 #include "streams/twister_states.h"
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace bench {
 namespace {

@@ -7,7 +7,7 @@
 #include "plain_interp.h"
 #include "rows.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace bench {
 namespace {
@@ -82,7 +82,7 @@ void run(benchmark::State& state, const SearchRow& row, bool plain) {
 
 void add(const std::string& name, const SearchRow& row) {
   for (const bool plain : {false, true})
-    benchmark::RegisterBenchmark((name + (plain ? "|plain" : "|raven")).c_str(),
+    benchmark::RegisterBenchmark((name + (plain ? "|plain" : "|ravenfit")).c_str(),
                                  [=](benchmark::State& state) { run(state, row, plain); });
 }
 

@@ -10,7 +10,7 @@
 #include "plain_construct.h"
 #include "rows.h"
 
-#include <raven/tridiagonal.h>
+#include <ravenfit/tridiagonal.h>
 
 extern "C" void dpttrf_(const int* n, double* d, double* e, int* info);
 extern "C" void dpttrs_(const int* n, const int* nrhs, const double* d, const double* e, double* b,
@@ -49,7 +49,7 @@ struct System {
   }
 };
 
-void solveRaven(System& s) {
+void solveRavenfit(System& s) {
   const auto n = static_cast<std::int32_t>(s.n);
   const auto nrhs = static_cast<std::int32_t>(s.nrhs);
   std::int32_t info = 0;
@@ -101,7 +101,7 @@ void registerSolveRows() {
   for (const std::size_t nrhs : {std::size_t{1}, std::size_t{8}, std::size_t{64}}) {
     for (const std::size_t n : {std::size_t{64}, std::size_t{10000}, std::size_t{1000000}}) {
       const std::string row = "solve, n " + std::to_string(n) + ", nrhs " + std::to_string(nrhs);
-      benchmark::RegisterBenchmark((row + "|raven").c_str(), run, n, nrhs, solveRaven)->UseManualTime();
+      benchmark::RegisterBenchmark((row + "|ravenfit").c_str(), run, n, nrhs, solveRavenfit)->UseManualTime();
       benchmark::RegisterBenchmark((row + "|plain").c_str(), run, n, nrhs, solvePlain)->UseManualTime();
       benchmark::RegisterBenchmark((row + "|lapack").c_str(), run, n, nrhs, solveLapack)->UseManualTime();
     }

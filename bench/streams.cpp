@@ -11,7 +11,7 @@
 #include "plain_streams.h"
 #include "rows.h"
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace bench {
 namespace {
@@ -42,7 +42,7 @@ void timeFill(benchmark::State& state, std::size_t n, Fill fill) {
   state.SetItemsProcessed(elements(state, n));
 }
 
-void runRaven(benchmark::State& state, const StreamCase& which, std::size_t n) {
+void runRavenfit(benchmark::State& state, const StreamCase& which, std::size_t n) {
   RsgStream* stream = nullptr;
   if (rsgNewStream(&stream, which.brngId, which.seed) != 0) {
     state.SkipWithError("stream");
@@ -126,7 +126,7 @@ void registerStreamRows() {
       const auto add = [&](const char* who, auto run, auto... arguments) {
         benchmark::RegisterBenchmark((row + "|" + who).c_str(), run, arguments..., n);
       };
-      add("raven", runRaven, which);
+      add("ravenfit", runRavenfit, which);
       if (plainStream(which.brngId, which.seed)) add("plain", runPlain, which);
       if (which.gsl != nullptr) add("gsl", runGsl, which);
       if (which.gslPoints != nullptr) add("gsl", runGslPoints, which);

@@ -1,36 +1,62 @@
-# One object library per CPU level. A kernel source is added to all of them with raven_kernel_sources() and is
-# compiled nine times, with RVN_LEVEL and the flags of this table.
+# One object library per level. A kernel source is added to all of them with ravenfit_kernel_sources() and is compiled
+# once for each, with RVN_LEVEL and the flags of its row in src/vector/levels.inc.
 
-set(RAVEN_LEVEL_1_FLAGS -msse2)
-set(RAVEN_LEVEL_2_FLAGS -msse2)
-set(RAVEN_LEVEL_3_FLAGS -msse2)
-set(RAVEN_LEVEL_4_FLAGS -msse3)
-set(RAVEN_LEVEL_5_FLAGS -mssse3)
-set(RAVEN_LEVEL_6_FLAGS -msse4.1)
-set(RAVEN_LEVEL_7_FLAGS -msse4.2)
-set(RAVEN_LEVEL_8_FLAGS -mavx)
-set(RAVEN_LEVEL_9_FLAGS -mavx2 -mfma -mbmi -mbmi2 -mlzcnt)
+set(RAVENFIT_LEVELS "1;2;3;4;5;6;7;8;9" CACHE STRING
+  "Levels to build; one that is left out is served by the next lower one, or by the lowest of all")
+
+set(table ${PROJECT_SOURCE_DIR}/src/vector/levels.inc)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${table})
+file(STRINGS ${table} rows REGEX "^RVN_LEVEL_ROW")
+set(RAVENFIT_LEVELS_KNOWN)
+foreach(row IN LISTS rows)
+  string(REGEX MATCH "^RVN_LEVEL_ROW\\(([0-9]+), \"([^\"]*)\", ([0-9]+), ([01]), ([01]), ([01]), ([0-9]), \"([^\"]*)\"\\)$"
+         row "${row}")
+  list(APPEND RAVENFIT_LEVELS_KNOWN ${CMAKE_MATCH_1})
+  separate_arguments(RAVENFIT_LEVEL_${CMAKE_MATCH_1}_FLAGS UNIX_COMMAND "${CMAKE_MATCH_2}")
+  set(RAVENFIT_LEVEL_${CMAKE_MATCH_1}_SOLVER ${CMAKE_MATCH_7})
+endforeach()
+
+set(lowest 99)
+foreach(level IN LISTS RAVENFIT_LEVELS)
+  if(NOT level IN_LIST RAVENFIT_LEVELS_KNOWN)
+    message(FATAL_ERROR "RAVENFIT_LEVELS: there is no level ${level}; src/vector/levels.inc lists them")
+  endif()
+  if(level LESS lowest)
+    set(lowest ${level})
+  endif()
+endforeach()
+if(lowest GREATER 3)
+  message(FATAL_ERROR "RAVENFIT_LEVELS needs one of the levels 1 to 3, which every processor runs")
+endif()
+list(SORT RAVENFIT_LEVELS COMPARE NATURAL)
+
+# The rows that are built, for the level tables.
+set(built "")
+foreach(level IN LISTS RAVENFIT_LEVELS)
+  string(APPEND built "RVN_BUILT_LEVEL(${level})\n")
+endforeach()
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/generated/ravenfit_built_levels.inc CONTENT "${built}")
 
 # Without contraction off, both compilers fuse on their own at level 9. -O3, since GCC 12 hardly vectorises at -O2.
-set(RAVEN_KERNEL_FLAGS
+set(RAVENFIT_KERNEL_FLAGS
     $<$<NOT:$<CONFIG:Debug>>:-O3>
     -fno-math-errno
     -fno-exceptions
     -fno-rtti)
 
-set(RAVEN_LEVEL_OBJECTS)
-foreach(level RANGE 1 9)
-  add_library(raven_level_${level} OBJECT)
-  target_compile_definitions(raven_level_${level} PRIVATE RVN_LEVEL=${level})
-  target_compile_options(raven_level_${level} PRIVATE ${RAVEN_KERNEL_FLAGS} ${RAVEN_LEVEL_${level}_FLAGS})
-  target_link_libraries(raven_level_${level} PRIVATE raven_build)
-  list(APPEND RAVEN_LEVEL_OBJECTS $<TARGET_OBJECTS:raven_level_${level}>)
+set(RAVENFIT_LEVEL_OBJECTS)
+foreach(level IN LISTS RAVENFIT_LEVELS)
+  add_library(ravenfit_level_${level} OBJECT)
+  target_compile_definitions(ravenfit_level_${level} PRIVATE RVN_LEVEL=${level})
+  target_compile_options(ravenfit_level_${level} PRIVATE ${RAVENFIT_KERNEL_FLAGS} ${RAVENFIT_LEVEL_${level}_FLAGS})
+  target_link_libraries(ravenfit_level_${level} PRIVATE ravenfit_build)
+  list(APPEND RAVENFIT_LEVEL_OBJECTS $<TARGET_OBJECTS:ravenfit_level_${level}>)
 endforeach()
 
-function(raven_kernel_sources)
+function(ravenfit_kernel_sources)
   foreach(source IN LISTS ARGN)
-    foreach(level RANGE 1 9)
-      target_sources(raven_level_${level} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${source})
+    foreach(level IN LISTS RAVENFIT_LEVELS)
+      target_sources(ravenfit_level_${level} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${source})
     endforeach()
   endforeach()
 endfunction()

@@ -1,8 +1,8 @@
 # CPack: a Debian package from a Linux build, a zip from a Windows one.
 
-set(CPACK_PACKAGE_NAME raven)
-set(CPACK_PACKAGE_VENDOR "The Raven developers")
-set(CPACK_PACKAGE_CONTACT "The Raven developers <raven@localhost>")
+set(CPACK_PACKAGE_NAME ravenfit)
+set(CPACK_PACKAGE_VENDOR "The Ravenfit developers")
+set(CPACK_PACKAGE_CONTACT "The Ravenfit developers <ravenfit@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_STRIP_FILES ON)
 if(WIN32)

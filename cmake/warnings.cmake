@@ -1,17 +1,17 @@
 # Flags of every unit of the project, fronts, kernels, tests and tools alike.
 
-add_library(raven_build INTERFACE)
-target_compile_features(raven_build INTERFACE cxx_std_20)
-target_include_directories(raven_build INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
-target_compile_options(raven_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
+add_library(ravenfit_build INTERFACE)
+target_compile_features(ravenfit_build INTERFACE cxx_std_20)
+target_include_directories(ravenfit_build INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(ravenfit_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
 # Callers of 32-bit code may align the stack to 4 bytes alone.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  target_compile_options(raven_build INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  target_compile_options(ravenfit_build INTERFACE -msse2 -mfpmath=sse -mstackrealign)
 endif()
 
-set(RAVEN_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
-if(RAVEN_SANITIZE)
-  target_compile_options(raven_build INTERFACE -fsanitize=${RAVEN_SANITIZE} -fno-sanitize-recover=all
+set(RAVENFIT_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
+if(RAVENFIT_SANITIZE)
+  target_compile_options(ravenfit_build INTERFACE -fsanitize=${RAVENFIT_SANITIZE} -fno-sanitize-recover=all
                                                -fno-omit-frame-pointer)
-  target_link_options(raven_build INTERFACE -fsanitize=${RAVEN_SANITIZE})
+  target_link_options(ravenfit_build INTERFACE -fsanitize=${RAVENFIT_SANITIZE})
 endif()

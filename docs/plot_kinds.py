@@ -13,7 +13,7 @@ import matplotlib.pyplot as plt
 SETS = {"smooth": (-0.7, 1.0), "step": (-0.4, 1.6), "outlier": (-1.5, 1.7)}
 
 # Text stays text, and neither ids nor metadata depend on the run.
-plt.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "raven", "font.size": 8, "font.family": "sans-serif"})
+plt.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "ravenfit", "font.size": 8, "font.family": "sans-serif"})
 
 
 def read(lines):

@@ -3,7 +3,7 @@
 #include <math.h>
 #include <stdio.h>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 enum { POINTS = 21, OUTLIER = 9, SITES = 401 };
 

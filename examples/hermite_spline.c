@@ -3,7 +3,7 @@
 #include <math.h>
 #include <stdio.h>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 enum { STEPS = 33, SITES = 200 };
 

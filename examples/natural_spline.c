@@ -2,7 +2,7 @@
 #include <math.h>
 #include <stdio.h>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 enum { BREAKPOINTS = 25, SITES = 5 };
 

@@ -4,7 +4,7 @@
 #include <math.h>
 #include <stdio.h>
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 enum { dimension = 5, points = 1 << 14 };
 

@@ -2,7 +2,7 @@
 #include <math.h>
 #include <stdio.h>
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 enum { THROWS = 100000 };
 

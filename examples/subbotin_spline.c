@@ -3,7 +3,7 @@
 #include <math.h>
 #include <stdio.h>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 enum { POINTS = 15, SITES = 2 * POINTS - 1, SLOPES = DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE };
 

@@ -2,7 +2,7 @@
 #include <math.h>
 #include <stdio.h>
 
-#include <raven/tridiagonal.h>
+#include <ravenfit/tridiagonal.h>
 
 int main(void) {
   const int32_t n = 9;

@@ -16,9 +16,9 @@ complain() {
   failures=$((failures + 1))
 }
 
-for object in $(find "$build" -path '*raven_level_[1-9].dir*' -name '*.kernel.cpp.o*' | sort); do
+for object in $(find "$build" -path '*ravenfit_level_[1-9].dir*' -name '*.kernel.cpp.o*' | sort); do
   count=$((count + 1))
-  level=$(sed -E 's/.*raven_level_([1-9])\.dir.*/\1/' <<<"$object")
+  level=$(sed -E 's/.*ravenfit_level_([1-9])\.dir.*/\1/' <<<"$object")
   symbols=$(nm "$object")
   weak=$(grep -E ' [WVuwv] ' <<<"$symbols" || true)
   [ -z "$weak" ] || complain "$object: weak or unique symbols: $weak"

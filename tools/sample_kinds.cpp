@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace {
 

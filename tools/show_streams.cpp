@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace {
 

@@ -1,4 +1,4 @@
-# 32-bit Windows from Linux: package g++-mingw-w64-i686-posix. RAVEN_WINE names the program that runs what is
+# 32-bit Windows from Linux: package g++-mingw-w64-i686-posix. RAVENFIT_WINE names the program that runs what is
 # built; without one the tests are built but not run.
 
 set(CMAKE_SYSTEM_NAME Windows)
@@ -16,6 +16,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 
-if(RAVEN_WINE)
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${RAVEN_WINE})
+if(RAVENFIT_WINE)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${RAVENFIT_WINE})
 endif()

@@ -1,5 +1,5 @@
 #include "construct/construct_kernels.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

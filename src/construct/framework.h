@@ -6,11 +6,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime/level.h"
 #include "runtime/memory.h"
-#include "runtime/simd.h"
 #include "runtime/work_share.h"
 #include "task/df_task.h"
+#include "vector/level.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

@@ -1,10 +1,10 @@
 #include <cstdint>
 
-#include "construct/cells.h"
+#include "construct/coefficients.h"
 #include "construct/construct_kernels.h"
 #include "construct/framework.h"
 #include "construct/partition.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 // The broken line through the data: c_0 = y_i, c_1 = (y_(i+1) - y_i) / h_i.
 

@@ -18,7 +18,7 @@
 
 #include <cstdint>
 
-#include "construct/cells.h"
+#include "construct/coefficients.h"
 #include "construct/construct_kernels.h"
 #include "construct/end_slopes.h"
 #include "construct/framework.h"

@@ -3,7 +3,7 @@
 #include "construct/construct_kernels.h"
 #include "construct/natural_system.h"
 #include "construct/tridiagonal_rows.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 // The cubic spline with two continuous derivatives. A single function is built in one go; several share one
 // factored matrix, and their right-hand sides are solved side by side inside their own coefficient rows.

@@ -15,7 +15,7 @@
 
 #include <cstdint>
 
-#include "construct/cells.h"
+#include "construct/coefficients.h"
 #include "construct/framework.h"
 #include "construct/partition.h"
 #include "construct/two_ended_spline.h"

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-#include "runtime/level.h"
-#include "runtime/simd.h"
 #include "task/df_task.h"
+#include "vector/level.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

@@ -1,11 +1,11 @@
 #include <cstdint>
 
-#include "construct/cells.h"
+#include "construct/coefficients.h"
 #include "construct/construct_kernels.h"
 #include "construct/framework.h"
 #include "construct/partition.h"
 #include "construct/subbotin.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 // The quadratic spline with a continuous slope whose value at the midpoint of the first cell is given. With
 // w_k the value at the midpoint of cell k and h_k its step, a continuous slope at x_(k+1) makes

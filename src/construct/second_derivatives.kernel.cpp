@@ -1,10 +1,10 @@
 #include <cstdint>
 
-#include "construct/cells.h"
+#include "construct/coefficients.h"
 #include "construct/construct_kernels.h"
 #include "construct/framework.h"
 #include "construct/partition.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 // The cubic spline with given second derivatives M_i at the interior breakpoints, the same for every
 // function. With steps h_i and divided differences d_i a cell inside is

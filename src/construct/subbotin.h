@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "runtime/level.h"
 #include "task/df_task.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

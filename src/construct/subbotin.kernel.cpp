@@ -2,12 +2,12 @@
 
 #include <cstdint>
 
-#include "construct/cells.h"
+#include "construct/coefficients.h"
 #include "construct/framework.h"
 #include "construct/partition.h"
 #include "construct/tridiagonal_rows.h"
 #include "construct/two_ended_spline.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 // The quadratic spline of Subbotin: pieces join with a continuous slope at knots t_k between the breakpoints
 // (Y. N. Subbotin, 1967; S. B. Stechkin, Y. N. Subbotin, Splines in Numerical Mathematics, 1976). Piece k

@@ -8,7 +8,7 @@
 
 #include "construct/framework.h"
 
-#include <raven/tridiagonal.h>
+#include <ravenfit/tridiagonal.h>
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

@@ -16,7 +16,7 @@
 
 #include <cstdint>
 
-#include "runtime/level.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

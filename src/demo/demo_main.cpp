@@ -1,4 +1,4 @@
-#include <raven/vetra_data_fitting.h>
+#include <ravenfit/vetra_data_fitting.h>
 
 int main() {
   VetraDataFitting demonstration;

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace rvn {
 

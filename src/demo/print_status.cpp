@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "task/status.h"
+#include "demo/status.h"
 
 namespace rvn {
 

@@ -8,8 +8,8 @@
 #include "demo/print_status.h"
 #include "demo/reference_check.h"
 
-#include <raven/data_fitting.h>
-#include <raven/vetra_data_fitting.h>
+#include <ravenfit/data_fitting.h>
+#include <ravenfit/vetra_data_fitting.h>
 
 namespace {
 

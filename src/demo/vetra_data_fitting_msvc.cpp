@@ -1,6 +1,6 @@
 #include <new>
 
-#include <raven/vetra_data_fitting.h>
+#include <ravenfit/vetra_data_fitting.h>
 
 namespace rvn {
 

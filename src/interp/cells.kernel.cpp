@@ -5,9 +5,9 @@
 
 #include "interp/search.h"
 #include "interp/search_choice.h"
-#include "runtime/level.h"
 #include "runtime/memory.h"
 #include "runtime/work_share.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

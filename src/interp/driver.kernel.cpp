@@ -8,10 +8,10 @@
 #include "interp/interp_kernels.h"
 #include "interp/search.h"
 #include "interp/search_choice.h"
-#include "runtime/level.h"
 #include "runtime/memory.h"
-#include "runtime/simd.h"
 #include "runtime/work_share.h"
+#include "vector/level.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

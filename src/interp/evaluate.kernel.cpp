@@ -7,8 +7,8 @@
 #include <cstdint>
 
 #include "interp/search_choice.h"
-#include "runtime/level.h"
-#include "runtime/simd.h"
+#include "vector/level.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

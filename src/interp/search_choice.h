@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "interp/search.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

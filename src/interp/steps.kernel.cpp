@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "interp/evaluate.h"
-#include "runtime/level.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

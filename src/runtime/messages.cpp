@@ -27,7 +27,7 @@ constexpr MessageRow messages[] = {
     {1089, "Vetra RVN INTERNAL ERROR: Not enough work memory in function %s"},
     {1210,
      "Vetra RVN FATAL ERROR: This system does not meet the minimum requirements for use of the Vetra(R) "
-     "Raven "
+     "Ravenfit "
      "Numerics Library."},
     {1211,
      "The processor must support the Vetra(R) Streaming SIMD 2 Extensions (Vetra(R) SSE2) instructions."},

@@ -1,8 +1,8 @@
 #include <cstdint>
 
-#include "runtime/level.h"
-#include "runtime/simd.h"
 #include "solvers/tridiagonal_kernels.h"
+#include "vector/level.h"
+#include "vector/simd.h"
 
 // Elimination from both ends. With c = n / 2, rows above c are eliminated downwards and rows below c upwards;
 // row c takes the last pivot. r[i] is the reciprocal pivot that replaces d[i]. In the top half dl[i] becomes

@@ -8,9 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime/simd.h"
 #include "streams/operations.h"
 #include "streams/stream.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

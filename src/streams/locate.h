@@ -2,8 +2,8 @@
 
 // From an identifier to its row; for kernel sources.
 
-#include "runtime/level.h"
 #include "streams/registry.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

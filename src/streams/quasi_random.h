@@ -14,11 +14,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime/simd.h"
 #include "streams/operations.h"
 #include "streams/quasi_directions.h"
 #include "streams/stream.h"
 #include "streams/word_fill.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

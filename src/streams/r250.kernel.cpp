@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime/simd.h"
 #include "streams/operations.h"
 #include "streams/stream.h"
 #include "streams/word_fill.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

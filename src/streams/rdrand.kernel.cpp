@@ -6,9 +6,9 @@
 #include <cstdint>
 
 #include "runtime/cpu_features.h"
-#include "runtime/simd.h"
 #include "streams/operations.h"
 #include "streams/stream.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

@@ -1,6 +1,6 @@
 #include "streams/registry.h"
 
-#include "runtime/level.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

@@ -4,10 +4,10 @@
 
 #include <cstdint>
 
-#include "runtime/simd.h"
 #include "streams/operations.h"
 #include "streams/twister_states.h"
 #include "streams/word_fill.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

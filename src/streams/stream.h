@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace rvn {
 struct RsgStreamResource;

@@ -1,9 +1,9 @@
 #include "streams/stream.h"
 
 #include "runtime/memory.h"
-#include "runtime/simd.h"
 #include "streams/locate.h"
 #include "streams/stream_kernels.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

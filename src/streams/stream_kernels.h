@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace rvn {
 

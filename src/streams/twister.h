@@ -6,8 +6,8 @@
 
 #include <cstdint>
 
-#include "runtime/simd.h"
 #include "streams/word_fill.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

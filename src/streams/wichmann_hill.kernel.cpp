@@ -12,10 +12,10 @@
 
 #include <cstddef>
 
-#include "runtime/simd.h"
 #include "streams/locate.h"
 #include "streams/operations.h"
 #include "streams/pow_mod.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "runtime/simd.h"
 #include "streams/registry.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

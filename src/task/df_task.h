@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace rvn {
 

@@ -1,9 +1,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime/level.h"
 #include "runtime/memory.h"
 #include "task/task_kernels.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

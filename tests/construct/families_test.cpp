@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "construct/problem.h"
-#include "runtime/level_table.h"
+#include "dispatch/level_table.h"
 #include "support/compare.h"
 #include "support/failing_heap.h"
 #include "support/levels.h"

@@ -10,7 +10,7 @@
 #include "support/dense_spline.h"
 #include "support/task.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace problem {
 

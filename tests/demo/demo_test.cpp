@@ -11,7 +11,7 @@
 #include "demo/print_status.h"
 #include "demo/reference_check.h"
 
-#include <raven/vetra_data_fitting.h>
+#include <ravenfit/vetra_data_fitting.h>
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "support/task.h"
 #include "task/df_task.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "runtime/level_table.h"
+#include "dispatch/level_table.h"
 #include "runtime/work_share.h"
 #include "support/compare.h"
 #include "support/failing_heap.h"
@@ -16,7 +16,7 @@
 #include "support/task.h"
 #include "task/df_task.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace {
 

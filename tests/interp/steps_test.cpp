@@ -7,7 +7,7 @@
 #include "support/compare.h"
 #include "support/task.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace {
 

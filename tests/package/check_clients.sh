@@ -14,14 +14,14 @@ for client in c_client_static c_client_shared cpp_client; do
   echo "$client: works"
 done
 
-pc=$(dirname "$(find "$prefix" -name raven.pc)")
+pc=$(dirname "$(find "$prefix" -name ravenfit.pc)")
 export PKG_CONFIG_PATH="$pc"
-libdir=$(pkg-config --variable=libdir raven)
-[ "$libdir" -ef "$pc/.." ] || { echo "raven.pc names $libdir, which is not the installed tree"; exit 1; }
+libdir=$(pkg-config --variable=libdir ravenfit)
+[ "$libdir" -ef "$pc/.." ] || { echo "ravenfit.pc names $libdir, which is not the installed tree"; exit 1; }
 # shellcheck disable=SC2046
-cc -std=c99 -Wall -Wextra -pedantic -Werror "$here/client/client.c" -o "$scratch/pc_shared" $(pkg-config --cflags --libs raven) -Wl,-rpath,"$libdir"
+cc -std=c99 -Wall -Wextra -pedantic -Werror "$here/client/client.c" -o "$scratch/pc_shared" $(pkg-config --cflags --libs ravenfit) -Wl,-rpath,"$libdir"
 "$scratch/pc_shared" >/dev/null
 # shellcheck disable=SC2046
-cc -std=c99 "$here/client/client.c" -o "$scratch/pc_static" $(pkg-config --cflags raven) "$libdir/libraven.a" -lstdc++ -lm -lpthread
+cc -std=c99 "$here/client/client.c" -o "$scratch/pc_static" $(pkg-config --cflags ravenfit) "$libdir/libravenfit.a" -lstdc++ -lm -lpthread
 "$scratch/pc_static" >/dev/null
 echo "pkg-config clients: work"

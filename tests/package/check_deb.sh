@@ -11,5 +11,5 @@ mkdir -p "$root"/var/lib/dpkg/{info,updates}
 # What the package depends on is the host's, and so is the shell of its scripts.
 dpkg --root="$root" --force-depends --force-not-root --force-script-chrootless --install "$1" >"$scratch/install.log" 2>&1 ||
   { cat "$scratch/install.log"; exit 1; }
-[ -f "$root/usr/share/doc/raven/README.md" ] || { echo "$1: no documentation"; exit 1; }
+[ -f "$root/usr/share/doc/ravenfit/README.md" ] || { echo "$1: no documentation"; exit 1; }
 "$here/check_clients.sh" "$root/usr"

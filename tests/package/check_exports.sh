@@ -14,7 +14,7 @@ case $library in
       exit 1
     fi
     ;;
-  *) exported=$(nm -D --defined-only "$library" | awk '{print $NF}') ;;
+  *) exported=$(nm -D --defined-only --without-symbol-versions "$library" | awk '$2 != "A" { print $NF }') ;;
 esac
 expected=$(printf '%s\n' "$@" | sort)
 if ! diff <(echo "$expected") <(sort <<<"$exported"); then

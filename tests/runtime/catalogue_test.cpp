@@ -41,7 +41,7 @@ TEST(Catalogue, ReplacesBuiltInTexts) {
       {1001, "Vetra RVN ERROR: Incompatible optional parameters on entry to DDTTRSB.", nullptr},
   };
   const fs::path start = fs::current_path();
-  const fs::path scratch = fs::temp_directory_path() / ("raven_catalogue_" + std::to_string(getpid()));
+  const fs::path scratch = fs::temp_directory_path() / ("ravenfit_catalogue_" + std::to_string(getpid()));
   const fs::path directory = scratch / std::to_string(rvn::threadLocale());
   fs::remove_all(scratch);
   fs::create_directories(directory);

@@ -4,15 +4,16 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <map>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <unistd.h>
 #include <vector>
 
+#include "dispatch/kernel_slot.h"
 #include "runtime/cpu_features.h"
 #include "runtime/cpu_level.h"
 #include "runtime/fake_machine.h"
-#include "runtime/kernel_slot.h"
 #include "runtime/memory.h"
 #include "runtime/memory_state.h"
 #include "runtime/messages.h"
@@ -182,7 +183,7 @@ TEST(DetectionDeathTest, ProcessorWithoutSse2EndsTheProcess) {
         },
         testing::ExitedWithCode(1),
         "Vetra RVN FATAL ERROR: This system does not meet the minimum requirements for use of the "
-        "Vetra\\(R\\) Raven Numerics Library\\.\n"
+        "Vetra\\(R\\) Ravenfit Numerics Library\\.\n"
         "The processor must support the Vetra\\(R\\) Streaming SIMD 2 Extensions \\(Vetra\\(R\\) SSE2\\) "
         "instructions\\.\n");
   }
@@ -252,7 +253,7 @@ TEST(Detection, EnvironmentOverridesDetection) {
 
 TEST(Detection, LevelOutsideTheTableLeavesTheSlotEmpty) {
   const auto table = [](const rvn::LevelTable& t) { return &t; };
-  for (const std::int32_t level : {-2, 10, 0, 1, 5}) {
+  for (const std::int32_t level : {-2, 12, 0, 1, 5}) {
     boot(haswell);
     rvn::cpuState.level = level;
     rvn::KernelSlot<const rvn::LevelTable*> slot{nullptr};
@@ -261,8 +262,20 @@ TEST(Detection, LevelOutsideTheTableLeavesTheSlotEmpty) {
     EXPECT_EQ(rvn::loadKernel(slot, table), expected);
     EXPECT_EQ(slot.load(), inside ? expected : nullptr);
   }
+}
+
+TEST(Detection, LevelThatIsNotBuiltIsServedByTheNextLowerOne) {
+  std::set<std::int32_t> built;
+#define RVN_BUILT_LEVEL(n) built.insert(n);
+#include "ravenfit_built_levels.inc"
+#undef RVN_BUILT_LEVEL
   EXPECT_EQ(rvn::levelTables[0], rvn::levelTables[1]);
-  EXPECT_NE(rvn::levelTables[1], rvn::levelTables[2]);
+  for (std::int32_t level = 2; level <= 9; ++level) {
+    const bool another = built.count(level) != 0 && level != *built.begin();
+    EXPECT_EQ(rvn::levelTables[level] != rvn::levelTables[level - 1], another) << level;
+  }
+  for (std::int32_t solverClass = -1; solverClass <= 9; ++solverClass)
+    EXPECT_EQ(rvn::solverOfClass(solverClass) != nullptr, solverClass >= 2 && solverClass <= 7) << solverClass;
 }
 
 TEST(Detection, ReproducibilityMode) {

@@ -4,9 +4,9 @@
 #include <thread>
 #include <vector>
 
+#include "dispatch/kernel_slot.h"
 #include "runtime/cpu_features.h"
 #include "runtime/cpu_level.h"
-#include "runtime/kernel_slot.h"
 #include "runtime/reproducibility.h"
 
 namespace {

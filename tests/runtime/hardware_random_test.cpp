@@ -6,12 +6,12 @@
 #include <optional>
 #include <vector>
 
+#include "dispatch/level_table.h"
 #include "runtime/cpu_level.h"
 #include "runtime/fake_machine.h"
-#include "runtime/level_table.h"
 #include "streams/registry.h"
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "support/compare.h"
 #include "support/printed.h"
 
-#include <raven/tridiagonal.h>
+#include <ravenfit/tridiagonal.h>
 
 namespace {
 

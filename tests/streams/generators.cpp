@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 #include <immintrin.h>
 
+#include "dispatch/level_table.h"
 #include "runtime/cpu_level.h"
-#include "runtime/level_table.h"
 #include "streams/models.h"
 #include "streams/quasi_models.h"
 #include "streams/stream.h"

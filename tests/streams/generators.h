@@ -10,7 +10,7 @@
 
 #include "streams/registry.h"
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace support {
 

@@ -17,7 +17,7 @@
 #include "streams/models.h"
 #include "streams/mt2203.h"
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace {
 

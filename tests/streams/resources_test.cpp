@@ -9,7 +9,7 @@
 #include "runtime/memory.h"
 #include "support/failing_heap.h"
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace {
 

@@ -10,15 +10,15 @@
 #include <thread>
 #include <vector>
 
+#include "dispatch/level_table.h"
 #include "runtime/cpu_features.h"
 #include "runtime/cpu_level.h"
-#include "runtime/level_table.h"
 #include "streams/registry.h"
 #include "support/compare.h"
 #include "support/failing_heap.h"
 #include "support/printed.h"
 
-#include <raven/random_streams.h>
+#include <ravenfit/random_streams.h>
 
 namespace {
 

@@ -1,37 +1,53 @@
 #pragma once
 
-// Which builds of the kernels this machine can run.
+// Which builds of the kernels there are, and which this machine can run.
 
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 namespace support {
 
+struct LevelRow {
+  std::int32_t level;
+  std::int32_t solverClass;  // 0: none
+  bool (*canRun)();
+};
+
+constexpr LevelRow levelRows[] = {
+#define RVN_LEVEL_ROW(level, flags, bytes, integers, fused, tables, solver, needs) \
+  {level, solver, [] { return __builtin_cpu_supports(needs) != 0; }},
+#include "vector/levels.inc"
+#undef RVN_LEVEL_ROW
+};
+
+// A number without a row is a level that any machine runs.
 inline bool canRun(std::int32_t level) {
-  switch (level) {
-    case 9:
-      return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-             __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
-    case 8:
-      return __builtin_cpu_supports("avx");
-    case 7:
-      return __builtin_cpu_supports("sse4.2");
-    case 6:
-      return __builtin_cpu_supports("sse4.1");
-    case 5:
-      return __builtin_cpu_supports("ssse3");
-    case 4:
-      return __builtin_cpu_supports("sse3");
-    default:
-      return true;
-  }
+  for (const LevelRow& row : levelRows)
+    if (row.level == level) return row.canRun();
+  return true;
 }
 
+inline bool canRunSolver(std::int32_t solverClass) {
+  for (const LevelRow& row : levelRows)
+    if (row.solverClass == solverClass && row.level < 10) return row.canRun();
+  return true;
+}
+
+// The levels that are built and that this machine runs.
 inline std::vector<std::int32_t> runnableLevels() {
   std::vector<std::int32_t> levels;
-  for (std::int32_t level = 1; level <= 9; ++level)
-    if (canRun(level)) levels.push_back(level);
+#define RVN_BUILT_LEVEL(n) \
+  if (canRun(n)) levels.push_back(n);
+#include "ravenfit_built_levels.inc"
+#undef RVN_BUILT_LEVEL
   return levels;
+}
+
+// The level of this run.
+inline std::int32_t levelOfRun() {
+  const char* const text = std::getenv("RVN_TEST_LEVEL");
+  return text == nullptr ? 1 : static_cast<std::int32_t>(std::strtol(text, nullptr, 10));
 }
 
 }  // namespace support

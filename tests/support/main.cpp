@@ -5,32 +5,25 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
+#include "runtime/cpu_level.h"
 #include "support/levels.h"
 
-namespace {
-
-constexpr int skipped = 77;
-
-// The number in an environment variable, or `otherwise`.
-std::int32_t numberIn(const char* name, std::int32_t otherwise) {
-  const char* const text = std::getenv(name);
-  return text == nullptr ? otherwise : static_cast<std::int32_t>(std::strtol(text, nullptr, 10));
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
-  const std::int32_t level = numberIn("RVN_KERNEL_LEVEL_FORCE", 1);
+  constexpr int skipped = 77;
+  const std::int32_t level = support::levelOfRun();
   if (!support::canRun(level)) {
     std::printf("this machine cannot run level %d\n", level);
     return skipped;
   }
-  constexpr std::int32_t levelOfClass[] = {3, 4, 5, 7, 8, 9};
-  const std::int32_t solverClass = numberIn("RVN_DEBUG_CPU_TYPE", 2);
-  if (solverClass >= 2 && solverClass <= 7 && !support::canRun(levelOfClass[solverClass - 2])) {
+  const char* const text = std::getenv("RVN_DEBUG_CPU_TYPE");
+  const std::int32_t solverClass =
+      text == nullptr ? 2 : static_cast<std::int32_t>(std::strtol(text, nullptr, 10));
+  if (!support::canRunSolver(solverClass)) {
     std::printf("this machine cannot run solver class %d\n", solverClass);
     return skipped;
   }
+  // Builds on trial have no number in the environment of the library.
+  if (level > 9) rvn::cpuState.level.store(level);
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace support {
 

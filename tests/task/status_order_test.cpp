@@ -4,7 +4,7 @@
 
 #include "support/task.h"
 
-#include <raven/data_fitting.h>
+#include <ravenfit/data_fitting.h>
 
 namespace {
 

@@ -1,9 +1,9 @@
 /* A strict C client: a straight line, splined and evaluated between its breakpoints. */
 #include <stdio.h>
 
-#include <raven/data_fitting.h>
-#include <raven/random_streams.h>
-#include <raven/tridiagonal.h>
+#include <ravenfit/data_fitting.h>
+#include <ravenfit/random_streams.h>
+#include <ravenfit/tridiagonal.h>
 
 int main(void) {
   const double x[5] = {0.0, 1.0, 2.5, 3.0, 4.0};

@@ -1,6 +1,6 @@
 // A C++ client of both shared libraries.
-#include <raven/data_fitting.h>
-#include <raven/vetra_data_fitting.h>
+#include <ravenfit/data_fitting.h>
+#include <ravenfit/vetra_data_fitting.h>
 
 int main() {
   VetraDataFitting first;

@@ -1,5 +1,5 @@
 // A client that is compiled for the ABI of the Microsoft compiler: names, and constructors that return their object.
-#include <raven/vetra_data_fitting.h>
+#include <ravenfit/vetra_data_fitting.h>
 
 int main() {
   VetraDataFitting first;

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "dispatch/level_table.h"
 #include "runtime/cpu_level.h"
-#include "runtime/level_table.h"
 
 namespace rvn {
 
@@ -18,13 +18,13 @@ using KernelSlot = std::atomic<Kernel>;
 template <class Kernel, class Pick>
 [[gnu::cold, gnu::noinline]] Kernel pickKernel(KernelSlot<Kernel>& slot, Pick pick) {
   const std::int32_t level = cpuLevel();
-  if (level < 0 || level > 9) return pick(*levelTables[0]);
+  if (level < 0 || level >= levelRowCount || levelTables[level] == nullptr) return pick(*levelTables[0]);
   Kernel kernel = pick(*levelTables[level]);
   slot.store(kernel, std::memory_order_relaxed);
   return kernel;
 }
 
-// Returns the slot's kernel, picking it with `pick(levelTable)` at first use. A level outside 0 .. 9 leaves
+// Returns the slot's kernel, picking it with `pick(levelTable)` at first use. A level without a row leaves
 // the slot empty and the call goes to the lowest build.
 template <class Kernel, class Pick>
 Kernel loadKernel(KernelSlot<Kernel>& slot, Pick pick) {

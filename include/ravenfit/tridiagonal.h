@@ -1,5 +1,5 @@
-#ifndef RAVEN_TRIDIAGONAL_H
-#define RAVEN_TRIDIAGONAL_H
+#ifndef RAVENFIT_TRIDIAGONAL_H
+#define RAVENFIT_TRIDIAGONAL_H
 
 /*
  * Tridiagonal systems without pivoting, eliminated from both ends at once (the "twisted" or burn-at-both-ends
@@ -18,7 +18,7 @@
 
 #include <stdint.h>
 
-#include <raven/version.h>
+#include <ravenfit/version.h>
 
 #ifdef __cplusplus
 extern "C" {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <immintrin.h>
 
-#include "runtime/level.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -92,7 +92,7 @@ template <class Body>
 // c - a * b, rounded as `fused` rounds.
 template <class V>
 [[maybe_unused]] inline V subtractProduct(V c, V a, V b) {
-  if constexpr (level.fusesSolver) {
+  if constexpr (level.fused) {
     return fused(-a, b, c);
   } else {
     return c - a * b;
@@ -339,7 +339,7 @@ template <class Number>
 // w * scale + a: raw outputs to the interval from a on. Generators that fuse do so where the level can.
 template <bool fuses, class V>
 [[maybe_unused]] inline V mapped(V w, V scale, V a) {
-  if constexpr (fuses && level.fusesUniform) {
+  if constexpr (fuses && level.fused) {
     return fused(w, scale, a);
   } else {
     return w * scale + a;

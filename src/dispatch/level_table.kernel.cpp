@@ -1,6 +1,6 @@
-#include "runtime/level_table.h"
+#include "dispatch/level_table.h"
 
-#include "runtime/level.h"
+#include "vector/level.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 

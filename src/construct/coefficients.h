@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "construct/framework.h"
-#include "runtime/simd.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

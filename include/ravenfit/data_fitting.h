@@ -1,5 +1,5 @@
-#ifndef RAVEN_DATA_FITTING_H
-#define RAVEN_DATA_FITTING_H
+#ifndef RAVENFIT_DATA_FITTING_H
+#define RAVENFIT_DATA_FITTING_H
 
 /*
  * One-dimensional data fitting: piece-wise polynomial splines over a partition, cell search, evaluation of
@@ -23,7 +23,7 @@
 
 #include <stdint.h>
 
-#include <raven/version.h>
+#include <ravenfit/version.h>
 
 #ifdef __cplusplus
 extern "C" {

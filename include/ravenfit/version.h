@@ -1,10 +1,10 @@
-#ifndef RAVEN_VERSION_H
-#define RAVEN_VERSION_H
+#ifndef RAVENFIT_VERSION_H
+#define RAVENFIT_VERSION_H
 
 /* Version of the headers; the CMake and pkg-config packages carry the same numbers. */
-#define RAVEN_VERSION_MAJOR 0
-#define RAVEN_VERSION_MINOR 1
-#define RAVEN_VERSION_PATCH 0
+#define RAVENFIT_VERSION_MAJOR 0
+#define RAVENFIT_VERSION_MINOR 1
+#define RAVENFIT_VERSION_PATCH 0
 
 /* Marks what the shared libraries export. */
 #if defined(__GNUC__) && !defined(_WIN32)

@@ -1,5 +1,5 @@
-#ifndef RAVEN_RANDOM_STREAMS_H
-#define RAVEN_RANDOM_STREAMS_H
+#ifndef RAVENFIT_RANDOM_STREAMS_H
+#define RAVENFIT_RANDOM_STREAMS_H
 
 /*
  * Random streams: one object holds the state of one basic generator; fills draw from it.
@@ -15,7 +15,7 @@
 
 #include <stdint.h>
 
-#include <raven/version.h>
+#include <ravenfit/version.h>
 
 #ifdef __cplusplus
 extern "C" {

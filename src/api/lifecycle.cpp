@@ -1,6 +1,6 @@
 #include <cstdint>
 
-#include "runtime/kernel_slot.h"
+#include "dispatch/kernel_slot.h"
 #include "runtime/memory.h"
 #include "task/df_task.h"
 

@@ -1,7 +1,7 @@
 #include "streams/stream.h"
 
-#include "runtime/kernel_slot.h"
-#include "streams/report.h"
+#include "api/report.h"
+#include "dispatch/kernel_slot.h"
 
 namespace rvn {
 

@@ -1,4 +1,4 @@
-#include "task/status.h"
+#include "demo/status.h"
 
 #include <cstdint>
 

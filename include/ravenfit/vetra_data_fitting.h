@@ -1,7 +1,7 @@
-#ifndef RAVEN_VETRA_DATA_FITTING_H
-#define RAVEN_VETRA_DATA_FITTING_H
+#ifndef RAVENFIT_VETRA_DATA_FITTING_H
+#define RAVENFIT_VETRA_DATA_FITTING_H
 
-#include <raven/version.h>
+#include <ravenfit/version.h>
 
 /*
  * The class that the vetraDataFitting library exports: two demonstrations that run the data-fitting engine

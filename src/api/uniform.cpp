@@ -1,5 +1,5 @@
-#include "runtime/kernel_slot.h"
-#include "streams/report.h"
+#include "api/report.h"
+#include "dispatch/kernel_slot.h"
 #include "streams/stream.h"
 
 namespace {

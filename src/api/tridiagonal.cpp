@@ -1,11 +1,11 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "dispatch/kernel_slot.h"
 #include "runtime/cpu_level.h"
-#include "runtime/kernel_slot.h"
 #include "runtime/messages.h"
 
-#include <raven/tridiagonal.h>
+#include <ravenfit/tridiagonal.h>
 
 namespace {
 
@@ -21,14 +21,14 @@ constexpr std::int32_t unsupportedClassMessage = 1213;
 // The solver has builds for the processor classes 2 to 7 and ends the process on any other.
 template <class Kernel>
 Kernel loadSolver(KernelSlot<Kernel>& slot, Kernel TridiagonalKernels::*member) {
-  constexpr int levelOfClass[] = {3, 4, 5, 7, 8, 9};
   if (Kernel kernel = slot.load(std::memory_order_relaxed)) return kernel;
   const std::int32_t type = rvn::solverCpuType();
-  if (type < 2 || type > 7) {
+  const TridiagonalKernels* const kernels = rvn::solverOfClass(type);
+  if (kernels == nullptr) {
     rvn::rvnPrintMessage(0, unsupportedClassMessage, 1, type);
     std::exit(1);
   }
-  Kernel kernel = rvn::levelTables[levelOfClass[type - 2]]->tridiagonal->*member;
+  Kernel kernel = kernels->*member;
   slot.store(kernel, std::memory_order_relaxed);
   return kernel;
 }
