@@ -213,7 +213,9 @@ RVN_API int32_t dfTaskEditSpline(DfTask* task, int32_t order, int32_t kind, int3
  *                         slope is not. At least 3. A free spline ends at the right with half of the last
  *                         given second derivative.
  *   natural               continuous curvature: a tridiagonal system for m_i (C. de Boor, A Practical Guide
- *                         to Splines, 1978, ch. IV) that is factored once for all functions. At least 3.
+ *                         to Splines, 1978, ch. IV) that is factored once for all functions. At least 3;
+ *                         DF_END_NOT_A_KNOT on a general partition needs 4: with 3 the system is singular,
+ *                         and rounding decides between -1500 and numbers without meaning.
  *   Hermite               ic: the slopes m_1 .. m_(nx-2), DF_IC_SLOPES. At least 3.
  *   Bessel                m_i of the parabola through three neighbours (de Boor, ch. IV). At least 4.
  *   Akima                 m_i a mean of d_(i-1) and d_i with weights |d_(i+1) - d_i| and |d_(i-1) - d_(i-2)|,
@@ -234,7 +236,8 @@ RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t meth
  * Finds cells and evaluates values and derivatives.
  *
  * type      DF_WANT_* bits. With DF_WANT_GIVEN_CELLS the other bits have no effect; DF_WANT_CELLS alone finds
- *           cells and computes nothing else.
+ *           cells and computes nothing else. That search alone gives cell 0 to a single uniform site: one site
+ *           has no step.
  * method    must be DF_METHOD_POLYNOMIAL.
  * nsite     number of sites, at least 1.
  * site      nsite sites in any order, or two ends under DF_SITES_UNIFORM. Sites outside the partition are

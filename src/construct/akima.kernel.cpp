@@ -20,7 +20,9 @@ template <class V>
 inline V weightedMean(V before, V weightBefore, V after, V weightAfter) {
   const V sum = weightBefore + weightAfter;
   const V mean = (before + after) * 0.5;
-  const V weighted = (before * weightBefore + after * weightAfter) / sum;
+  // Where both weights vanish, 0 / 0 would raise a flag, or a trap, for a quotient that nobody takes.
+  const V divisor = leastWeights > sum ? V{} + 1.0 : sum;
+  const V weighted = (before * weightBefore + after * weightAfter) / divisor;
   return leastWeights > sum ? mean : weighted;
 }
 

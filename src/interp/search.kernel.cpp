@@ -130,24 +130,22 @@ void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, 
   // Long brackets: one secant step from the breakpoint at the site's place in its coarse cell, then a short
   // window about the result; that takes two or three cache lines instead of one per halving. Sites outside
   // their windows are searched for in their brackets.
-  const auto lastBreakpoint = static_cast<std::int32_t>(nx - 1);
+  // Guesses are limited before they become integers: two numbers of breakpoints together may be no 32-bit integer.
+  const auto lastBreakpoint = static_cast<double>(nx - 1);
   std::int32_t first[sitesAtOnce];
   for (std::int64_t i = 0; i < nsite; ++i) {
-    const std::int32_t guess = lo[i] + static_cast<std::int32_t>((scaled[i] - coarse[i]) * width[i]);
-    first[i] = guess < lastBreakpoint ? guess : lastBreakpoint;
+    const double guess = lo[i] + (scaled[i] - coarse[i]) * width[i];
+    first[i] = static_cast<std::int32_t>(guess < lastBreakpoint ? guess : lastBreakpoint);
   }
   for (std::int64_t i = 0; i < nsite; ++i)
     __builtin_prefetch(args.x + first[i]);
   constexpr std::int64_t window = scannedBreakpoints;
-  const auto lastGuess = static_cast<std::int32_t>(nx - window);
-  const auto farthest = static_cast<double>(n);
+  const auto lastGuess = static_cast<double>(nx - window);
   for (std::int64_t i = 0; i < nsite; ++i) {
     const double step = (site[i] - args.x[first[i]]) * args.lookupInvWidth * width[i];
-    const double below = step < farthest ? step : farthest;
-    const std::int32_t guess = first[i] + static_cast<std::int32_t>(below > -farthest ? below : -farthest) -
-                               static_cast<std::int32_t>(window / 2 - 1);
-    const std::int32_t inside = guess < lastGuess ? guess : lastGuess;
-    first[i] = inside > 0 ? inside : 0;
+    const double guess = first[i] + step - static_cast<double>(window / 2 - 1);
+    const double inside = guess < lastGuess ? guess : lastGuess;
+    first[i] = static_cast<std::int32_t>(inside > 0.0 ? inside : 0.0);
     cell[i] = first[i];
   }
   narrowAll(args.x, window, nsite, site, cell);

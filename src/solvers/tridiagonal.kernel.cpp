@@ -28,8 +28,8 @@ bool unusable(double pivot) {
 }
 
 // Factors; `WithColumn` also takes one right-hand side through the top and bottom sweeps, whose chains hide
-// behind the divisions. The running pivots and right-hand sides of both ends stay in registers. Returns 0 or
-// the number, from 1, of the first row with an unusable pivot.
+// behind the divisions. The running pivots and right-hand sides of both ends stay in registers; where the work
+// stops, the pivots go to their rows. Returns 0 or the number, from 1, of the first row with an unusable pivot.
 template <bool WithColumn>
 std::int64_t factorRows(std::int64_t n, double* __restrict dl, double* __restrict d,
                         const double* __restrict du, double* __restrict b) {
@@ -53,12 +53,17 @@ std::int64_t factorRows(std::int64_t n, double* __restrict dl, double* __restric
       b[i + 1] = top;
     }
   };
+  const auto stopAt = [&](std::int64_t row, std::int64_t rowOfP, std::int64_t rowOfQ) {
+    d[rowOfP] = p;
+    d[rowOfQ] = q;
+    return row + 1;
+  };
   // The last pair works on the row that both ends share.
   const auto pairOfSteps = [&](std::int64_t i, double nextTop, bool meets) -> std::int64_t {
     const std::int64_t k = n - 1 - i;
-    if (unusable(p)) return i + 1;
+    if (unusable(p)) return stopAt(i, i, k);
     topStep(i, nextTop);
-    if (unusable(q)) return k + 1;
+    if (unusable(q)) return stopAt(k, i + 1, k);
     const double reciprocal = 1.0 / q;
     const double scaled = dl[k - 1] * reciprocal;
     d[k] = reciprocal;
@@ -80,13 +85,16 @@ std::int64_t factorRows(std::int64_t n, double* __restrict dl, double* __restric
     if (h > 0)
       if (const std::int64_t failed = pairOfSteps(h - 1, d[h], true)) return failed;
   } else {
-    if (unusable(p)) return h + 1;
+    if (unusable(p)) return stopAt(h, h, c);
     if constexpr (WithColumn) b[c] = bottom;
     topStep(h, q);
     q = p;
     bottom = top;
   }
-  if (unusable(q)) return c + 1;
+  if (unusable(q)) {
+    d[c] = q;
+    return c + 1;
+  }
   d[c] = 1.0 / q;
   if constexpr (WithColumn) b[c] = bottom * d[c];
   return 0;

@@ -228,16 +228,35 @@ TEST(Families, PeriodicDataMustClose) {
   }
 }
 
-// A natural spline with not-a-knot ends over three breakpoints, and one over a partition that stands still.
+// A natural spline with not-a-knot ends over three breakpoints, one over a partition that stands still, and two whose
+// only zero pivot is followed by an infinite one, from the top and from the bottom.
 TEST(Families, RefuseSingularSystems) {
-  const Family& natural = problem::families()[3];
-  for (Problem p :
-       {Problem(natural, DF_END_NOT_A_KNOT, false, 3, 1), Problem(natural, DF_END_FREE, false, 4, 1)}) {
-    for (std::size_t i = 0; i < p.x.size(); ++i)
-      p.x[i] = p.nx == 3 ? static_cast<double>(i) : 1.0;
+  const struct {
+    std::int32_t bcType;
+    std::vector<double> x;
+  } cases[] = {{DF_END_NOT_A_KNOT, {0, 1, 2}},
+               {DF_END_FREE, {1, 1, 1, 1}},
+               {DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, {0, 1, 0, 1, 2, 3, 4, 5, 6}},
+               {DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, {0, 1, 2, 3, 4, 5, 6, 5, 6}}};
+  for (const auto& c : cases) {
+    Problem p(problem::families()[3], c.bcType, false, static_cast<std::int32_t>(c.x.size()), 1);
+    p.x = c.x;
     Task task = p.task();
-    EXPECT_EQ(dfTaskConstruct(task.get(), 0, 0), DF_ERROR_SOLVER);
-    EXPECT_TRUE(p.nx == 4 || task.coeff() == std::vector<double>(8, -77.0));
+    EXPECT_EQ(dfTaskConstruct(task.get(), 0, 0), DF_ERROR_SOLVER) << p.name();
+    EXPECT_EQ(task.coeff(), std::vector<double>(4 * size(p.nx - 1), -77.0)) << p.name();
+  }
+}
+
+// Sums of weights on both sides of 1e-10, and far from it.
+TEST(Families, AkimaTakesThePlainMeanOfChordsThatHardlyBend) {
+  for (const double scale : {1e-13, 1e-12, 3e-11, 1e-10, 1e-8}) {
+    Problem p(problem::families()[6], DF_END_FREE, false, 40, 1);
+    for (double& y : p.y)
+      y *= scale;
+    const std::vector<double> coeff = constructed(p);
+    const support::Row slopes = problem::localSlopes(p, p.y.data());
+    for (std::size_t i = 1; i < 39; ++i)
+      ASSERT_NEAR(coeff[4 * i + 1], static_cast<double>(slopes[i]), 1e-12 * scale) << scale << " " << i;
   }
 }
 

@@ -174,10 +174,10 @@ TEST(Evaluate, SubbotinPiecesJoinAtTheKnots) {
       for (std::size_t i = 0; i < sites.size(); ++i) {
         const double q = rule.pieces[i];
         const double t = sites[i] - q;
-        want.insert(want.end(), {(0.5 * q * t + 1.0) * t + q, q});
+        want.insert(want.end(), {(0.5 * q * t + 1.0) * t + q, q, 0.0});
       }
       std::vector<double> r(want.size(), -77.0);
-      EXPECT_EQ(interpolate(task, {sites, {1, 0, 1}, DF_RESULTS_DERIVS_INNER}, r), DF_STATUS_OK);
+      EXPECT_EQ(interpolate(task, {sites, {1, 0, 1, 1}, DF_RESULTS_DERIVS_INNER}, r), DF_STATUS_OK);
       EXPECT_TRUE(same(r, want));
     }
   }

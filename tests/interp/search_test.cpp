@@ -7,6 +7,9 @@
 #include <random>
 #include <string>
 #include <vector>
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 #include "dispatch/level_table.h"
 #include "runtime/work_share.h"
@@ -380,6 +383,36 @@ TEST(UserSearch, FinalCellsStandAndGuessesAreCorrected) {
     }
   }
 }
+
+#if defined(__linux__) && defined(__LP64__)
+// 1.2e9 breakpoints, nearly all of them in the first coarse cell: a place in it and a step from there are together no
+// 32-bit integer. Untouched pages of the mapping are zero and take no memory.
+TEST(Search, LongBracketsOfHugePartitions) {
+  constexpr std::int64_t nx = 1'200'000'000;
+  void* const pages = mmap(nullptr, nx * sizeof(double), PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(pages, MAP_FAILED);
+  auto* const x = static_cast<double*>(pages);
+  x[nx - 1] = 1.0;
+  std::vector<rvn::LookupCell> lookup(16, {nx - 2, nx - 1});
+  lookup[0].lo = 0;
+  DfTask task = {};
+  task.nx = nx;
+  task.x = x;
+  task.lookupCells = 16;
+  task.lookup = lookup.data();
+  task.lookupInvWidth = 16.0;
+  const Sites sites = {0.062, -1.0, 0.0, 1.0, 0.5, nan};
+  for (const std::int32_t level : support::runnableLevels()) {
+    Cells cells(sites.size(), -9);
+    EXPECT_EQ(rvn::levelTables[level]->interp->searchCells(task, 1, 6, sites.data(), 0, nullptr, cells.data(),
+                                                           nullptr, nullptr, rvn::workShareTables[0]),
+              0);
+    EXPECT_TRUE(same(cells, Cells{nx - 1, 0, nx - 1, nx, nx - 1, 0})) << level;
+  }
+  munmap(pages, nx * sizeof(double));
+}
+#endif
 
 // No level fuses, so that vectors, tails and levels give the same bits; and so do three workers whose blocks run
 // in descending order. The mean step is 1/2, by which no level rounds.

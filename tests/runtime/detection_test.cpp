@@ -275,7 +275,8 @@ TEST(Detection, LevelThatIsNotBuiltIsServedByTheNextLowerOne) {
     EXPECT_EQ(rvn::levelTables[level] != rvn::levelTables[level - 1], another) << level;
   }
   for (std::int32_t solverClass = -1; solverClass <= 9; ++solverClass)
-    EXPECT_EQ(rvn::solverOfClass(solverClass) != nullptr, solverClass >= 2 && solverClass <= 7) << solverClass;
+    EXPECT_EQ(rvn::solverOfClass(solverClass) != nullptr, solverClass >= 2 && solverClass <= 7)
+        << solverClass;
 }
 
 TEST(Detection, ReproducibilityMode) {

@@ -124,14 +124,39 @@ TEST(Tridiagonal, NamesTheFirstUnusablePivot) {
       EXPECT_EQ(info, c.info) << c.n << " " << c.row;
     }
   }
-  // Invertible, but the leading minor vanishes.
-  const std::int32_t n = 2;
-  std::vector<double> dl = {1.0};
-  std::vector<double> d = {0.0, 0.0};
-  const std::vector<double> du = {1.0};
-  std::int32_t info = -9;
-  DDTTRFB(&n, dl.data(), d.data(), du.data(), &info);
-  EXPECT_EQ(info, 1);
+}
+
+// Where factoring stops, rows that were begun hold their running pivots; by hand.
+TEST(Tridiagonal, LeavesRunningPivotsWhereItStops) {
+  const struct {
+    std::vector<double> dl, d, du, left;
+    std::int32_t info;
+  } cases[] = {
+      {{1}, {0, 0}, {1}, {0, 0}, 1},  // invertible, but the leading minor vanishes
+      {{2}, {4, 1}, {2}, {0.25, 0}, 2},
+      {{1, 2, 3}, {4, 0, 5, 6}, {0, 0, 1}, {0.25, 0, 4.5, 1.0 / 6}, 2},
+      {{2, 1, 3, 1}, {4, 3, 7, 2, 4}, {2, 1, 2, 8}, {0.25, 0.5, 6.5, 0, 0.25}, 4},
+      {{2, 1, 1, 1}, {4, 3, 1, 2, 4}, {2, 1, 1, 4}, {0.25, 0.5, -2, 1, 0.25}, 0},
+      {{1, 0, 2, 1}, {1, 5, 4, 3, 0}, {2, 1, 1, 1}, {1, 3, 4, 3, 0}, 5},
+      {{2, 1, 2, 1}, {4, 3, 2.5, 2, 4}, {2, 1, 1, 4}, {0.25, 0.5, 0, 1, 0.25}, 3},
+  };
+  for (const auto& c : cases) {
+    const auto n = static_cast<std::int32_t>(c.d.size());
+    const std::int32_t one = 1;
+    for (const bool both : {false, true}) {
+      auto [dl, d, du, left, expected] = c;
+      std::vector<double> b(d.size(), 1.0);
+      std::int32_t info = -9;
+      if (both) {
+        DDTSVB(&n, &one, dl.data(), d.data(), du.data(), b.data(), &n, &info);
+      } else {
+        DDTTRFB(&n, dl.data(), d.data(), du.data(), &info);
+      }
+      EXPECT_EQ(info, expected);
+      for (std::size_t i = 0; i < d.size(); ++i)
+        EXPECT_DOUBLE_EQ(d[i], left[i]) << n << " rows, row " << i;
+    }
+  }
 }
 
 // The mirrored solve undoes, step by step, the four sweeps that it consists of.
