@@ -1,28 +1,31 @@
 #include <cstdint>
 
 #include "dispatch/kernel_slot.h"
-#include "task/df_task.h"
+#include "dispatch/solver_kernels.h"
+#include "task/spline_kind.h"
 
 namespace {
 
-using rvn::ConstructKernels;
-using rvn::FamilyDispatcher;
-using rvn::KernelSlot;
-using rvn::LevelTable;
+using rvn::EndPair;
+using rvn::SplineKind;
 
-// A construction family: where its dispatcher stands in a level's table, and the slot that keeps it.
-struct Family {
-  const FamilyDispatcher* ConstructKernels::*member;
-  KernelSlot<FamilyDispatcher> slot;
-};
+rvn::KernelSlot<const rvn::SplineKinds*> kindsSlot{nullptr};
 
-Family linear{&ConstructKernels::linear, nullptr};
-Family quadratic{&ConstructKernels::quadratic, nullptr};
-Family secondDerivatives{&ConstructKernels::secondDerivatives, nullptr};
-Family natural{&ConstructKernels::natural, nullptr};
-Family hermite{&ConstructKernels::hermite, nullptr};
-Family bessel{&ConstructKernels::bessel, nullptr};
-Family akima{&ConstructKernels::akima, nullptr};
+constexpr std::int32_t badLayout = -1;
+
+// The row of a kind's members that reads the values, or badLayout.
+std::int32_t layoutOf(const DfTask& task) {
+  switch (task.yhint) {
+    case DF_VALUES_BY_BREAKPOINT:
+      return 0;
+    case DF_VALUES_DEFAULT:
+    case DF_VALUES_BY_FUNCTION:
+    case DF_VALUES_FIRST_ROW:
+      return 1;
+    default:
+      return badLayout;
+  }
+}
 
 std::int32_t checkArrays(const DfTask& task) {
   const std::int64_t functions = task.ny > 1 ? task.ny : 1;
@@ -30,60 +33,38 @@ std::int32_t checkArrays(const DfTask& task) {
   for (std::int64_t i = 0; i < functions; ++i)
     if (task.coeffRows[i] == nullptr) return DF_ERROR_NULL_COEFFICIENTS;
   if (task.yRows == nullptr) return DF_ERROR_FUNCTION_VALUES;
-  if (task.yhint == DF_VALUES_DEFAULT || task.yhint == DF_VALUES_BY_FUNCTION ||
-      task.yhint == DF_VALUES_FIRST_ROW) {
-    for (std::int64_t i = 0; i < functions; ++i)
-      if (task.yRows[i] == nullptr) return DF_ERROR_FUNCTION_VALUES;
-  } else if (task.yhint != DF_VALUES_BY_BREAKPOINT) {
-    return DF_ERROR_VALUES_HINT;
-  }
+  const std::int32_t layout = layoutOf(task);
+  if (layout == badLayout) return DF_ERROR_VALUES_HINT;
+  for (std::int64_t i = 0; layout == 1 && i < functions; ++i)
+    if (task.yRows[i] == nullptr) return DF_ERROR_FUNCTION_VALUES;
   if (task.yRows[0] == nullptr) return DF_ERROR_FUNCTION_VALUES;
   return DF_STATUS_OK;
 }
 
-// Tests the internal conditions of a cubic kind that needs them.
-std::int32_t checkInternal(const DfTask& task, std::int64_t icType) {
-  if (task.ic == nullptr) return DF_ERROR_NULL_INTERNAL;
-  if (task.icType != icType) return DF_ERROR_INTERNAL_CONDITION;
-  return DF_STATUS_OK;
+std::int32_t refuseKind(std::int64_t order) {
+  return order == DF_ORDER_QUADRATIC || order == DF_ORDER_CUBIC ? DF_ERROR_SPLINE_KIND
+                                                                : DF_ERROR_SPLINE_ORDER;
 }
 
-std::int32_t selectCubic(const DfTask& task, Family*& family) {
-  switch (task.kind) {
-    case DF_KIND_DEFAULT:
-      family = &secondDerivatives;
-      return checkInternal(task, DF_IC_CURVATURES);
-    case DF_KIND_NATURAL:
-      family = &natural;
-      return DF_STATUS_OK;
-    case DF_KIND_HERMITE:
-      family = &hermite;
-      return checkInternal(task, DF_IC_SLOPES);
-    case DF_KIND_BESSEL:
-      family = &bessel;
-      return DF_STATUS_OK;
-    case DF_KIND_AKIMA:
-      family = &akima;
-      return DF_STATUS_OK;
-    default:
-      return DF_ERROR_SPLINE_KIND;
+// What the record of a kind asks of its task, and the ends that the task names.
+std::int32_t checkKind(const SplineKind& kind, const DfTask& task, std::int32_t method, EndPair& ends) {
+  const bool givesInternal = kind.internal == DF_IC_SLOPES || kind.internal == DF_IC_CURVATURES;
+  if (givesInternal && task.ic == nullptr) return DF_ERROR_NULL_INTERNAL;
+  if (givesInternal && task.icType != kind.internal) return DF_ERROR_INTERNAL_CONDITION;
+  if (kind.testsMethod && method != 0) return DF_ERROR_METHOD;
+  const bool enough = task.nx >= kind.leastBreakpoints;
+  if (!kind.breakpointsLast && !enough) return DF_ERROR_BREAKPOINT_COUNT;
+  if (layoutOf(task) == badLayout) return DF_ERROR_VALUES_HINT;
+  if (kind.internal == DF_IC_KNOTS && (task.icType & DF_IC_KNOTS) == 0) return DF_ERROR_INTERNAL_CONDITION;
+  if (kind.ends != 0) {
+    const rvn::EndType* type = nullptr;
+    for (const rvn::EndType& known : rvn::endTypes)
+      if (known.bcType == task.bcType) type = &known;
+    if (type == nullptr || (kind.ends & type->set) == 0) return DF_ERROR_BOUNDARY_CONDITION;
+    if ((kind.endsWithValues & type->set) != 0 && task.bc == nullptr) return DF_ERROR_NULL_BOUNDARY;
+    ends = type->ends;
   }
-}
-
-std::int32_t selectFamily(const DfTask& task, Family*& family) {
-  switch (task.order) {
-    case DF_ORDER_LINEAR:
-      family = &linear;
-      return DF_STATUS_OK;
-    case DF_ORDER_QUADRATIC:
-      if (task.kind != DF_KIND_DEFAULT && task.kind != DF_KIND_SUBBOTIN) return DF_ERROR_SPLINE_KIND;
-      family = &quadratic;
-      return DF_STATUS_OK;
-    case DF_ORDER_CUBIC:
-      return selectCubic(task, family);
-    default:
-      return DF_ERROR_SPLINE_ORDER;
-  }
+  return enough ? DF_STATUS_OK : DF_ERROR_BREAKPOINT_COUNT;
 }
 
 }  // namespace
@@ -94,9 +75,13 @@ extern "C" std::int32_t dfTaskConstruct(const DfTask* task, std::int32_t format,
     if (format != 0 || method != 0) return DF_ERROR_METHOD;
     if (const std::int32_t status = checkArrays(*task); status != DF_STATUS_OK) return status;
   }
-  Family* family = nullptr;
-  if (const std::int32_t status = selectFamily(*task, family); status != DF_STATUS_OK) return status;
-  const FamilyDispatcher construct = rvn::loadKernel(
-      family->slot, [family](const LevelTable& table) { return *(table.construct->*(family->member)); });
-  return construct(*task, format, method, rvn::workShareTables[rvn::constructWorkShareRow]);
+  const rvn::SplineKinds& kinds =
+      *rvn::loadKernel(kindsSlot, [](const rvn::LevelTable& table) { return table.kinds; });
+  const SplineKind* const kind = kinds.find(task->order, task->kind);
+  if (kind == nullptr || kind->construct.member[0][0] == nullptr) return refuseKind(task->order);
+  EndPair ends = {};
+  if (const std::int32_t status = checkKind(*kind, *task, method, ends); status != DF_STATUS_OK)
+    return status;
+  const rvn::Construct construct = kind->construct.member[layoutOf(*task)][rvn::isUniform(*task) ? 1 : 0];
+  return construct(*task, ends, {rvn::workShareTables[rvn::constructWorkShareRow], rvn::solverKernels});
 }

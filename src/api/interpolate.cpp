@@ -10,6 +10,7 @@ using rvn::KernelSlot;
 using rvn::LevelTable;
 using rvn::loadKernel;
 
+KernelSlot<const rvn::SplineKinds*> kindsSlot{nullptr};
 KernelSlot<decltype(InterpKernels::interpolate)> interpolateSlot{nullptr};
 KernelSlot<decltype(InterpKernels::searchCells)> searchCellsSlot{nullptr};
 
@@ -68,6 +69,8 @@ extern "C" std::int32_t dfTaskInterpolate(const DfTask* task, std::int32_t type,
     const std::int32_t wanted = (type & DF_WANT_GIVEN_CELLS) != 0 ? DF_WANT_GIVEN_CELLS : type;
     const auto interpolate =
         loadKernel(interpolateSlot, [](const LevelTable& table) { return table.interp->interpolate; });
+    const rvn::SplineKinds& kinds =
+        *loadKernel(kindsSlot, [](const LevelTable& table) { return table.kinds; });
     const rvn::InterpolateCall call = {static_cast<std::uint64_t>(std::int64_t{wanted}),
                                        method,
                                        nsite,
@@ -80,7 +83,8 @@ extern "C" std::int32_t dfTaskInterpolate(const DfTask* task, std::int32_t type,
                                        rhint,
                                        cell,
                                        nullptr,
-                                       nullptr};
+                                       nullptr,
+                                       kinds.find(task->order, task->kind)};
     return interpolate(*task, call, workShare);
   }
   if ((type & DF_WANT_CELLS) == 0) return DF_ERROR_NO_WORK;

@@ -12,6 +12,7 @@ using rvn::loadKernel;
 
 KernelSlot<decltype(rvn::TaskKernels::create)> createSlot{nullptr};
 KernelSlot<decltype(rvn::TaskKernels::edit)> editSlot{nullptr};
+KernelSlot<rvn::LookupBuilder> lookupSlot{nullptr};
 
 }  // namespace
 
@@ -21,7 +22,13 @@ std::int32_t dfTaskCreate(DfTask** task, std::int32_t nx, const double* x, std::
                           std::int32_t ny, const double* y, std::int32_t yhint) {
   if (task == nullptr) return DF_ERROR_NULL_TASK;
   const auto create = loadKernel(createSlot, [](const LevelTable& table) { return table.task->create; });
-  return create(task, nx, x, xhint, ny, y, yhint, 0);
+  const std::int32_t status = create(task, nx, x, xhint, ny, y, yhint, 0);
+  if (status == DF_STATUS_OK && !rvn::isUniform(**task)) {
+    const auto build =
+        loadKernel(lookupSlot, [](const LevelTable& table) { return *table.interp->buildLookup; });
+    build(**task);
+  }
+  return status;
 }
 
 std::int32_t dfTaskEditSpline(DfTask* task, std::int32_t order, std::int32_t kind, std::int32_t bcType,

@@ -1,37 +1,11 @@
 #include <cstdint>
-#include <cstdlib>
 
-#include "dispatch/kernel_slot.h"
-#include "runtime/cpu_level.h"
+#include "dispatch/solver_kernels.h"
 #include "runtime/messages.h"
 
 #include <ravenfit/tridiagonal.h>
 
 namespace {
-
-using rvn::KernelSlot;
-using rvn::TridiagonalKernels;
-
-KernelSlot<decltype(TridiagonalKernels::factor)> factorSlot{nullptr};
-KernelSlot<decltype(TridiagonalKernels::factorSolve)> factorSolveSlot{nullptr};
-KernelSlot<decltype(TridiagonalKernels::solve)> solveSlot{nullptr};
-
-constexpr std::int32_t unsupportedClassMessage = 1213;
-
-// The solver has builds for the processor classes 2 to 7 and ends the process on any other.
-template <class Kernel>
-Kernel loadSolver(KernelSlot<Kernel>& slot, Kernel TridiagonalKernels::*member) {
-  if (Kernel kernel = slot.load(std::memory_order_relaxed)) return kernel;
-  const std::int32_t type = rvn::solverCpuType();
-  const TridiagonalKernels* const kernels = rvn::solverOfClass(type);
-  if (kernels == nullptr) {
-    rvn::rvnPrintMessage(0, unsupportedClassMessage, 1, type);
-    std::exit(1);
-  }
-  Kernel kernel = kernels->*member;
-  slot.store(kernel, std::memory_order_relaxed);
-  return kernel;
-}
 
 using Reporter = void (*)(const char* name, const std::int32_t* info, std::int32_t nameLength);
 
@@ -106,8 +80,7 @@ void DDTSVB(const std::int32_t* n, const std::int32_t* nrhs, double* dl, double*
     *info = 0;
     return;
   }
-  const auto factorSolve = loadSolver(factorSolveSlot, &TridiagonalKernels::factorSolve);
-  *info = static_cast<std::int32_t>(factorSolve(*n, *nrhs, dl, d, du, b, *ldb));
+  *info = static_cast<std::int32_t>(rvn::solverKernels().factorSolve(*n, *nrhs, dl, d, du, b, *ldb));
 }
 
 void DDTTRFB(const std::int32_t* n, double* dl, double* d, const double* du, std::int32_t* info) {
@@ -120,8 +93,7 @@ void DDTTRFB(const std::int32_t* n, double* dl, double* d, const double* du, std
     *info = 0;
     return;
   }
-  const auto factor = loadSolver(factorSlot, &TridiagonalKernels::factor);
-  *info = static_cast<std::int32_t>(factor(*n, dl, d, du));
+  *info = static_cast<std::int32_t>(rvn::solverKernels().factor(*n, dl, d, du));
 }
 
 void DDTTRSB(const char* trans, const std::int32_t* n, const std::int32_t* nrhs, const double* dl,
@@ -132,8 +104,7 @@ void DDTTRSB(const char* trans, const std::int32_t* n, const std::int32_t* nrhs,
   }
   *info = 0;
   if (*n == 0 || *nrhs == 0) return;
-  const auto solve = loadSolver(solveSlot, &TridiagonalKernels::solve);
-  solve(isTranspose(*trans), *n, *nrhs, dl, d, du, b, *ldb);
+  rvn::solverKernels().solve(isTranspose(*trans), *n, *nrhs, dl, d, du, b, *ldb);
 }
 
 }  // extern "C"

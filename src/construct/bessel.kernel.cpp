@@ -12,40 +12,16 @@ namespace {
 
 template <class Values, bool uniform>
 struct BesselSlopes {
-  static constexpr std::int64_t reach = 1;
-  static constexpr bool takesNoEnds = false;
-  static constexpr std::int64_t lag = 0;
-
   const DfTask& task;
   Partition<uniform> p;
   Values y;
 
   template <class V>
-  static V slopes(const Partition<uniform>& p, const Values& y, std::int64_t i, V before, V after) {
+  V slope(std::int64_t i, V dLeft, V dRight) const {
     if constexpr (uniform) return 0.5 * p.r * (y.template lanes<V>(i + 1) - y.template lanes<V>(i - 1));
-    return (p.template distances<V>(i, i + 1) * before + p.template distances<V>(i - 1, i) * after) /
+    return (p.template distances<V>(i, i + 1) * dLeft + p.template distances<V>(i - 1, i) * dRight) /
            p.template distances<V>(i - 1, i + 1);
   }
-
-  void fillSlopes(CellRun run, std::int64_t from, std::int64_t to) const {
-    for (std::int64_t i = from; i < to; ++i)
-      *run.m(i) = slopes(p, y, i, *run.d(i - 1), *run.d(i));
-  }
-
-  struct Pass {
-    Partition<uniform> p;
-    Values y;
-    Lanes last;
-
-    Pass(const BesselSlopes& slopes, std::int64_t from)
-        : p(slopes.p), y(slopes.y), last(p.template differences<Lanes>(y, from - laneCount)) {}
-
-    Lanes push(std::int64_t i, Lanes d) {
-      const Lanes before = oneDown(last, d);
-      last = d;
-      return slopes(p, y, i, before, d);
-    }
-  };
 
   // The parabola across the joint of the last and the first cell.
   double periodicSlope() const {
@@ -57,14 +33,17 @@ struct BesselSlopes {
   }
 };
 
-std::int32_t besselDispatcher(const DfTask& task, std::int64_t, std::int64_t,
-                              const WorkShareTable& workShare) {
-  return constructLocal<BesselSlopes>(task, selectMember(task, 4), workShare);
-}
-
 }  // namespace
 
-extern const FamilyDispatcher besselFamily;
-const FamilyDispatcher besselFamily = besselDispatcher;
+extern const SplineKind bessel;
+const SplineKind bessel = {
+    .order = DF_ORDER_CUBIC,
+    .mostOrder = DF_ORDER_CUBIC,
+    .kind = DF_KIND_BESSEL,
+    .pieces = cubicPieces,
+    .leastBreakpoints = 4,
+    .ends = splineEnds,
+    .construct = constructLocal<BesselSlopes>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 
-#include "construct/framework.h"
 #include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {

@@ -12,8 +12,8 @@
 
 #include <cstdint>
 
-#include "construct/framework.h"
 #include "construct/partition.h"
+#include "task/spline_kind.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {

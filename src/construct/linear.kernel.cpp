@@ -1,10 +1,11 @@
 #include <cstdint>
 
 #include "construct/coefficients.h"
-#include "construct/construct_kernels.h"
-#include "construct/framework.h"
-#include "construct/partition.h"
+#include "construct/scratch.h"
+#include "construct/values.h"
+#include "task/spline_kind.h"
 #include "vector/level.h"
+#include "vector/smaller.h"
 
 // The broken line through the data: c_0 = y_i, c_1 = (y_(i+1) - y_i) / h_i.
 
@@ -43,14 +44,15 @@ void blockWorker(std::int64_t block, std::int64_t, std::int64_t, void* context) 
   const DfTask& task = **static_cast<const DfTask* const*>(context);
   const std::int64_t from = block % blocksAlongX(task) * blockCells;
   const std::int64_t first = block / blocksAlongX(task) * blockFunctions;
-  const std::int64_t to = least(from + blockCells, task.nx - 1);
-  const std::int64_t last = least(first + blockFunctions, functionCount(task));
+  const std::int64_t to = smaller(from + blockCells, task.nx - 1);
+  const std::int64_t last = smaller(first + blockFunctions, functionCount(task));
   for (std::int64_t f = first; f < last; ++f)
     fillLines<Values, uniform>(task, f, from, to);
 }
 
 template <class Values, bool uniform>
-std::int32_t linearKernel(const DfTask& task, const WorkShareTable& workShare) {
+std::int32_t constructLinear(const DfTask& task, EndPair, const ConstructServices& services) {
+  const WorkShareTable& workShare = services.workShare;
   const std::int64_t functions = functionCount(task);
   if constexpr (level.testsLinearPeriod) {
     if (task.bcType == DF_END_PERIODIC && firstUnclosed<Values>(task, functions) < functions)
@@ -63,30 +65,23 @@ std::int32_t linearKernel(const DfTask& task, const WorkShareTable& workShare) {
   }
   const std::int64_t blocks = blocksAlongX(task) * ((functions + blockFunctions - 1) / blockFunctions);
   const DfTask* context = &task;
-  runBlocks(blocks, blocks >= leastSharedBlocks, least(blocks, workShare.threadCount()), &context,
+  runBlocks(blocks, blocks >= leastSharedBlocks, smaller(blocks, workShare.threadCount()), &context,
             blockWorker<Values, uniform>, workShare);
   return DF_STATUS_OK;
 }
 
-using LinearKernel = std::int32_t (*)(const DfTask& task, const WorkShareTable& workShare);
-
-// By layout and uniformity.
-constexpr LinearKernel kernels[2][2] = {
-    {linearKernel<ColumnValues, false>, linearKernel<ColumnValues, true>},
-    {linearKernel<RowValues, false>, linearKernel<RowValues, true>},
-};
-
-std::int32_t linearDispatcher(const DfTask& task, std::int64_t, std::int64_t method,
-                              const WorkShareTable& workShare) {
-  if (method != 0) return DF_ERROR_METHOD;
-  const Member member = selectLayout(task, 2);
-  if (member.status != DF_STATUS_OK) return member.status;
-  return kernels[member.layout][member.uniform](task, workShare);
-}
-
 }  // namespace
 
-extern const FamilyDispatcher linearFamily;
-const FamilyDispatcher linearFamily = linearDispatcher;
+extern const SplineKind linear;
+const SplineKind linear = {
+    .order = DF_ORDER_LINEAR,
+    .mostOrder = DF_ORDER_LINEAR,
+    .kind = anyKind,
+    .pieces = linearPieces,
+    .leastBreakpoints = 2,
+    .testsMethod = true,
+    .construct = {{{constructLinear<ColumnValues, false>, constructLinear<ColumnValues, true>},
+                   {constructLinear<RowValues, false>, constructLinear<RowValues, true>}}},
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

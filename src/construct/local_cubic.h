@@ -8,21 +8,26 @@
 // coefficients of the cells before it, so that the divisions of one overlap with the rest of the other. The
 // few cells at the ends of a block go through a short run of arrays.
 //
-// A family is a record over Values and uniformity, made for one function, with
-//   reach                      how many cells beside a run its slopes depend on, 0 to mostReach
-//   fillSlopes(run, from, to)  slopes at the interior breakpoints from .. to - 1
-//   periodicSlope()            the slope at both ends of periodic data
-//   takesNoEnds, freeSlope()   whether ends without condition are served, and their slopes
-//   Pass, lag                  slopes of vectors of cells in ascending order: push(i, d) takes the divided
-//                              differences from i on and returns the slopes `lag` vectors before
+// A kind gives a rule: a record over Values and uniformity, made for one function, of the chords d_(i-1) and d_i beside
+// breakpoint i. Formulas are templates over V, a double or a vector of neighbouring breakpoints from i on.
+//
+//   periodicSlope()           the slope at both ends of periodic data
+//   freeSlope(side)           the slope at an end without condition, where the kind serves such ends
+// and either
+//   slope(i, dLeft, dRight)   the slope m_i, or
+//   weight(dLeft, dRight)     a weight w_j of the chords beside breakpoint j,
+//   outerWeight(side)         w_0 or w_(n-1), which have a chord on one side alone, and
+//   slope(dLeft, dRight, wLeft, wRight)   the slope by the weights w_(i-1) and w_(i+1)
 
 #include <cstdint>
 
 #include "construct/coefficients.h"
-#include "construct/construct_kernels.h"
 #include "construct/end_slopes.h"
-#include "construct/framework.h"
 #include "construct/partition.h"
+#include "construct/scratch.h"
+#include "construct/values.h"
+#include "task/spline_kind.h"
+#include "vector/smaller.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -58,15 +63,73 @@ class CellRun {
   std::int64_t base_ = 0;
 };
 
-template <template <class, bool> class Family, class Values, bool uniform>
+template <class Rule>
+concept Weighs = requires(const Rule& rule, double d) {
+  rule.weight(d, d);
+};
+
+// Slopes of vectors of breakpoints in ascending order: push(d) takes the chords from i, i + laneCount ... on and returns
+// the slopes `lag` vectors before.
+template <class Rule>
+class SlopePass {
+ public:
+  static constexpr std::int64_t lag = 0;
+
+  template <class Partition, class Values>
+  SlopePass(const Rule& rule, const Partition& p, const Values& y, std::int64_t from)
+      : rule_(rule), last_(p.template differences<Lanes>(y, from - laneCount)) {}
+
+  Lanes push(std::int64_t i, Lanes d) {
+    const Lanes before = oneDown(last_, d);
+    last_ = d;
+    return rule_.slope(i, before, d);
+  }
+
+ private:
+  Rule rule_;
+  Lanes last_;
+};
+
+// Weights of a vector need the chords of the next one.
+template <Weighs Rule>
+class SlopePass<Rule> {
+ public:
+  static constexpr std::int64_t lag = 1;
+
+  template <class Partition, class Values>
+  SlopePass(const Rule&, const Partition& p, const Values& y, std::int64_t from)
+      : before_(p.template differences<Lanes>(y, from - laneCount - 1)),
+        after_(p.template differences<Lanes>(y, from - laneCount)),
+        weightLast_(Rule::weight(before_, after_)),
+        weight_(weightLast_) {}
+
+  Lanes push(std::int64_t, Lanes d) {
+    const Lanes beforeNext = oneDown(after_, d);
+    const Lanes weightNext = Rule::weight(beforeNext, d);
+    const Lanes m = Rule::slope(before_, after_, oneDown(weightLast_, weight_), oneUp(weight_, weightNext));
+    before_ = beforeNext;
+    after_ = d;
+    weightLast_ = weight_;
+    weight_ = weightNext;
+    return m;
+  }
+
+ private:
+  Lanes before_;      // chords one cell below `after_`
+  Lanes after_;       // newest chords
+  Lanes weightLast_;  // weights of the vector before, and
+  Lanes weight_;      // of the newest one
+};
+
+template <template <class, bool> class SlopeRule, class Values, bool uniform>
 struct LocalSpline {
   const DfTask* task;
   Partition<uniform> p;
-  EndKind left;
-  EndKind right;
+  EndPair ends;
   double* scratch;
 
-  using Rule = Family<Values, uniform>;
+  using Rule = SlopeRule<Values, uniform>;
+  using Pass = SlopePass<Rule>;
 
   static std::int64_t blocksAlongX(std::int64_t n) {
     const std::int64_t blocks = (n - 3 + blockCells - 1) / blockCells;
@@ -82,14 +145,14 @@ struct LocalSpline {
     const std::int64_t first = block / blocks * blockFunctions;
     const std::int64_t from = along == 0 ? 0 : 1 + along * blockCells;
     const std::int64_t to = along == blocks - 1 ? n - 1 : 1 + (along + 1) * blockCells;
-    const std::int64_t last = least(first + blockFunctions, functionCount(*spline.task));
+    const std::int64_t last = smaller(first + blockFunctions, functionCount(*spline.task));
     const CellRun run(spline.scratch + worker * CellRun::length);
     // The pass reads a vector and a cell before its first cell, and `lag` + 3 vectors behind its last one.
     const std::int64_t passFrom = from > laneCount ? from : laneCount + 1;
-    const std::int64_t room = least(to, n - 1 - (Rule::lag + 3) * laneCount) - passFrom;
+    const std::int64_t room = smaller(to, n - 1 - (Pass::lag + 3) * laneCount) - passFrom;
     const std::int64_t passTo = passFrom + (room > 0 ? room - room % laneCount : 0);
     for (std::int64_t f = first; f < last; ++f) {
-      fillRuns(spline, from, least(passFrom, to), f, run);
+      fillRuns(spline, from, smaller(passFrom, to), f, run);
       if (passTo > passFrom) fillPass(spline, passFrom, passTo, f);
       fillRuns(spline, passTo, to, f, run);
     }
@@ -108,12 +171,12 @@ struct LocalSpline {
     return {r, (y.template lanes<V>(i + 1) - y.template lanes<V>(i)) * r};
   }
 
-  static void fillPass(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f) {
-    constexpr std::int64_t lag = Rule::lag;
+  [[gnu::noinline]] static void fillPass(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f) {
+    constexpr std::int64_t lag = Pass::lag;
     const Partition<uniform> p = spline.p;
     const Values y(*spline.task, f);
     double* const c = spline.task->coeffRows[f];
-    typename Rule::Pass pass(Rule{*spline.task, p, y}, from);
+    Pass pass(Rule{*spline.task, p, y}, p, y, from);
     // Chords, slopes and cells of one step belong to different vectors: the two divisions would else be one
     // chain, too long for the processor to look beyond. Chords wait in a ring for their cells.
     constexpr std::int64_t ringSize = 4;
@@ -152,16 +215,16 @@ struct LocalSpline {
   static void fillRuns(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f,
                        CellRun run) {
     for (std::int64_t i = from; i < to; i += runCells)
-      fillRun(spline, i, least(i + runCells, to), f, run);
+      fillRun(spline, i, smaller(i + runCells, to), f, run);
   }
 
-  static void fillRun(const LocalSpline& spline, std::int64_t first, std::int64_t last, std::int64_t f,
+  [[gnu::noinline]] static void fillRun(const LocalSpline& spline, std::int64_t first, std::int64_t last, std::int64_t f,
                       CellRun run) {
     const Partition<uniform> p = spline.p;
     const Values y(*spline.task, f);
     double* const c = spline.task->coeffRows[f];
-    const std::int64_t low = first > Rule::reach ? first - Rule::reach : 0;
-    const std::int64_t high = least(last + Rule::reach, p.n - 1);
+    const std::int64_t low = larger(first - mostReach, 0);
+    const std::int64_t high = smaller(last + mostReach, p.n - 1);
     run.start(first);
     for (std::int64_t i = low; i < high; ++i) {
       *run.r(i) = p.template reciprocals<double>(i);
@@ -175,52 +238,55 @@ struct LocalSpline {
   void fillSlopes(std::int64_t first, std::int64_t last, Values y, CellRun run) const {
     const Rule rule{*task, p, y};
     const std::int64_t n = p.n;
-    rule.fillSlopes(run, first > 0 ? first : 1, least(last + 1, n - 1));
-    if (first == 0) *run.m(0) = endSlopeOf(Side::left, left, rule, y, *run.m(1));
-    if (last == n - 1) *run.m(n - 1) = endSlopeOf(Side::right, right, rule, y, *run.m(n - 2));
+    for (std::int64_t i = larger(first, 1); i < smaller(last + 1, n - 1); ++i)
+      *run.m(i) = slopeAt(i, rule, run);
+    if (first == 0) *run.m(0) = endSlopeOf(Side::left, ends.left, rule, y, *run.m(1));
+    if (last == n - 1) *run.m(n - 1) = endSlopeOf(Side::right, ends.right, rule, y, *run.m(n - 2));
+  }
+
+  double slopeAt(std::int64_t i, const Rule& rule, CellRun run) const {
+    if constexpr (Weighs<Rule>) {
+      const auto weight = [&](std::int64_t j) {
+        if (j < 1) return rule.outerWeight(Side::left);
+        return j > p.n - 2 ? rule.outerWeight(Side::right) : Rule::weight(*run.d(j - 1), *run.d(j));
+      };
+      return Rule::slope(*run.d(i - 1), *run.d(i), weight(i - 1), weight(i + 1));
+    } else {
+      return rule.slope(i, *run.d(i - 1), *run.d(i));
+    }
   }
 
   double endSlopeOf(Side side, EndKind kind, const Rule& rule, const Values& y, double m) const {
     if (kind == EndKind::periodic) return rule.periodicSlope();
-    if constexpr (Rule::takesNoEnds)
+    if constexpr (requires { rule.freeSlope(side); })
       if (kind == EndKind::none) return rule.freeSlope(side);
     return endSlope(side, kind, p, y, task->bc, m);
   }
 };
 
-template <template <class, bool> class Family, class Values, bool uniform>
-[[maybe_unused]] std::int32_t localKernel(const DfTask& task, int slot, const WorkShareTable& workShare) {
-  using Spline = LocalSpline<Family, Values, uniform>;
+template <template <class, bool> class SlopeRule, class Values, bool uniform>
+std::int32_t constructLocalMember(const DfTask& task, EndPair ends, const ConstructServices& services) {
+  using Spline = LocalSpline<SlopeRule, Values, uniform>;
   const std::int64_t functions = functionCount(task);
-  if (slot == static_cast<int>(EndSlot::periodic) && firstUnclosed<Values>(task, functions) < functions)
+  if (ends.left == EndKind::periodic && firstUnclosed<Values>(task, functions) < functions)
     return DF_ERROR_PERIODIC_VALUES;
   const std::int64_t blocks =
       Spline::blocksAlongX(task.nx) * ((functions + blockFunctions - 1) / blockFunctions);
-  const std::int64_t workers = least(workShare.threadCount(), blocks);
+  const std::int64_t workers = smaller(services.workShare.threadCount(), blocks);
   Scratch scratch;
   auto* block = scratch.allocate<double>(workers * CellRun::length);
   if (block == nullptr) return DF_ERROR_MEMORY;
-  Spline spline = {&task, Partition<uniform>(task), leftEnds[slot], rightEnds[slot], block};
+  Spline spline = {&task, Partition<uniform>(task), ends, block};
   const bool shared = level.sharesWork && task.nx * functions >= leastSharedValues;
-  runBlocks(blocks, shared, workers, &spline, Spline::blockWorker, workShare);
+  runBlocks(blocks, shared, workers, &spline, Spline::blockWorker, services.workShare);
   return DF_STATUS_OK;
 }
 
-using LocalKernel = std::int32_t (*)(const DfTask& task, int slot, const WorkShareTable& workShare);
-
-// A family's members by layout and uniformity.
-template <template <class, bool> class Family>
-[[maybe_unused]] constexpr LocalKernel localKernels[2][2] = {
-    {localKernel<Family, ColumnValues, false>, localKernel<Family, ColumnValues, true>},
-    {localKernel<Family, RowValues, false>, localKernel<Family, RowValues, true>},
-};
-
-template <template <class, bool> class Family>
-[[maybe_unused]] std::int32_t constructLocal(const DfTask& task, const Member& member,
-                                             const WorkShareTable& workShare) {
-  if (member.status != DF_STATUS_OK) return member.status;
-  return localKernels<Family>[member.layout][member.uniform](task, member.slot, workShare);
-}
+template <template <class, bool> class SlopeRule>
+constexpr ConstructMembers constructLocal = {
+    {{constructLocalMember<SlopeRule, ColumnValues, false>,
+      constructLocalMember<SlopeRule, ColumnValues, true>},
+     {constructLocalMember<SlopeRule, RowValues, false>, constructLocalMember<SlopeRule, RowValues, true>}}};
 
 }  // namespace
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

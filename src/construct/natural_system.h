@@ -16,9 +16,11 @@
 #include <cstdint>
 
 #include "construct/coefficients.h"
-#include "construct/framework.h"
 #include "construct/partition.h"
 #include "construct/two_ended_spline.h"
+#include "construct/values.h"
+#include "task/spline_kind.h"
+#include "vector/smaller.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -51,31 +53,33 @@ struct EndRow {
   double beside;
 };
 
-template <EndSlot slot, bool uniform>
-[[maybe_unused]] inline EndRow leftRow(const Partition<uniform>& p) {
-  constexpr EndKind left = leftEnds[static_cast<int>(slot)];
-  if constexpr (left == EndKind::periodic && uniform) {
-    return {3.0, 1.0};
-  } else if constexpr (left == EndKind::periodic) {
-    return {p.step(0) + 2.0 * p.step(p.n - 2), p.step(p.n - 2)};
-  } else if constexpr (left == EndKind::notAKnot && !uniform) {
-    return {p.step(1), p.x[2] - p.x[0]};
-  } else if constexpr (left == EndKind::slope) {
-    return {1.0, 0.0};
-  } else {
-    return {2.0, 1.0};
+template <bool uniform>
+[[maybe_unused]] inline EndRow leftRow(const Partition<uniform>& p, EndKind left) {
+  switch (left) {
+    case EndKind::periodic:
+      if constexpr (uniform) return {3.0, 1.0};
+      return {p.step(0) + 2.0 * p.step(p.n - 2), p.step(p.n - 2)};
+    case EndKind::notAKnot:
+      if constexpr (uniform) return {2.0, 1.0};
+      return {p.step(1), p.x[2] - p.x[0]};
+    case EndKind::slope:
+      return {1.0, 0.0};
+    default:
+      return {2.0, 1.0};
   }
 }
 
-template <EndSlot slot, bool uniform>
-[[maybe_unused]] inline EndRow rightRow(const Partition<uniform>& p) {
-  constexpr EndKind right = rightEnds[static_cast<int>(slot)];
-  if constexpr (right == EndKind::periodic || right == EndKind::slope) {
-    return {1.0, 0.0};
-  } else if constexpr (right == EndKind::notAKnot && !uniform) {
-    return {p.step(p.n - 3), p.x[p.n - 1] - p.x[p.n - 3]};
-  } else {
-    return {2.0, 1.0};
+template <bool uniform>
+[[maybe_unused]] inline EndRow rightRow(const Partition<uniform>& p, EndKind right) {
+  switch (right) {
+    case EndKind::notAKnot:
+      if constexpr (uniform) return {2.0, 1.0};
+      return {p.step(p.n - 3), p.x[p.n - 1] - p.x[p.n - 3]};
+    case EndKind::periodic:
+    case EndKind::slope:
+      return {1.0, 0.0};
+    default:
+      return {2.0, 1.0};
   }
 }
 
@@ -99,53 +103,49 @@ template <class Values, bool uniform>
   }
 }
 
-template <EndSlot slot, class Values, bool uniform>
-[[maybe_unused]] inline double leftRhs(const Partition<uniform>& p, const Values& y, const double* bc) {
+// The not-a-knot side, from the end cell h, d, the one beside it g, e and a = h + g.
+[[maybe_unused]] inline double notAKnotRhs(double h, double d, double g, double e, double a) {
+  return (e * (h * h) + d * g * (h + 2.0 * a)) / a;
+}
+
+template <class Values, bool uniform>
+[[maybe_unused]] inline double leftRhs(const Partition<uniform>& p, const Values& y, EndKind left,
+                                       const double* bc) {
   const std::int64_t n = p.n;
-  const double* x = p.x;
   const auto d = [&](std::int64_t i) { return p.difference(y, i); };
-  constexpr EndKind left = leftEnds[static_cast<int>(slot)];
-  if constexpr (left == EndKind::periodic && uniform) {
-    return 3.0 * p.r * (y[1] - y[n - 2]);
-  } else if constexpr (left == EndKind::periodic) {
-    return 3.0 * (d(0) * p.step(n - 2) + d(n - 2) * p.step(0));
-  } else if constexpr (left == EndKind::notAKnot && uniform) {
-    return 0.5 * p.r * (y[2] - y[0]);
-  } else if constexpr (left == EndKind::notAKnot) {
-    const double h0 = p.step(0);
-    const double h1 = p.step(1);
-    const double a = x[2] - x[0];
-    return (d(1) * (h0 * h0) + d(0) * h1 * (h0 + 2.0 * a)) / a;
-  } else if constexpr (left == EndKind::slope) {
-    return bc[0];
-  } else if constexpr (left == EndKind::curvature) {
-    return 3.0 * d(0) - 0.5 * p.step(0) * bc[0];
-  } else {
-    return 3.0 * d(0);
+  switch (left) {
+    case EndKind::periodic:
+      if constexpr (uniform) return 3.0 * p.r * (y[1] - y[n - 2]);
+      return 3.0 * (d(0) * p.step(n - 2) + d(n - 2) * p.step(0));
+    case EndKind::notAKnot:
+      if constexpr (uniform) return 0.5 * p.r * (y[2] - y[0]);
+      return notAKnotRhs(p.step(0), d(0), p.step(1), d(1), p.x[2] - p.x[0]);
+    case EndKind::slope:
+      return bc[0];
+    case EndKind::curvature:
+      return 3.0 * d(0) - 0.5 * p.step(0) * bc[0];
+    default:
+      return 3.0 * d(0);
   }
 }
 
-template <EndSlot slot, class Values, bool uniform>
-[[maybe_unused]] inline double rightRhs(const Partition<uniform>& p, const Values& y, const double* bc) {
+template <class Values, bool uniform>
+[[maybe_unused]] inline double rightRhs(const Partition<uniform>& p, const Values& y, EndKind right,
+                                        const double* bc) {
   const std::int64_t n = p.n;
-  const double* x = p.x;
   const auto d = [&](std::int64_t i) { return p.difference(y, i); };
-  constexpr EndKind right = rightEnds[static_cast<int>(slot)];
-  if constexpr (right == EndKind::periodic) {
-    return 0.0;
-  } else if constexpr (right == EndKind::notAKnot && uniform) {
-    return 0.5 * p.r * (y[n - 1] - y[n - 3]);
-  } else if constexpr (right == EndKind::notAKnot) {
-    const double h0 = p.step(n - 2);
-    const double h1 = p.step(n - 3);
-    const double a = x[n - 1] - x[n - 3];
-    return (d(n - 3) * (h0 * h0) + d(n - 2) * h1 * (h0 + 2.0 * a)) / a;
-  } else if constexpr (right == EndKind::slope) {
-    return bc[1];
-  } else if constexpr (right == EndKind::curvature) {
-    return 3.0 * d(n - 2) + 0.5 * p.step(n - 2) * bc[1];
-  } else {
-    return 3.0 * d(n - 2);
+  switch (right) {
+    case EndKind::periodic:
+      return 0.0;
+    case EndKind::notAKnot:
+      if constexpr (uniform) return 0.5 * p.r * (y[n - 1] - y[n - 3]);
+      return notAKnotRhs(p.step(n - 2), d(n - 2), p.step(n - 3), d(n - 3), p.x[n - 1] - p.x[n - 3]);
+    case EndKind::slope:
+      return bc[1];
+    case EndKind::curvature:
+      return 3.0 * d(n - 2) + 0.5 * p.step(n - 2) * bc[1];
+    default:
+      return 3.0 * d(n - 2);
   }
 }
 
@@ -183,39 +183,40 @@ template <class Values, bool uniform>
 }
 
 // The system of one function, for TwoEndedSpline.
-template <class Values, bool uniform, EndSlot slot>
+template <class Values, bool uniform>
 struct NaturalSource {
   std::int64_t n;
   Partition<uniform> p;
   Values y;
+  EndPair ends;
   const double* bc;
   double* c;
 
-  NaturalSource(const DfTask& task, const Partition<uniform>& partition)
-      : n(task.nx), p(partition), y(task, 0), bc(task.bc), c(task.coeffRows[0]) {}
+  NaturalSource(const DfTask& task, const Partition<uniform>& partition, EndPair pair)
+      : n(task.nx), p(partition), y(task, 0), ends(pair), bc(task.bc), c(task.coeffRows[0]) {}
 
-  void fillRows(std::int64_t first, std::int64_t count, RowRun& run) const {
+  [[gnu::noinline]] void fillRows(std::int64_t first, std::int64_t count, RowRun& run) const {
     const std::int64_t from = first > 0 ? first : 1;
-    const std::int64_t to = least(first + count, n - 1);
+    const std::int64_t to = smaller(first + count, n - 1);
     const std::int64_t skip = from - first;
     fillMatrixRows(p, from, to, {run.lower + skip, run.diagonal + skip, run.upper + skip});
     for (std::int64_t i = from; i < to; i += rowsPerRun)
-      fillRhsRun(p, y, i, least(to - i, rowsPerRun), run.rhs + (i - first));
+      fillRhsRun(p, y, i, smaller(to - i, rowsPerRun), run.rhs + (i - first));
     if (first == 0) {
-      const EndRow row = leftRow<slot>(p);
+      const EndRow row = leftRow(p, ends.left);
       run.diagonal[0] = row.diagonal;
       run.upper[0] = row.beside;
-      run.rhs[0] = leftRhs<slot>(p, y, bc);
+      run.rhs[0] = leftRhs(p, y, ends.left, bc);
     }
     if (first + count == n) {
-      const EndRow row = rightRow<slot>(p);
+      const EndRow row = rightRow(p, ends.right);
       run.diagonal[count - 1] = row.diagonal;
       run.lower[count - 1] = row.beside;
-      run.rhs[count - 1] = rightRhs<slot>(p, y, bc);
+      run.rhs[count - 1] = rightRhs(p, y, ends.right, bc);
     }
   }
 
-  void fillCells(const double* m, std::int64_t from, std::int64_t to) const {
+  [[gnu::noinline]] void fillCells(const double* m, std::int64_t from, std::int64_t to) const {
     fillCoefficients(p, y, m, c, from, to);
   }
 

@@ -1,11 +1,12 @@
 #include <cstdint>
 
 #include "construct/coefficients.h"
-#include "construct/construct_kernels.h"
-#include "construct/framework.h"
 #include "construct/partition.h"
-#include "construct/subbotin.h"
+#include "construct/scratch.h"
+#include "construct/values.h"
+#include "task/spline_kind.h"
 #include "vector/level.h"
+#include "vector/smaller.h"
 
 // The quadratic spline with a continuous slope whose value at the midpoint of the first cell is given. With
 // w_k the value at the midpoint of cell k and h_k its step, a continuous slope at x_(k+1) makes
@@ -101,7 +102,7 @@ void fillFunctions(const DfTask& task, std::int64_t f, const MidpointRun run) {
   const Partition<uniform> p(task);
   const std::int64_t cells = p.n - 1;
   for (std::int64_t first = 0; first < cells; first += runCells) {
-    const std::int64_t last = least(first + runCells, cells);
+    const std::int64_t last = smaller(first + runCells, cells);
     const std::int64_t from = first > 0 ? first : 1;  // the first cell's midpoint is given
     fillRatios(p, from, last, run.ratio);
     for (std::int64_t j = 0; j < functions; ++j) {
@@ -119,7 +120,7 @@ void fillFunctions(const DfTask& task, std::int64_t f, const MidpointRun run) {
 }
 
 template <class Values, bool uniform>
-std::int32_t quadraticKernel(const DfTask& task) {
+std::int32_t constructQuadratic(const DfTask& task, EndPair, const ConstructServices&) {
   const std::int64_t functions = functionCount(task);
   double frame[runLength];
   Scratch scratch;
@@ -134,28 +135,17 @@ std::int32_t quadraticKernel(const DfTask& task) {
   return DF_STATUS_OK;
 }
 
-using QuadraticKernel = std::int32_t (*)(const DfTask& task);
-
-// By layout and uniformity.
-constexpr QuadraticKernel kernels[2][2] = {
-    {quadraticKernel<ColumnValues, false>, quadraticKernel<ColumnValues, true>},
-    {quadraticKernel<RowValues, false>, quadraticKernel<RowValues, true>},
-};
-
-// Both kinds of order 3.
-std::int32_t quadraticDispatcher(const DfTask& task, std::int64_t, std::int64_t, const WorkShareTable&) {
-  if (task.kind != DF_KIND_DEFAULT && task.kind != DF_KIND_SUBBOTIN) return DF_ERROR_METHOD;
-  const Member member = selectLayout(task, 0);
-  if (member.status != DF_STATUS_OK) return member.status;
-  if (task.kind == DF_KIND_SUBBOTIN) return subbotinFamily(task, member.layout, member.uniform);
-  if (task.bcType != DF_END_QUADRATIC_VALUE) return DF_ERROR_BOUNDARY_CONDITION;
-  if (task.bc == nullptr) return DF_ERROR_NULL_BOUNDARY;
-  return kernels[member.layout][member.uniform](task);
-}
-
 }  // namespace
 
-extern const FamilyDispatcher quadraticFamily;
-const FamilyDispatcher quadraticFamily = quadraticDispatcher;
+extern const SplineKind quadratic;
+const SplineKind quadratic = {
+    .order = DF_ORDER_QUADRATIC,
+    .mostOrder = DF_ORDER_QUADRATIC,
+    .kind = DF_KIND_DEFAULT,
+    .pieces = quadraticPieces,
+    .ends = midpointEnds,
+    .construct = {{{constructQuadratic<ColumnValues, false>, constructQuadratic<ColumnValues, true>},
+                   {constructQuadratic<RowValues, false>, constructQuadratic<RowValues, true>}}},
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

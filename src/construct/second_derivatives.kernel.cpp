@@ -1,10 +1,12 @@
 #include <cstdint>
 
 #include "construct/coefficients.h"
-#include "construct/construct_kernels.h"
-#include "construct/framework.h"
 #include "construct/partition.h"
+#include "construct/scratch.h"
+#include "construct/values.h"
+#include "task/spline_kind.h"
 #include "vector/level.h"
+#include "vector/smaller.h"
 
 // The cubic spline with given second derivatives M_i at the interior breakpoints, the same for every
 // function. With steps h_i and divided differences d_i a cell inside is
@@ -57,56 +59,65 @@ void fillInterior(Values y, const double* ic, std::int64_t first, std::int64_t l
 }
 
 // The first cell; c_3 of the second one is there already.
-template <EndKind end>
-void fillFirst(double y, double d, double g, const double* bc, double bend, double* c) {
+void fillFirst(EndKind end, double y, double d, double g, const double* bc, double bend, double* c) {
   c[0] = y;
-  if constexpr (end == EndKind::notAKnot) {
-    c[3] = c[7];
-    c[2] = 0.5 * bend - 3.0 * g * c[3];
-    c[1] = d - (c[2] + c[3] * g) * g;
-  } else if constexpr (end == EndKind::free) {
-    c[3] = bend / (6.0 * g);
-    c[2] = 0.0;
-    c[1] = d - g * g * c[3];
-  } else if constexpr (end == EndKind::slope) {
-    c[1] = bc[0];
-    c[3] = 0.5 * (bc[0] - d) / (g * g) + 0.25 * bend / g;
-    c[2] = 0.5 * bend - 3.0 * g * c[3];
-  } else if constexpr (end == EndKind::curvature) {
-    c[2] = 0.5 * bc[0];
-    c[3] = (0.5 * bend - c[2]) / (3.0 * g);
-    c[1] = d - (c[3] * g + c[2]) * g;
-  } else {
-    c[2] = 0.5 * bc[0];
-    c[1] = d - g * (2.0 * bc[0] + bend) / 6.0;
-    c[3] = (bend - bc[0]) / (6.0 * g);
+  switch (end) {
+    case EndKind::notAKnot:
+      c[3] = c[7];
+      c[2] = 0.5 * bend - 3.0 * g * c[3];
+      c[1] = d - (c[2] + c[3] * g) * g;
+      break;
+    case EndKind::free:
+      c[3] = bend / (6.0 * g);
+      c[2] = 0.0;
+      c[1] = d - g * g * c[3];
+      break;
+    case EndKind::slope:
+      c[1] = bc[0];
+      c[3] = 0.5 * (bc[0] - d) / (g * g) + 0.25 * bend / g;
+      c[2] = 0.5 * bend - 3.0 * g * c[3];
+      break;
+    case EndKind::curvature:
+      c[2] = 0.5 * bc[0];
+      c[3] = (0.5 * bend - c[2]) / (3.0 * g);
+      c[1] = d - (c[3] * g + c[2]) * g;
+      break;
+    default:  // periodic
+      c[2] = 0.5 * bc[0];
+      c[1] = d - g * (2.0 * bc[0] + bend) / 6.0;
+      c[3] = (bend - bc[0]) / (6.0 * g);
+      break;
   }
 }
 
 // The last cell; c_3 of the cell before it stands at c[-1]. A free end halves the given second derivative at
 // the right end, unlike at the left one.
-template <EndKind end>
-void fillLast(double y, double d, double g, const double* bc, double bend, double* c) {
+void fillLast(EndKind end, double y, double d, double g, const double* bc, double bend, double* c) {
   c[0] = y;
   c[2] = 0.5 * bend;
-  if constexpr (end == EndKind::notAKnot) {
-    c[3] = c[-1];
-  } else if constexpr (end == EndKind::free) {
-    c[3] = -c[2] / (6.0 * g);
-  } else if constexpr (end == EndKind::slope) {
-    c[3] = ((bc[1] - d) / g - c[2]) * 0.5 / g;
-  } else {
-    c[3] = (bc[end == EndKind::periodic ? 0 : 1] - bend) / (6.0 * g);
+  switch (end) {
+    case EndKind::notAKnot:
+      c[3] = c[-1];
+      break;
+    case EndKind::free:
+      c[3] = -c[2] / (6.0 * g);
+      break;
+    case EndKind::slope:
+      c[3] = ((bc[1] - d) / g - c[2]) * 0.5 / g;
+      break;
+    case EndKind::curvature:
+      c[3] = (bc[1] - bend) / (6.0 * g);
+      break;
+    default:  // periodic
+      c[3] = (bc[0] - bend) / (6.0 * g);
+      c[1] = d - g * (2.0 * bend + bc[0]) / 6.0;
+      return;
   }
-  if constexpr (end == EndKind::periodic) {
-    c[1] = d - g * (2.0 * bend + bc[0]) / 6.0;
-  } else {
-    c[1] = d - (c[3] * g + c[2]) * g;
-  }
+  c[1] = d - (c[3] * g + c[2]) * g;
 }
 
-template <class Values, bool uniform, EndSlot slot>
-std::int32_t secondDerivativesKernel(const DfTask& task) {
+template <class Values, bool uniform>
+std::int32_t constructFromSecondDerivatives(const DfTask& task, EndPair ends, const ConstructServices&) {
   const std::int64_t n = task.nx;
   const std::int64_t functions = functionCount(task);
   Scratch scratch;
@@ -116,10 +127,11 @@ std::int32_t secondDerivativesKernel(const DfTask& task) {
   const SharedRun run(block);
 
   // Functions before one with ends that differ are complete, those behind it stay untouched.
-  const std::int64_t closed = slot == EndSlot::periodic ? firstUnclosed<Values>(task, functions) : functions;
-  const std::int64_t begun = least(closed + 1, functions);
+  const std::int64_t closed =
+      ends.left == EndKind::periodic ? firstUnclosed<Values>(task, functions) : functions;
+  const std::int64_t begun = smaller(closed + 1, functions);
   for (std::int64_t i = 1; i < n - 2; i += runCells) {
-    const std::int64_t last = least(i + runCells, n - 2);
+    const std::int64_t last = smaller(i + runCells, n - 2);
     fillShared(p, task.ic, i, last, run);
     for (std::int64_t f = 0; f < begun; ++f)
       fillInterior(Values(task, f), task.ic, i, last, run, task.coeffRows[f]);
@@ -128,42 +140,29 @@ std::int32_t secondDerivativesKernel(const DfTask& task) {
     const Values y(task, f);
     double* c = task.coeffRows[f];
     if (n == 3) c[7] = 0.0;
-    fillFirst<leftEnds[static_cast<int>(slot)]>(y[0], p.difference(y, 0), p.step(0), task.bc, task.ic[0], c);
-    fillLast<rightEnds[static_cast<int>(slot)]>(y[n - 2], p.difference(y, n - 2), p.step(n - 2), task.bc,
-                                                task.ic[n - 3], c + 4 * (n - 2));
+    fillFirst(ends.left, y[0], p.difference(y, 0), p.step(0), task.bc, task.ic[0], c);
+    fillLast(ends.right, y[n - 2], p.difference(y, n - 2), p.step(n - 2), task.bc, task.ic[n - 3],
+             c + 4 * (n - 2));
   }
   return closed < functions ? DF_ERROR_PERIODIC_VALUES : DF_STATUS_OK;
 }
 
-using SecondDerivativesKernel = std::int32_t (*)(const DfTask& task);
-
-template <class Values, bool uniform>
-constexpr SecondDerivativesKernel kernelsBySlot[endSlots] = {
-    secondDerivativesKernel<Values, uniform, EndSlot::notAKnot>,
-    secondDerivativesKernel<Values, uniform, EndSlot::free>,
-    secondDerivativesKernel<Values, uniform, EndSlot::slopeSlope>,
-    secondDerivativesKernel<Values, uniform, EndSlot::slopeCurvature>,
-    secondDerivativesKernel<Values, uniform, EndSlot::curvatureSlope>,
-    secondDerivativesKernel<Values, uniform, EndSlot::curvatureCurvature>,
-    secondDerivativesKernel<Values, uniform, EndSlot::periodic>,
-};
-
-// By layout and uniformity.
-constexpr const SecondDerivativesKernel* kernels[2][2] = {
-    {kernelsBySlot<ColumnValues, false>, kernelsBySlot<ColumnValues, true>},
-    {kernelsBySlot<RowValues, false>, kernelsBySlot<RowValues, true>},
-};
-
-std::int32_t secondDerivativesDispatcher(const DfTask& task, std::int64_t, std::int64_t,
-                                         const WorkShareTable&) {
-  const Member member = selectMember(task, 3);
-  if (member.status != DF_STATUS_OK) return member.status;
-  return kernels[member.layout][member.uniform][member.slot](task);
-}
-
 }  // namespace
 
-extern const FamilyDispatcher secondDerivativesFamily;
-const FamilyDispatcher secondDerivativesFamily = secondDerivativesDispatcher;
+extern const SplineKind secondDerivatives;
+const SplineKind secondDerivatives = {
+    .order = DF_ORDER_CUBIC,
+    .mostOrder = DF_ORDER_CUBIC,
+    .kind = DF_KIND_DEFAULT,
+    .pieces = cubicPieces,
+    .leastBreakpoints = 3,
+    .internal = DF_IC_CURVATURES,
+    .ends = splineEnds,
+    .endsWithValues = givenEnds | periodicEnds,
+    .construct = {{{constructFromSecondDerivatives<ColumnValues, false>,
+                    constructFromSecondDerivatives<ColumnValues, true>},
+                   {constructFromSecondDerivatives<RowValues, false>,
+                    constructFromSecondDerivatives<RowValues, true>}}},
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,13 +1,14 @@
-#include "construct/subbotin.h"
-
 #include <cstdint>
 
 #include "construct/coefficients.h"
-#include "construct/framework.h"
 #include "construct/partition.h"
+#include "construct/scratch.h"
 #include "construct/tridiagonal_rows.h"
 #include "construct/two_ended_spline.h"
+#include "construct/values.h"
+#include "task/spline_kind.h"
 #include "vector/level.h"
+#include "vector/smaller.h"
 
 // The quadratic spline of Subbotin: pieces join with a continuous slope at knots t_k between the breakpoints
 // (Y. N. Subbotin, 1967; S. B. Stechkin, Y. N. Subbotin, Splines in Numerical Mathematics, 1976). Piece k
@@ -25,23 +26,30 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// The knots t_0 .. t_n in the three forms that they are given in.
-template <bool uniform, bool knotEnds>
+// The knots t_0 .. t_n in the three forms that they are given in: all of them, the two ends of an equidistant run, or
+// none, which means midpoints.
+template <bool uniform>
 struct Knots {
   Partition<uniform> p;
   const double* ic;
-  double step;  // of an equidistant run
+  bool run;
+  double step;  // of the run
 
   explicit Knots(const DfTask& task)
       : p(task),
         ic(task.ic),
-        step(knotEnds && ic != nullptr ? (ic[1] - ic[0]) / static_cast<double>(task.nx - 2) : 0.0) {}
+        run(ic != nullptr && (task.icType & DF_IC_KNOT_ENDS) != 0),
+        step(run ? (ic[1] - ic[0]) / static_cast<double>(task.nx - 2) : 0.0) {}
 
   double operator[](std::int64_t k) const {
     if (k == 0) return p.point(0);
     if (k == p.n) return p.point(p.n - 1);
     if (ic == nullptr) return (p.point(k - 1) + p.point(k)) * 0.5;
-    return knotEnds ? ic[0] + static_cast<double>(k - 1) * step : ic[k];
+    return run ? ic[0] + static_cast<double>(k - 1) * step : ic[k];
+  }
+
+  void prefetch(std::int64_t i) const {
+    if (ic != nullptr && !run) __builtin_prefetch(ic + i);
   }
 
   // Given ends of a uniform partition may be off by rounding.
@@ -53,7 +61,7 @@ struct Knots {
     if (ic == nullptr) return true;
     const double first = p.point(0);
     const double last = p.point(p.n - 1);
-    if constexpr (knotEnds) {
+    if (run) {
       if (!(first < ic[0]) || !(ic[1] < last)) return false;
     } else if constexpr (uniform) {
       if (!(magnitude(ic[0] - first) < endTolerance)) return false;
@@ -79,8 +87,8 @@ struct WeightedRows {
 };
 
 // Rows from .. to - 1, at most rowsPerRun + 1; row `from` stands at index 0.
-template <bool uniform, bool knotEnds>
-void fillWeightedRows(const Knots<uniform, knotEnds> knots, std::int64_t from, std::int64_t to,
+template <bool uniform>
+void fillWeightedRows(const Knots<uniform> knots, std::int64_t from, std::int64_t to,
                       const WeightedRows rows) {
   const Partition<uniform> p = knots.p;
   double x[rowsPerRun + 3];
@@ -116,26 +124,27 @@ struct EndRow {
   double rhs;
 };
 
-template <class Values, bool uniform, bool knotEnds, EndSlot slot>
+template <class Values, bool uniform>
 struct SubbotinSource {
   std::int64_t n;
-  Knots<uniform, knotEnds> knots;
+  Knots<uniform> knots;
   Partition<uniform> p;
   Values y;
+  EndPair ends;
   const double* bc;
   double* c;
 
-  SubbotinSource(const DfTask& task, const Knots<uniform, knotEnds>& t, std::int64_t f)
-      : n(task.nx), knots(t), p(t.p), y(task, f), bc(task.bc), c(task.coeffRows[f]) {}
+  SubbotinSource(const DfTask& task, const Knots<uniform>& t, EndPair pair, std::int64_t f)
+      : n(task.nx), knots(t), p(t.p), y(task, f), ends(pair), bc(task.bc), c(task.coeffRows[f]) {}
 
   EndRow left() const {
-    if constexpr (leftEnds[static_cast<int>(slot)] == EndKind::slope) return {1.0, 0.0, bc[0]};
+    if (ends.left == EndKind::slope) return {1.0, 0.0, bc[0]};
     const double ratio = (p.point(1) - knots[1]) / p.step(0);
     return {2.0 - ratio, ratio, 2.0 * (y[1] - y[0]) / p.step(0) - (knots[1] - p.point(0)) * bc[0]};
   }
 
   EndRow right() const {
-    if constexpr (rightEnds[static_cast<int>(slot)] == EndKind::slope) return {1.0, 0.0, bc[1]};
+    if (ends.right == EndKind::slope) return {1.0, 0.0, bc[1]};
     const double b = p.point(n - 1) - knots[n - 1];
     const double h = p.step(n - 2);
     return {1.0 + b / h, 1.0 - b / h, 2.0 * (y[n - 1] - y[n - 2]) / h + b * bc[1]};
@@ -152,9 +161,9 @@ struct SubbotinSource {
     });
   }
 
-  void fillRows(std::int64_t first, std::int64_t count, RowRun& run) const {
+  [[gnu::noinline]] void fillRows(std::int64_t first, std::int64_t count, RowRun& run) const {
     const std::int64_t from = first > 0 ? first : 1;
-    const std::int64_t to = least(first + count, n - 1);
+    const std::int64_t to = smaller(first + count, n - 1);
     const std::int64_t skip = from - first;
     double before[rowsPerRun + 1];
     double after[rowsPerRun + 1];
@@ -185,8 +194,8 @@ struct SubbotinSource {
   // Pieces from .. to - 1 by the slopes z, which may stand in the last n elements of the row c. The last two
   // pieces, k = n - 2 and n - 1, go by a step from the piece before:
   //   e_(k+1) = e_k + (u_k - h_k (z_k + z_(k+1)) / 2) / (b_(k+1) (b_(k+1) - h_k))
-  void fillCells(const double* z, std::int64_t from, std::int64_t to) const {
-    fillInner(z, from, least(to, n - 2));
+  [[gnu::noinline]] void fillCells(const double* z, std::int64_t from, std::int64_t to) const {
+    fillInner(z, from, smaller(to, n - 2));
     if (to < n - 1) return;
     const std::int64_t k = n - 3;
     const double slopes[3] = {z[k], z[k + 1], z[k + 2]};
@@ -202,7 +211,7 @@ struct SubbotinSource {
   void fillInner(const double* z, std::int64_t from, std::int64_t to) const {
     double a[rowsPerRun];
     for (; from < to; from += rowsPerRun) {
-      const std::int64_t last = least(from + rowsPerRun, to);
+      const std::int64_t last = smaller(from + rowsPerRun, to);
       for (std::int64_t i = from; i < last; ++i)
         a[i - from] = knots[i + 1] - p.point(i);
       forLanes(from, last, [&, x = p, values = y, row = c]<class V>(std::int64_t i, V) {
@@ -218,8 +227,7 @@ struct SubbotinSource {
   void prefetchData(std::int64_t i) const {
     y.prefetch(i);
     if constexpr (!uniform) __builtin_prefetch(p.x + i);
-    if constexpr (!knotEnds)
-      if (knots.ic != nullptr) __builtin_prefetch(knots.ic + i);
+    knots.prefetch(i);
   }
 
   const double* cellAddress(std::int64_t i) const { return c + 3 * i; }
@@ -237,14 +245,15 @@ struct SharedMatrix {
   static std::int64_t length(std::int64_t n) { return 5 * n; }
 };
 
-template <class Source, class Knots>
-void constructShared(const DfTask& task, const Knots& knots, const SharedMatrix& s) {
+template <class Values, bool uniform>
+void constructShared(const DfTask& task, const Knots<uniform>& knots, EndPair ends, const SharedMatrix& s,
+                     const TridiagonalKernels& solver) {
   const std::int64_t n = task.nx;
   for (std::int64_t i = 1; i < n - 1; i += rowsPerRun)
-    fillWeightedRows(knots, i, least(i + rowsPerRun, n - 1),
+    fillWeightedRows(knots, i, smaller(i + rowsPerRun, n - 1),
                      {s.before + i, s.after + i, s.rows.dl + i - 1, s.rows.d + i, s.rows.du + i});
   for (std::int64_t f = 0; f < task.ny; ++f) {
-    const Source source(task, knots, f);
+    const SubbotinSource<Values, uniform> source(task, knots, ends, f);
     double* const b = rowTail(task, f);
     source.fillRhs(1, n - 1, s.before + 1, s.after + 1, b + 1);
     const EndRow left = source.left();
@@ -257,65 +266,43 @@ void constructShared(const DfTask& task, const Knots& knots, const SharedMatrix&
     b[n - 1] = right.rhs;
   }
   // A matrix that cannot be factored shows in the coefficients alone.
-  factor(s.rows);
-  solveRows(task, s.rows);
+  factor(solver, s.rows);
+  solveRows(solver, task, s.rows);
   for (std::int64_t f = 0; f < task.ny; ++f)
-    Source(task, knots, f).fillCells(rowTail(task, f), 0, n - 1);
+    SubbotinSource<Values, uniform>(task, knots, ends, f).fillCells(rowTail(task, f), 0, n - 1);
 }
 
-template <class Values, bool uniform, EndSlot slot, bool knotEnds>
-std::int32_t subbotinKernel(const DfTask& task) {
-  using Source = SubbotinSource<Values, uniform, knotEnds, slot>;
+template <class Values, bool uniform>
+std::int32_t constructSubbotin(const DfTask& task, EndPair ends, const ConstructServices& services) {
   const std::int64_t n = task.nx;
   const bool single = functionCount(task) == 1;
   Scratch scratch;
   auto* block = scratch.allocate<double>(single ? 2 * n : SharedMatrix::length(n));
   if (block == nullptr) return DF_ERROR_MEMORY;
-  const Knots<uniform, knotEnds> knots(task);
+  const Knots<uniform> knots(task);
   if (!knots.inPlace()) return DF_ERROR_NULL_INTERNAL;
   if (single) {
-    TwoEndedSpline(Source(task, knots, 0), block).construct(true);
+    TwoEndedSpline(SubbotinSource<Values, uniform>(task, knots, ends, 0), block).construct(true);
   } else {
-    constructShared<Source>(task, knots, SharedMatrix(block, n));
+    constructShared<Values>(task, knots, ends, SharedMatrix(block, n), services.solver());
   }
   return DF_STATUS_OK;
 }
 
-using SubbotinKernel = std::int32_t (*)(const DfTask& task);
-
-// From slopeSlope to curvatureCurvature; the other ends are not served.
-constexpr int servedSlots = 4;
-constexpr int firstServed = static_cast<int>(EndSlot::slopeSlope);
-
-template <class Values, bool uniform, bool knotEnds>
-constexpr SubbotinKernel kernelsBySlot[servedSlots] = {
-    subbotinKernel<Values, uniform, EndSlot::slopeSlope, knotEnds>,
-    subbotinKernel<Values, uniform, EndSlot::slopeCurvature, knotEnds>,
-    subbotinKernel<Values, uniform, EndSlot::curvatureSlope, knotEnds>,
-    subbotinKernel<Values, uniform, EndSlot::curvatureCurvature, knotEnds>,
-};
-
-// By the form of the knots, layout and uniformity.
-constexpr const SubbotinKernel* kernels[2][2][2] = {
-    {{kernelsBySlot<ColumnValues, false, false>, kernelsBySlot<ColumnValues, true, false>},
-     {kernelsBySlot<RowValues, false, false>, kernelsBySlot<RowValues, true, false>}},
-    {{kernelsBySlot<ColumnValues, false, true>, kernelsBySlot<ColumnValues, true, true>},
-     {kernelsBySlot<RowValues, false, true>, kernelsBySlot<RowValues, true, true>}},
-};
-
-std::int32_t constructSubbotin(const DfTask& task, int layout, int uniform) {
-  if ((task.icType & DF_IC_KNOTS) == 0) return DF_ERROR_INTERNAL_CONDITION;
-  const int slot = slotOf(task.bcType) - firstServed;
-  if (slot < 0 || slot >= servedSlots) return DF_ERROR_BOUNDARY_CONDITION;
-  if (task.bc == nullptr) return DF_ERROR_NULL_BOUNDARY;
-  if (task.nx < 3) return DF_ERROR_BREAKPOINT_COUNT;
-  const int knotEnds = (task.icType & DF_IC_KNOT_ENDS) != 0 ? 1 : 0;
-  return kernels[knotEnds][layout][uniform][slot](task);
-}
-
 }  // namespace
 
-extern const SubbotinFamily subbotinFamily;
-const SubbotinFamily subbotinFamily = constructSubbotin;
+extern const SplineKind subbotin;
+const SplineKind subbotin = {
+    .order = DF_ORDER_QUADRATIC,
+    .mostOrder = DF_ORDER_QUADRATIC,
+    .kind = DF_KIND_SUBBOTIN,
+    .pieces = knotPieces,
+    .leastBreakpoints = 3,
+    .breakpointsLast = true,
+    .internal = DF_IC_KNOTS,
+    .ends = givenEnds,
+    .construct = {{{constructSubbotin<ColumnValues, false>, constructSubbotin<ColumnValues, true>},
+                   {constructSubbotin<RowValues, false>, constructSubbotin<RowValues, true>}}},
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

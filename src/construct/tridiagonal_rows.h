@@ -6,9 +6,8 @@
 
 #include <cstdint>
 
-#include "construct/framework.h"
-
-#include <ravenfit/tridiagonal.h>
+#include "construct/values.h"
+#include "solvers/tridiagonal_kernels.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -29,35 +28,27 @@ struct TridiagonalRows {
   return task.coeffRows[f] + (rowLength(task) - task.nx);
 }
 
-// Both return the solver's info.
-[[maybe_unused]] inline std::int32_t factor(const TridiagonalRows& rows) {
-  const auto n = static_cast<std::int32_t>(rows.n);
-  std::int32_t info = 0;
-  DDTTRFB(&n, rows.dl, rows.d, rows.du, &info);
-  return info;
+// Returns 0, or the number, from 1, of a row whose pivot is zero or a NaN.
+[[maybe_unused]] inline std::int64_t factor(const TridiagonalKernels& solver, const TridiagonalRows& rows) {
+  return solver.factor(rows.n, rows.dl, rows.d, rows.du);
 }
 
-[[maybe_unused]] inline std::int32_t solve(const TridiagonalRows& rows, double* b, std::int64_t columns = 1,
-                                           std::int64_t stride = INT32_MAX) {
-  const auto n = static_cast<std::int32_t>(rows.n);
-  const auto nrhs = static_cast<std::int32_t>(columns);
-  const auto ldb = static_cast<std::int32_t>(stride);
-  std::int32_t info = 0;
-  DDTTRSB("N", &n, &nrhs, rows.dl, rows.d, rows.du, b, &ldb, &info);
-  return info;
+[[maybe_unused]] inline void solve(const TridiagonalKernels& solver, const TridiagonalRows& rows, double* b,
+                                   std::int64_t columns = 1, std::int64_t stride = INT64_MAX) {
+  solver.solve(false, rows.n, columns, rows.dl, rows.d, rows.du, b, stride);
 }
 
 // Solves for every function: in one call if the coefficient rows stand one after another, as edit makes them.
-[[maybe_unused]] inline std::int32_t solveRows(const DfTask& task, const TridiagonalRows& rows) {
+[[maybe_unused]] inline void solveRows(const TridiagonalKernels& solver, const DfTask& task,
+                                       const TridiagonalRows& rows) {
   const std::int64_t functions = functionCount(task);
   const std::int64_t stride = rowLength(task);
-  bool contiguous = stride <= INT32_MAX;
+  bool contiguous = true;
   for (std::int64_t f = 1; contiguous && f < functions; ++f)
     contiguous = task.coeffRows[f] == task.coeffRows[f - 1] + stride;
-  if (contiguous) return solve(rows, rowTail(task, 0), functions, stride);
+  if (contiguous) return solve(solver, rows, rowTail(task, 0), functions, stride);
   for (std::int64_t f = 0; f < functions; ++f)
-    if (const std::int32_t info = solve(rows, rowTail(task, f))) return info;
-  return 0;
+    solve(solver, rows, rowTail(task, f));
 }
 
 }  // namespace

@@ -4,17 +4,17 @@
 
 #include <cstdint>
 
-#include "construct/construct_kernels.h"
 #include "interp/interp_kernels.h"
 #include "solvers/tridiagonal_kernels.h"
 #include "streams/stream_kernels.h"
+#include "task/spline_kind.h"
 #include "task/task_kernels.h"
 
 namespace rvn {
 
 struct LevelTable {
   const TaskKernels* task;
-  const ConstructKernels* construct;
+  const SplineKinds* kinds;
   const InterpKernels* interp;
   const StreamKernels* streams;
   const TridiagonalKernels* tridiagonal;

@@ -5,13 +5,13 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 
 extern const TaskKernels taskKernels;
-extern const ConstructKernels constructKernels;
+extern const SplineKinds splineKinds;
 extern const InterpKernels interpKernels;
 extern const StreamKernels streamKernels;
 extern const TridiagonalKernels tridiagonalKernels;
 
 extern const LevelTable levelTable;
-const LevelTable levelTable = {&taskKernels, &constructKernels, &interpKernels, &streamKernels,
+const LevelTable levelTable = {&taskKernels, &splineKinds, &interpKernels, &streamKernels,
                                &tridiagonalKernels};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

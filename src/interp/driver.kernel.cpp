@@ -19,6 +19,7 @@ extern const CellSearch searchPaths[searchPathCount];
 extern const CellsDriver cellsDrivers[searchPathCount];
 extern const PolynomialKernels polynomialKernels;
 extern const StepKernels stepKernels;
+extern const LookupBuilder lookupBuilder;
 
 namespace {
 
@@ -49,27 +50,6 @@ struct Run {
   std::int64_t workerWork;  // doubles
 };
 
-// An EvalClass, or DF_ERROR_SPLINE_KIND.
-std::int32_t classify(const DfTask& task) {
-  const std::int64_t kind = task.kind;
-  switch (task.order) {
-    case 0:
-      if (kind == DF_KIND_STEP_LEFT) return evalStepLeft;
-      if (kind == DF_KIND_STEP_RIGHT) return evalStepRight;
-      return kind == DF_KIND_LOOKUP ? std::int32_t{evalLookup} : DF_ERROR_SPLINE_KIND;
-    case 2:
-      return evalLinear;
-    case 3:
-      if (kind == DF_KIND_DEFAULT) return evalQuadratic;
-      return kind == DF_KIND_SUBBOTIN ? std::int32_t{evalSubbotin} : DF_ERROR_SPLINE_KIND;
-    case 4:
-      if (kind == DF_KIND_DEFAULT || (kind >= DF_KIND_NATURAL && kind <= DF_KIND_AKIMA)) return evalCubic;
-      return DF_ERROR_SPLINE_KIND;
-    default:
-      return task.order > 4 ? std::int32_t{evalGeneral} : DF_ERROR_SPLINE_KIND;
-  }
-}
-
 std::int64_t entry(const Wanted& wanted, std::int64_t k) {
   if (wanted.wide) return static_cast<const std::int64_t*>(wanted.dorder)[k];
   return static_cast<const std::int32_t*>(wanted.dorder)[k];
@@ -92,11 +72,11 @@ Wanted readWanted(const DfTask& task, const InterpolateCall& call) {
 }
 
 // Positions that the evaluator writes for each site.
-std::int64_t writtenPositions(std::int32_t evalClass, const Wanted& wanted) {
-  constexpr std::uint32_t formulas[evalClassCount] = {3, 7, 15, 7, 0, 1, 1, 0};
+std::int64_t writtenPositions(Pieces pieces, const Wanted& wanted) {
+  constexpr std::uint32_t formulas[piecesCount] = {3, 7, 15, 7, 0, 1, 1, 0};
   // A site that is no breakpoint must leave its block untouched, and a look-up without fault fills it.
-  if (evalClass == evalLookup) return wanted.nres;
-  return __builtin_popcount(wanted.low4 & formulas[evalClass]);
+  if (pieces == lookupPieces) return wanted.nres;
+  return __builtin_popcount(wanted.low4 & formulas[pieces]);
 }
 
 // No count means one function; a negative one means none, and then only cells are written.
@@ -105,8 +85,8 @@ std::int64_t functionsOf(const DfTask& task) {
   return task.ny > 0 ? task.ny : 0;
 }
 
-std::int32_t checkRows(const DfTask& task, std::int32_t evalClass, std::int64_t nfunc) {
-  const bool ofValues = evalClass >= evalStepLeft;
+std::int32_t checkRows(const DfTask& task, Pieces pieces, std::int64_t nfunc) {
+  const bool ofValues = pieces >= stepLeftPieces;
   const std::int64_t rows = ofValues && task.yhint == DF_VALUES_BY_BREAKPOINT ? 1 : nfunc;
   const double* const* table = ofValues ? task.yRows : task.coeffRows;
   const std::int32_t missing = ofValues ? DF_ERROR_FUNCTION_VALUES : DF_ERROR_NULL_COEFFICIENTS;
@@ -288,8 +268,8 @@ std::int64_t sizeProduct(std::int64_t a, std::int64_t b) {
 }
 
 std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const WorkShareTable& workShare) {
-  const std::int32_t evalClass = classify(task);
-  if (evalClass < 0) return evalClass;
+  if (call.kind == nullptr) return DF_ERROR_SPLINE_KIND;
+  const Pieces pieces = call.kind->pieces;
   const bool givenCells = call.type == DF_WANT_GIVEN_CELLS;
   const std::int32_t path = givenCells ? 0 : chooseSearch(task, call.sitehint, call.datahint, call.searchCb);
   if (path < 0) return path;
@@ -300,22 +280,22 @@ std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const 
   run.task = &task;
   run.call = &call;
   run.nfunc = functionsOf(task);
-  if (const std::int32_t status = checkRows(task, evalClass, run.nfunc); status < 0) return status;
+  if (const std::int32_t status = checkRows(task, pieces, run.nfunc); status < 0) return status;
   if (!givenCells) {
     run.search = searchPaths[path];
     run.searchArgs = searchArgs(task, path, call.datahint, call.searchCb, call.searchParams);
   }
-  const bool uniform = (task.xhint & DF_XHINT_UNIFORM) != 0;
+  const bool uniform = isUniform(task);
   run.h = uniform ? uniformStep(task) : 0.0;
-  if (evalClass <= evalGeneral) {
-    run.prepare = polynomialKernels.prepare[uniform ? 1 : 0][evalClass == evalSubbotin ? 1 : 0];
-    run.evaluate = polynomialKernels.evaluate[evalClass];
+  if (pieces <= anyOrderPieces) {
+    run.prepare = polynomialKernels.prepare[uniform ? 1 : 0][pieces == knotPieces ? 1 : 0];
+    run.evaluate = polynomialKernels.evaluate[pieces];
     run.ahead = true;
   } else {
-    run.evaluate = stepKernels.evaluate[evalClass - evalStepLeft];
+    run.evaluate = stepKernels.evaluate[pieces - stepLeftPieces];
   }
   run.wanted = readWanted(task, call);
-  run.clears = writtenPositions(evalClass, run.wanted) < run.wanted.nres;
+  run.clears = writtenPositions(pieces, run.wanted) < run.wanted.nres;
   run.direct = !sitesInner || run.wanted.nres == 1;
   run.keepsCells = (call.type & DF_WANT_CELLS) != 0;
   run.uniformSites = (call.sitehint & DF_SITES_UNIFORM) != 0;
@@ -326,9 +306,9 @@ std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const 
   }
 
   const bool rows = sitesInner || run.wanted.nres == 1;
-  if (run.search == searchPaths[cellSearchUniform] && evalClass <= evalCubic && run.nfunc == 1 && rows &&
+  if (run.search == searchPaths[cellSearchUniform] && pieces <= cubicPieces && run.nfunc == 1 && rows &&
       !run.clears && !run.keepsCells && !run.uniformSites)
-    run.onePass = polynomialKernels.uniform[evalClass];
+    run.onePass = polynomialKernels.uniform[pieces];
 
   // One scratch block: results of all workers, then their rooms for coefficients of high orders.
   const std::int64_t workers = workShare.threadCount();
@@ -342,7 +322,7 @@ std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const 
     if (results <= resultsInFrame) results = 0;
   }
   std::int64_t work = 0;
-  if (evalClass == evalGeneral && task.order > generalOrderInFrame) {
+  if (pieces == anyOrderPieces && task.order > generalOrderInFrame) {
     run.workerWork = sizeProduct(task.order, laneCount);
     work = sizeProduct(run.workerWork, workers);
     if (work < 0) return DF_ERROR_MEMORY;
@@ -376,6 +356,6 @@ std::int32_t searchCells(const DfTask& task, std::int64_t /*method*/, std::int64
 }  // namespace
 
 extern const InterpKernels interpKernels;
-const InterpKernels interpKernels = {interpolate, searchCells};
+const InterpKernels interpKernels = {interpolate, searchCells, &lookupBuilder};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -4,21 +4,9 @@
 
 #include <cstdint>
 
-#include "task/df_task.h"
+#include "task/spline_kind.h"
 
 namespace rvn {
-
-enum EvalClass : std::int32_t {
-  evalLinear,
-  evalQuadratic,
-  evalCubic,
-  evalSubbotin,
-  evalGeneral,
-  evalStepLeft,
-  evalStepRight,
-  evalLookup,
-  evalClassCount
-};
 
 // The requested derivatives of a call. Results of a site are packed in ascending order of derivative;
 // positions at or above nres are never written.
@@ -42,7 +30,7 @@ struct EvalBlock {
   const std::int32_t* blockCells;
   const std::int32_t* piece;
   const double* t;
-  double* work;          // a vector per coefficient, for evalGeneral above generalOrderInFrame
+  double* work;          // a vector per coefficient, for anyOrderPieces above generalOrderInFrame
   double* blockResults;  // position k of site i at i * nres + k
 };
 
@@ -71,13 +59,13 @@ struct UniformCall {
 using UniformEvaluator = void (*)(const UniformCall& call);
 
 struct PolynomialKernels {
-  PreparePieces prepare[2][2];  // by uniform partition, by pieces that join at knots (evalSubbotin)
-  Evaluator evaluate[5];        // by EvalClass
-  UniformEvaluator uniform[3];  // by EvalClass, up to evalCubic
+  PreparePieces prepare[2][2];  // by uniform partition, by pieces that join at knots
+  Evaluator evaluate[5];        // by Pieces
+  UniformEvaluator uniform[3];  // by Pieces, up to cubicPieces
 };
 
 struct StepKernels {
-  Evaluator evaluate[3];  // by EvalClass, from evalStepLeft on
+  Evaluator evaluate[3];  // by Pieces, from stepLeftPieces on
 };
 
 }  // namespace rvn

@@ -351,6 +351,11 @@ std::int32_t evaluateGeneral(const EvalBlock& block) {
 
 }  // namespace
 
+// Pieces of any order above that of the known kinds; the coefficients are the caller's.
+extern const SplineKind anyOrder;
+const SplineKind anyOrder = {
+    .order = DF_ORDER_CUBIC + 1, .mostOrder = INT64_MAX, .kind = anyKind, .pieces = anyOrderPieces};
+
 extern const PolynomialKernels polynomialKernels;
 const PolynomialKernels polynomialKernels = {
     {{preparePieces<false, false>, preparePieces<false, true>},

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "runtime/work_share.h"
-#include "task/df_task.h"
+#include "task/spline_kind.h"
 
 namespace rvn {
 
@@ -29,7 +29,11 @@ struct InterpolateCall {
   std::int32_t* cell;
   SearchCallback searchCb;
   void* searchParams;
+  const SplineKind* kind;  // null: nobody serves the task's order and kind
 };
+
+// Fills the look-up table of a task over ascending breakpoints; whatever the numbers are, it stays inside.
+using LookupBuilder = void (*)(DfTask& task);
 
 struct InterpKernels {
   std::int32_t (*interpolate)(const DfTask& task, const InterpolateCall& call,
@@ -37,6 +41,7 @@ struct InterpKernels {
   std::int32_t (*searchCells)(const DfTask& task, std::int64_t method, std::int64_t nsite, const double* site,
                               std::int64_t sitehint, const double* datahint, std::int32_t* cell,
                               SearchCallback searchCb, void* searchParams, const WorkShareTable& workShare);
+  const LookupBuilder* buildLookup;
 };
 
 }  // namespace rvn

@@ -8,6 +8,7 @@
 #include "interp/search_choice.h"
 #include "vector/level.h"
 #include "vector/simd.h"
+#include "vector/smaller.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -15,13 +16,6 @@ namespace {
 constexpr std::int64_t scannedBreakpoints = 16;  // partitions up to this size are counted through
 constexpr std::int64_t longBracket = 64;         // breakpoints; longer brackets are entered by a secant step
 static_assert(countedAtOnce <= scannedBreakpoints);
-
-inline std::int64_t smaller(std::int64_t a, std::int64_t b) {
-  return a < b ? a : b;
-}
-inline std::int64_t larger(std::int64_t a, std::int64_t b) {
-  return a > b ? a : b;
-}
 
 // Narrows `G` windows of n breakpoints in step and counts what remains: cell[i] holds the first breakpoint of
 // site i's window and receives the cell. Every window lies inside the partition and stays there whatever the

@@ -16,7 +16,7 @@ constexpr std::int64_t userBlock = 128;  // sites of one call of a user's search
 // A SearchPath, or DF_ERROR_DATA_HINT. A hint about the partition beats one about the sites.
 [[maybe_unused]] inline std::int32_t chooseSearch(const DfTask& task, std::int64_t sitehint,
                                                   const double* datahint, SearchCallback searchCb) {
-  const bool uniform = task.xhint == DF_XHINT_UNIFORM;
+  const bool uniform = isUniform(task);
   if (searchCb != nullptr) return uniform ? cellSearchUserUniform : cellSearchUser;
   if (uniform) return cellSearchUniform;
   if (task.xhint == DF_XHINT_QUASI_UNIFORM) return cellSearchQuasiUniform;

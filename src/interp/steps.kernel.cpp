@@ -32,7 +32,7 @@ inline void copyValues(const EvalBlock& block, IndexOf indexOf) {
     block.blockResults[i * nres] = y[indexOf(i) * stride];
 }
 
-std::int32_t stepRight(const EvalBlock& block) {
+std::int32_t evaluateStepRight(const EvalBlock& block) {
   if ((block.wanted->low4 & 1U) == 0) return 0;
   copyValues(block, [&](std::int64_t i) { return leftOf(block.blockCells[i]); });
   return 0;
@@ -41,11 +41,11 @@ std::int32_t stepRight(const EvalBlock& block) {
 // On general partitions a breakpoint takes the interval on its left. On uniform ones the test is against the
 // right end of the cell, which a site of the cell normally does not reach, so that a breakpoint keeps its own
 // value.
-std::int32_t stepLeft(const EvalBlock& block) {
+std::int32_t evaluateStepLeft(const EvalBlock& block) {
   if ((block.wanted->low4 & 1U) == 0) return 0;
   const double* x = block.task->x;
   const double* site = block.blockSites;
-  if ((block.task->xhint & DF_XHINT_UNIFORM) != 0) {
+  if (isUniform(*block.task)) {
     copyValues(block, [&](std::int64_t i) {
       const std::int64_t cell = block.blockCells[i];
       const double right = static_cast<double>(cell) * block.h + x[0];
@@ -66,7 +66,7 @@ inline std::int64_t breakpointOf(const EvalBlock& block, std::int64_t i) {
   const std::int64_t cell = block.blockCells[i];
   const double s = block.blockSites[i];
   if (cell == 0) return -1;
-  if ((task.xhint & DF_XHINT_UNIFORM) != 0) {
+  if (isUniform(task)) {
     const double x0 = task.x[0];
     if (magnitude(s - block.h * static_cast<double>(cell - 1) - x0) <= breakpointTolerance) return cell - 1;
     if (cell < task.nx && magnitude(s - block.h * static_cast<double>(cell) - x0) < breakpointTolerance)
@@ -89,7 +89,19 @@ std::int32_t lookupValues(const EvalBlock& block) {
 
 }  // namespace
 
+extern const SplineKind stepLeft;
+extern const SplineKind stepRight;
+extern const SplineKind lookup;
+const SplineKind stepLeft = {
+    .order = DF_ORDER_NONE, .mostOrder = DF_ORDER_NONE, .kind = DF_KIND_STEP_LEFT, .pieces = stepLeftPieces};
+const SplineKind stepRight = {.order = DF_ORDER_NONE,
+                              .mostOrder = DF_ORDER_NONE,
+                              .kind = DF_KIND_STEP_RIGHT,
+                              .pieces = stepRightPieces};
+const SplineKind lookup = {
+    .order = DF_ORDER_NONE, .mostOrder = DF_ORDER_NONE, .kind = DF_KIND_LOOKUP, .pieces = lookupPieces};
+
 extern const StepKernels stepKernels;
-const StepKernels stepKernels = {{stepLeft, stepRight, lookupValues}};
+const StepKernels stepKernels = {{evaluateStepLeft, evaluateStepRight, lookupValues}};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

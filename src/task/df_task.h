@@ -17,7 +17,7 @@ struct LookupCell {
 };
 
 constexpr std::int64_t lookupTableBytes = 8192;
-// The build writes up to one entry past `lookupCells`; two spare entries keep that inside the block.
+// The search's builder writes up to one entry past `lookupCells`; two spare entries keep that inside the block.
 constexpr std::int64_t lookupSpareCells = 2;
 
 }  // namespace rvn
@@ -46,3 +46,11 @@ struct DfTask {
   rvn::LookupCell* lookup;  // owned
   double lookupInvWidth;
 };
+
+namespace rvn {
+
+[[maybe_unused]] static inline bool isUniform(const DfTask& task) {
+  return (task.xhint & DF_XHINT_UNIFORM) != 0;
+}
+
+}  // namespace rvn

@@ -375,8 +375,13 @@ TEST(UserSearch, FinalCellsStandAndGuessesAreCorrected) {
         EXPECT_TRUE(same(cells, result >= 0 && result != 1000 ? corrected : want));
         UserSearch again = {result, &x};
         std::vector<double> r(sites.size(), -77.0);
-        const rvn::InterpolateCall call = {1,       1,        300, sites.data(), 0,          0,     nullptr,
-                                           nullptr, r.data(), 0,   nullptr,      userSearch, &again};
+        const rvn::InterpolateCall call = {1,        1,
+                                           300,      sites.data(),
+                                           0,        0,
+                                           nullptr,  nullptr,
+                                           r.data(), 0,
+                                           nullptr,  userSearch,
+                                           &again,   rvn::levelTables[level]->kinds->find(2, 0)};
         EXPECT_EQ(kernels.interpolate(*task.get(), call, workShare), result < 0 ? result : 0);
         EXPECT_EQ(r == std::vector<double>(sites.size(), -77.0), result < 0);
       }
@@ -462,6 +467,7 @@ TEST(Levels, AndWorkersGiveTheSameBits) {
             std::vector<double> r(12 * count, -77.0);
             Cells cells(count, -9);
             rvn::InterpolateCall call = {};
+            call.kind = rvn::levelTables[level]->kinds->find(order, order == 4 ? DF_KIND_NATURAL : 0);
             call.type = DF_WANT_CELLS | DF_WANT_INTERPOLATE;
             call.nsite = std::int64_t{count};
             call.site = sites.data();

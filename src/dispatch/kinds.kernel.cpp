@@ -1,0 +1,33 @@
+// Every spline kind, those first that are used most.
+
+#include "task/spline_kind.h"
+#include "vector/level.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+
+extern const SplineKind natural;
+extern const SplineKind akima;
+extern const SplineKind linear;
+extern const SplineKind hermite;
+extern const SplineKind bessel;
+extern const SplineKind secondDerivatives;
+extern const SplineKind subbotin;
+extern const SplineKind quadratic;
+extern const SplineKind stepRight;
+extern const SplineKind stepLeft;
+extern const SplineKind lookup;
+extern const SplineKind anyOrder;
+
+namespace {
+
+constexpr const SplineKind* rows[] = {
+    &natural,  &akima,     &linear,    &hermite,  &bessel, &secondDerivatives,
+    &subbotin, &quadratic, &stepRight, &stepLeft, &lookup, &anyOrder,
+};
+
+}  // namespace
+
+extern const SplineKinds splineKinds;
+const SplineKinds splineKinds = {rows, sizeof rows / sizeof *rows};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
