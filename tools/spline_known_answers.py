@@ -1,12 +1,17 @@
-"""Prints tests/data/splines.kat: splines of every kind by SciPy and NumPy alone.
+"""Prints tests/data/splines.kat: splines of every kind by SciPy and NumPy, GSL (Steffen), Boost (modified Akima).
 
-usage: python3 tools/spline_known_answers.py > tests/data/splines.kat   (Debian: python3-scipy)
+usage: python3 tools/spline_known_answers.py > tests/data/splines.kat
+(Debian: python3-scipy, libgsl-dev, libboost-math-dev, g++)
 """
+
+import ctypes
+import subprocess
+import tempfile
 
 import numpy
 import scipy
-from scipy.interpolate import (Akima1DInterpolator, BSpline, CubicHermiteSpline, CubicSpline, PPoly,
-                               make_interp_spline)
+from scipy.interpolate import (Akima1DInterpolator, BSpline, CubicHermiteSpline, CubicSpline, PchipInterpolator,
+                               PPoly, make_interp_spline)
 
 X = numpy.array([-2.0, -1.25, -1.0, 0.5, 0.75, 2.0, 2.5, 4.0, 4.25, 5.0])
 Y = numpy.array([0.5, 1.5, 1.25, -2.0, -1.0, 3.0, 2.75, 0.25, 1.0, 0.5])
@@ -16,6 +21,37 @@ BC = [0.75, -1.5]
 def ascending(pieces):
     """Coefficients cell by cell, in ascending powers; PPoly has them by descending power."""
     return pieces.c[::-1].T.ravel()
+
+
+def gsl_slopes(kind):
+    gsl = ctypes.CDLL("libgsl.so")
+    pointer = ctypes.c_void_p
+    gsl.gsl_interp_alloc.restype = pointer
+    gsl.gsl_interp_alloc.argtypes = [pointer, ctypes.c_size_t]
+    gsl.gsl_interp_init.argtypes = [pointer] * 3 + [ctypes.c_size_t]
+    gsl.gsl_interp_eval_deriv.restype = ctypes.c_double
+    gsl.gsl_interp_eval_deriv.argtypes = [pointer] * 3 + [ctypes.c_double, pointer]
+    spline = gsl.gsl_interp_alloc(pointer.in_dll(gsl, kind), len(X))
+    gsl.gsl_interp_init(spline, X.ctypes.data, Y.ctypes.data, len(X))
+    return [gsl.gsl_interp_eval_deriv(spline, X.ctypes.data, Y.ctypes.data, at, None) for at in X]
+
+
+def boost_slopes(name):
+    values = lambda array: "{" + ",".join(repr(float(v)) for v in array) + "}"
+    program = f"""
+        #include <boost/math/interpolators/{name}.hpp>
+        #include <cstdio>
+        #include <vector>
+        int main() {{
+          const std::vector<double> x = {values(X)}, y = {values(Y)};
+          std::vector<double> a = x, b = y;
+          const boost::math::interpolators::{name}<std::vector<double>> spline(std::move(a), std::move(b));
+          for (double at : x) std::printf("%.17g\\n", spline.prime(at));
+        }}"""
+    with tempfile.TemporaryDirectory() as folder:
+        subprocess.run(["g++", "-x", "c++", "-std=c++17", "-", "-o", folder + "/slopes"], input=program, text=True,
+                       check=True)
+        return [float(line) for line in subprocess.check_output([folder + "/slopes"], text=True).split()]
 
 
 def show(name, order, kind, bc_type, ic_type, ic, coefficients):
@@ -54,6 +90,9 @@ def main():
     parabolas[[0, -1]] = BC
     show("bessel", 4, 4, 12, 0, [], ascending(CubicHermiteSpline(X, Y, parabolas)))
     show("akima", 4, 5, 0, 0, [], ascending(Akima1DInterpolator(X, Y)))
+    show("modified akima", 4, 0x101, 0, 0, [], ascending(CubicHermiteSpline(X, Y, boost_slopes("makima"))))
+    show("pchip", 4, 0x102, 0, 0, [], ascending(PchipInterpolator(X, Y)))
+    show("steffen", 4, 0x103, 0, 0, [], ascending(CubicHermiteSpline(X, Y, gsl_slopes("gsl_interp_steffen"))))
 
     # Collocation in B-splines: the data and one value between the first two breakpoints.
     knots = numpy.concatenate([[X[0]] * 2, X, [X[-1]] * 2])

@@ -106,19 +106,26 @@ enum {
   DF_KIND_AKIMA = 5,      /* order 4 */
   DF_KIND_LOOKUP = 6,     /* order 0: sites must be breakpoints; the value there */
   DF_KIND_STEP_RIGHT = 7, /* order 0: constant per cell, continuous from the right */
-  DF_KIND_STEP_LEFT = 8   /* order 0: constant per cell, continuous from the left */
+  DF_KIND_STEP_LEFT = 8,  /* order 0: constant per cell, continuous from the left */
+
+  DF_KIND_MODIFIED_AKIMA = 0x101, /* order 4: Akima with weights that keep flat stretches flat */
+  DF_KIND_PCHIP = 0x102,          /* order 4: monotone where the data are, by harmonic means */
+  DF_KIND_STEFFEN = 0x103         /* order 4: monotone where the data are, by limited parabolas */
 };
 
 /* Boundary types (bcType). Types 12, 24, 36 and 48 read bc[0] for the left and bc[1] for the right end. */
 enum {
-  DF_END_NONE = 0,            /* Akima only: the end slope is that of the chords, continued by half a cell */
-  DF_END_NOT_A_KNOT = 1,      /* third derivative continuous at the second and last but one breakpoint; kinds
+  DF_END_NONE = 0,        /* the kind's own ends. Akima: the slope of the chords, continued by half a cell.
+                                 Modified Akima: its formula, by chords continued by 2 d_0 - d_1 and 3 d_0 - 2 d_1.
+                                 PCHIP: the parabola through three points, limited. Steffen: the end chord. The
+                                 other kinds refuse it */
+  DF_END_NOT_A_KNOT = 1,  /* third derivative continuous at the second and last but one breakpoint; kinds
                                  3 to 5: the end cubic, continued, passes through the third point. Kinds 2 to
                                  5 on a uniform partition have a condition of their own: the slope of the
                                  chord over the end cells is 2 m_0 + m_1 (natural) or m_0 + 2 m_1 (3 to 5) */
-  DF_END_FREE = 2,            /* second derivative 0 */
-  DF_END_LEFT_SLOPE = 4,      /* with 8 or 32 */
-  DF_END_RIGHT_SLOPE = 8,     /* with 4 or 16 */
+  DF_END_FREE = 2,        /* second derivative 0 */
+  DF_END_LEFT_SLOPE = 4,  /* with 8 or 32 */
+  DF_END_RIGHT_SLOPE = 8, /* with 4 or 16 */
   DF_END_LEFT_CURVATURE = 16, /* second derivative; with 8 or 32 */
   DF_END_RIGHT_CURVATURE = 32,
   DF_END_PERIODIC = 64, /* values agree at both ends; also slopes and curvatures (natural), slopes (3 to 5),
@@ -220,6 +227,14 @@ RVN_API int32_t dfTaskEditSpline(DfTask* task, int32_t order, int32_t kind, int3
  *   Bessel                m_i of the parabola through three neighbours (de Boor, ch. IV). At least 4.
  *   Akima                 m_i a mean of d_(i-1) and d_i with weights |d_(i+1) - d_i| and |d_(i-1) - d_(i-2)|,
  *                         the plain mean if their sum is below 1e-10 (H. Akima, 1970). At least 5.
+ *   modified Akima        the same with weights |d_(i+1) - d_i| + |d_(i+1) + d_i| / 2 and its mirror image.
+ *                         At least 5.
+ *   PCHIP                 m_i the weighted harmonic mean of d_(i-1) and d_i, 0 where they differ in sign
+ *                         (F. N. Fritsch, J. Butland, 1984). Monotone data give a monotone spline under
+ *                         DF_END_NONE; another end may break that in the end cell. At least 3.
+ *   Steffen               m_i of the parabola through three neighbours, at most twice the smaller of d_(i-1)
+ *                         and d_i, 0 where they differ in sign (M. Steffen, 1990); monotone like PCHIP.
+ *                         At least 3.
  * DF_END_PERIODIC needs bc[0] with two kinds: the common slope (Hermite) or second derivative (default).
  *
  * Returns 0; -1000 null task; -1002 format or method; -1016, -1008, -1009 missing or unknown arrays; -1010,

@@ -10,6 +10,9 @@ extern const SplineKind akima;
 extern const SplineKind linear;
 extern const SplineKind hermite;
 extern const SplineKind bessel;
+extern const SplineKind modifiedAkima;
+extern const SplineKind pchip;
+extern const SplineKind steffen;
 extern const SplineKind secondDerivatives;
 extern const SplineKind subbotin;
 extern const SplineKind quadratic;
@@ -21,8 +24,8 @@ extern const SplineKind anyOrder;
 namespace {
 
 constexpr const SplineKind* rows[] = {
-    &natural,  &akima,     &linear,    &hermite,  &bessel, &secondDerivatives,
-    &subbotin, &quadratic, &stepRight, &stepLeft, &lookup, &anyOrder,
+    &natural,           &akima,    &linear,    &hermite,   &bessel,   &modifiedAkima, &pchip,    &steffen,
+    &secondDerivatives, &subbotin, &quadratic, &stepRight, &stepLeft, &lookup,        &anyOrder,
 };
 
 }  // namespace

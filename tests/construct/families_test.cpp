@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -165,12 +167,16 @@ TEST(Families, RefuseWhatTheyCannotServe) {
       {6, "four breakpoints", [](DfTask& t) { t.nx = 4; }, -1004},
       {6, "negative ends", [](DfTask& t) { t.bcType = -1; }, -1014},
       {6, "half an end", [](DfTask& t) { t.bcType = 4; }, -1014},
-      {7, "no knots", [](DfTask& t) { t.icType = 4; }, -1012},
-      {7, "free ends", [](DfTask& t) { t.bcType = 2; }, -1014},
-      {7, "not-a-knot", [](DfTask& t) { t.bcType = 1; }, -1014},
-      {7, "periodic", [](DfTask& t) { t.bcType = 64; }, -1014},
-      {7, "no end values", [](DfTask& t) { t.bc = nullptr; }, -1015},
-      {7, "two breakpoints", [](DfTask& t) { t.nx = 2; }, -1004},
+      {7, "four breakpoints", [](DfTask& t) { t.nx = 4; }, -1004},
+      {8, "two breakpoints", [](DfTask& t) { t.nx = 2; }, -1004},
+      {9, "kind that nobody knows", [](DfTask& t) { t.kind = 0x104; }, -1011},
+      {9, "kind of another order", [](DfTask& t) { t.order = 3; }, -1011},
+      {10, "no knots", [](DfTask& t) { t.icType = 4; }, -1012},
+      {10, "free ends", [](DfTask& t) { t.bcType = 2; }, -1014},
+      {10, "not-a-knot", [](DfTask& t) { t.bcType = 1; }, -1014},
+      {10, "periodic", [](DfTask& t) { t.bcType = 64; }, -1014},
+      {10, "no end values", [](DfTask& t) { t.bc = nullptr; }, -1015},
+      {10, "two breakpoints", [](DfTask& t) { t.nx = 2; }, -1004},
   };
   for (const auto& c : cases) {
     const Family& family = problem::families()[c.family];
@@ -258,6 +264,35 @@ TEST(Families, AkimaTakesThePlainMeanOfChordsThatHardlyBend) {
   }
 }
 
+// The derivative of a cell is a parabola: it is least at an end or at its vertex.
+TEST(Families, MonotoneKindsKeepMonotoneDataMonotone) {
+  std::mt19937_64 random(20261123);
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  for (const std::size_t which : {8U, 9U})
+    for (const bool uniform : {false, true})
+      for (const double sign : {1.0, -1.0})
+        for (int round = 0; round < 40; ++round) {
+          Problem p(problem::families()[which], DF_END_NONE, uniform, 3 + 2 * round, 1);
+          double level = 0.0;
+          for (std::size_t i = 0; i < p.x.size(); ++i) {
+            if (!uniform && i > 0) p.x[i] = p.x[i - 1] + std::pow(10.0, 4.0 * unit(random) - 2.0);
+            p.y[i] = sign * level;
+            // Flat stretches, gentle slopes and jumps.
+            level += unit(random) < 0.3 ? 0.0 : std::pow(10.0, 6.0 * unit(random) - 3.0);
+          }
+          const std::vector<double> c = constructed(p);
+          for (std::size_t i = 0; i + 1 < p.x.size(); ++i) {
+            const double h = p.x[i + 1] - p.x[i];
+            const double* const cell = c.data() + 4 * i;
+            const double vertex = cell[3] == 0.0 ? 0.0 : std::clamp(-cell[2] / (3.0 * cell[3]), 0.0, h);
+            const double chord = (p.y[i + 1] - p.y[i]) / h;
+            for (const double t : {0.0, vertex, h})
+              ASSERT_GE(sign * (cell[1] + (2.0 * cell[2] + 3.0 * cell[3] * t) * t), -1e-13 * std::fabs(chord))
+                  << p.name() << ", cell " << i;
+          }
+        }
+}
+
 TEST(Families, FewerThanOneFunctionCountsAsOne) {
   const Problem p(problem::families()[3], DF_END_FREE, false, 8, 1);
   Task task(8, p.x, 0, -3, p.y, DF_VALUES_BY_BREAKPOINT, p.settings(), DF_COEFF_FIRST_ROW);
@@ -312,7 +347,7 @@ TEST(Families, TakeAnyNumbers) {
 constexpr std::int32_t nx = 6;
 
 Problem subbotin(bool uniform) {
-  return {problem::families()[7], DF_END_LEFT_SLOPE + DF_END_RIGHT_CURVATURE, uniform, nx, 2};
+  return {problem::families()[10], DF_END_LEFT_SLOPE + DF_END_RIGHT_CURVATURE, uniform, nx, 2};
 }
 
 // The knots given as `ic` and `icType`; null by an empty array, which edit refuses but kernels take.
@@ -431,7 +466,7 @@ TEST(KnownAnswers, Splines) {
     EXPECT_TRUE(support::close(task.coeff(), expected, tolerance)) << name;
     ++cases;
   }
-  EXPECT_EQ(cases, 18);
+  EXPECT_EQ(cases, 21);
 }
 
 }  // namespace

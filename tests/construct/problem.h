@@ -37,6 +37,9 @@ inline const std::vector<Family>& families() {
       {"hermite", 4, 3, 3, 1, {1, 2, 12, 36, 24, 48, 64}, 0},
       {"bessel", 4, 4, 4, 0, {1, 2, 12, 36, 24, 48, 64}, 1},
       {"akima", 4, 5, 5, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 2},
+      {"modified akima", 4, 0x101, 5, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 2},
+      {"pchip", 4, 0x102, 3, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 1},
+      {"steffen", 4, 0x103, 3, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 1},
       {"subbotin", 3, 1, 3, 8, {12, 36, 24, 48}, -1},
   };
   return table;
@@ -120,43 +123,70 @@ void forEach(std::int32_t ny, const std::vector<std::int32_t>& sizes, Check chec
           if (nx >= family.leastNx) check(Problem(family, end, uniform, nx, ny));
 }
 
-// Slopes at all breakpoints of a local family, from the data alone: the derivative of the parabola through
-// three points (Lagrange), or Akima's published formula; at the ends those of periodic data, or for Akima of
-// bcType 0.
+// Slopes at all breakpoints of a local family, from the data alone, by published formulas: the derivative of the
+// parabola through three points (Lagrange), Akima's and its modification, Fritsch and Butland's, Steffen's. Chords
+// go on beyond both ends as the kind continues them; at the joint of periodic data, and only there, in circles.
 inline support::Row localSlopes(const Problem& p, const double* y) {
-  const std::size_t n = p.x.size();
-  support::Row d(n - 1);
-  support::Row h(n - 1);
-  for (std::size_t i = 0; i + 1 < n; ++i) {
-    h[i] = static_cast<long double>(p.x[i + 1]) - p.x[i];
-    d[i] = (static_cast<long double>(y[i + 1]) - y[i]) / h[i];
-  }
-  const auto parabola = [](long double a, long double slopeA, long double b, long double slopeB) {
-    return slopeA + (slopeB - slopeA) * a / (a + b);
+  const auto n = static_cast<std::int64_t>(p.x.size());
+  const std::int32_t kind = p.family->kind;
+  bool periodic = false;
+  const auto h = [&](std::int64_t i) {
+    if (periodic) i = (i + n - 1) % (n - 1);
+    i = i < 0 ? 0 : i > n - 2 ? n - 2 : i;
+    return static_cast<long double>(p.x[size(i + 1)]) - p.x[size(i)];
   };
-  const auto mean = [](long double slopeA, long double weightA, long double slopeB, long double weightB) {
-    return weightA + weightB < 1e-10L ? (slopeA + slopeB) / 2
-                                      : (slopeA * weightA + slopeB * weightB) / (weightA + weightB);
+  const auto inner = [&](std::int64_t i) { return (static_cast<long double>(y[i + 1]) - y[i]) / h(i); };
+  const auto d = [&](std::int64_t i) {
+    if (periodic) return inner((i + n - 1) % (n - 1));
+    if (i >= 0 && i <= n - 2) return inner(i);
+    const long double out = i < 0 ? -i : i - (n - 2);
+    const std::int64_t end = i < 0 ? 0 : n - 2;
+    return (1 + out) * inner(end) - out * inner(i < 0 ? 1 : n - 3);
   };
-  support::Row m(n);
-  for (std::size_t i = 1; i + 1 < n; ++i) {
-    if (p.family->kind == DF_KIND_HERMITE) m[i] = p.ic[i - 1];
-    if (p.family->kind == DF_KIND_BESSEL) m[i] = parabola(h[i - 1], d[i - 1], h[i], d[i]);
-    if (p.family->kind == DF_KIND_AKIMA) {
-      const std::size_t low = i == 1 ? 1 : i - 1;
-      const std::size_t high = i == n - 2 ? i : i + 1;
-      m[i] = mean(d[i - 1], std::fabs(d[high] - d[high - 1]), d[i], std::fabs(d[low] - d[low - 1]));
+  const auto weight = [&](std::int64_t j) {
+    if (kind == 0x101) return std::fabs(d(j) - d(j - 1)) + std::fabs(d(j) + d(j - 1)) / 2;
+    if (!periodic) j = j < 1 ? 1 : j > n - 2 ? n - 2 : j;
+    return std::fabs(d(j) - d(j - 1));
+  };
+  const auto slope = [&](std::int64_t i) -> long double {
+    const long double before = d(i - 1);
+    const long double after = d(i);
+    const long double parabola = before + (after - before) * h(i - 1) / (h(i - 1) + h(i));
+    const long double sign = before > 0 && after > 0 ? 1 : before < 0 && after < 0 ? -1 : 0;
+    const long double least = std::fmin(std::fabs(before), std::fabs(after));
+    const long double low = weight(i - 1);
+    const long double high = weight(i + 1);
+    switch (kind) {
+      case DF_KIND_HERMITE:
+        return i > 0 && i < n - 1 ? p.ic[size(i) - 1] : p.bc[0];
+      case DF_KIND_BESSEL:
+        return parabola;
+      case 0x102:
+        if (sign == 0) return 0;
+        return 3 * (h(i - 1) + h(i)) / ((2 * h(i) + h(i - 1)) / before + (h(i) + 2 * h(i - 1)) / after);
+      case 0x103:
+        return 2 * sign * std::fmin(least, std::fabs(parabola) / 2);
+      default:
+        return low + high < 1e-10L ? (before + after) / 2 : (before * high + after * low) / (low + high);
     }
-  }
-  if (p.bcType == DF_END_PERIODIC) {
-    m[0] = p.bc[0];
-    if (p.family->kind == DF_KIND_BESSEL) m[0] = parabola(h[n - 2], d[n - 2], h[0], d[0]);
-    if (p.family->kind == DF_KIND_AKIMA)
-      m[0] = mean(d[n - 2], std::fabs(d[1] - d[0]), d[0], std::fabs(d[n - 2] - d[n - 3]));
-    m[n - 1] = m[0];
-  } else if (p.bcType == DF_END_NONE) {
-    m[0] = d[0] + (d[0] - d[1]) / 2;
-    m[n - 1] = d[n - 2] + (d[n - 2] - d[n - 3]) / 2;
+  };
+  // The end with chord a over a cell of width h, beside chord b over one of width g.
+  const auto freeEnd = [&](long double a, long double wide, long double b,
+                           long double beside) -> long double {
+    if (kind == DF_KIND_AKIMA) return a + (a - b) / 2;
+    if (kind == 0x103) return a;
+    const long double m = ((2 * wide + beside) * a - wide * b) / (wide + beside);
+    if (m * a <= 0) return 0;
+    return a * b <= 0 && std::fabs(m) > 3 * std::fabs(a) ? 3 * a : m;
+  };
+  support::Row m(size(n));
+  for (std::int64_t i = 1; i < n - 1; ++i)
+    m[size(i)] = slope(i);
+  periodic = p.bcType == DF_END_PERIODIC;
+  if (periodic) m[0] = m.back() = slope(0);
+  if (p.bcType == DF_END_NONE && p.family->order == 4) {
+    m[0] = kind == 0x101 ? slope(0) : freeEnd(d(0), h(0), d(1), h(1));
+    m.back() = kind == 0x101 ? slope(n - 1) : freeEnd(d(n - 2), h(n - 2), d(n - 3), h(n - 3));
   }
   return m;
 }

@@ -1,0 +1,77 @@
+#include <cstdint>
+
+#include "construct/local_cubic.h"
+#include "construct/weighted_mean.h"
+
+// The modified Akima cubic spline: weights that take the size of the chords in too keep a flat stretch flat beside a
+// slope,
+//
+//   w_j = |d_j - d_(j-1)| + |d_j + d_(j-1)| / 2.
+//
+// Beyond the ends the chords go on in a line: d_(-1) = 2 d_0 - d_1 and d_(-2) = 3 d_0 - 2 d_1, likewise at the right.
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+template <class Values, bool uniform>
+struct ModifiedAkimaSlopes {
+  const DfTask& task;
+  Partition<uniform> p;
+  Values y;
+
+  template <class V>
+  static V weight(V dLeft, V dRight) {
+    return magnitude(dRight - dLeft) + magnitude(dRight + dLeft) * 0.5;
+  }
+
+  template <class V>
+  static V slope(V dLeft, V dRight, V wLeft, V wRight) {
+    return weightedMean(dLeft, dRight, wLeft, wRight);
+  }
+
+  // Chords from the one beside the end cell outwards: d_1, d_0, d_(-1), d_(-2).
+  struct EndChords {
+    double d[4];
+  };
+
+  EndChords endChords(Side side) const {
+    const double end = p.difference(y, side == Side::left ? 0 : p.n - 2);
+    const double beside = p.difference(y, side == Side::left ? 1 : p.n - 3);
+    return {{beside, end, 2.0 * end - beside, 3.0 * end - 2.0 * beside}};
+  }
+
+  double outerWeight(Side side) const {
+    const EndChords chords = endChords(side);
+    return weight(chords.d[1], chords.d[2]);
+  }
+
+  // The joint of the last and the first cell.
+  double periodicSlope() const {
+    const std::int64_t last = p.n - 2;
+    const double before = p.difference(y, last);
+    const double after = p.difference(y, 0);
+    return slope(before, after, weight(p.difference(y, last - 1), before), weight(after, p.difference(y, 1)));
+  }
+
+  // The formula of the inner slopes, by the chords beyond the end.
+  double freeSlope(Side side) const {
+    const EndChords chords = endChords(side);
+    return slope(chords.d[2], chords.d[1], weight(chords.d[2], chords.d[3]),
+                 weight(chords.d[0], chords.d[1]));
+  }
+};
+
+}  // namespace
+
+extern const SplineKind modifiedAkima;
+const SplineKind modifiedAkima = {
+    .order = DF_ORDER_CUBIC,
+    .mostOrder = DF_ORDER_CUBIC,
+    .kind = DF_KIND_MODIFIED_AKIMA,
+    .pieces = cubicPieces,
+    .leastBreakpoints = 5,
+    .ends = splineEnds | noEnds,
+    .construct = constructLocal<ModifiedAkimaSlopes>,
+};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
