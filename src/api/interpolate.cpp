@@ -1,6 +1,7 @@
 #include <cstdint>
 
 #include "dispatch/kernel_slot.h"
+#include "dispatch/spline_kinds.h"
 #include "task/df_task.h"
 
 namespace {
@@ -10,7 +11,6 @@ using rvn::KernelSlot;
 using rvn::LevelTable;
 using rvn::loadKernel;
 
-KernelSlot<const rvn::SplineKinds*> kindsSlot{nullptr};
 KernelSlot<decltype(InterpKernels::interpolate)> interpolateSlot{nullptr};
 KernelSlot<decltype(InterpKernels::searchCells)> searchCellsSlot{nullptr};
 
@@ -69,8 +69,6 @@ extern "C" std::int32_t dfTaskInterpolate(const DfTask* task, std::int32_t type,
     const std::int32_t wanted = (type & DF_WANT_GIVEN_CELLS) != 0 ? DF_WANT_GIVEN_CELLS : type;
     const auto interpolate =
         loadKernel(interpolateSlot, [](const LevelTable& table) { return table.interp->interpolate; });
-    const rvn::SplineKinds& kinds =
-        *loadKernel(kindsSlot, [](const LevelTable& table) { return table.kinds; });
     const rvn::InterpolateCall call = {static_cast<std::uint64_t>(std::int64_t{wanted}),
                                        method,
                                        nsite,
@@ -84,7 +82,7 @@ extern "C" std::int32_t dfTaskInterpolate(const DfTask* task, std::int32_t type,
                                        cell,
                                        nullptr,
                                        nullptr,
-                                       kinds.find(task->order, task->kind)};
+                                       rvn::findSplineKind(task->order, task->kind)};
     return interpolate(*task, call, workShare);
   }
   if ((type & DF_WANT_CELLS) == 0) return DF_ERROR_NO_WORK;

@@ -14,9 +14,11 @@ namespace {
 
 template <class Values, bool uniform>
 struct AkimaSlopes {
-  const DfTask& task;
   Partition<uniform> p;
   Values y;
+
+  AkimaSlopes(const DfTask&, const Partition<uniform>& partition, const Values& values)
+      : p(partition), y(values) {}
 
   template <class V>
   static V weight(V dLeft, V dRight) {

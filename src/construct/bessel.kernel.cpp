@@ -12,9 +12,11 @@ namespace {
 
 template <class Values, bool uniform>
 struct BesselSlopes {
-  const DfTask& task;
   Partition<uniform> p;
   Values y;
+
+  BesselSlopes(const DfTask&, const Partition<uniform>& partition, const Values& values)
+      : p(partition), y(values) {}
 
   template <class V>
   V slope(std::int64_t i, V dLeft, V dRight) const {

@@ -9,16 +9,17 @@ namespace {
 
 template <class Values, bool uniform>
 struct HermiteSlopes {
-  const DfTask& task;
-  Partition<uniform> p;
-  Values y;
+  const double* ic;
+  const double* bc;
+
+  HermiteSlopes(const DfTask& task, const Partition<uniform>&, const Values&) : ic(task.ic), bc(task.bc) {}
 
   template <class V>
-  V slope(std::int64_t i, V, V) const {
-    return load<V>(task.ic + (i - 1));
+  V slope(std::int64_t i) const {
+    return load<V>(ic + (i - 1));
   }
 
-  double periodicSlope() const { return task.bc[0]; }
+  double periodicSlope() const { return bc[0]; }
 };
 
 }  // namespace

@@ -8,14 +8,16 @@
 // coefficients of the cells before it, so that the divisions of one overlap with the rest of the other. The
 // few cells at the ends of a block go through a short run of arrays.
 //
-// A kind gives a rule: a record over Values and uniformity, made for one function, of the chords d_(i-1) and d_i beside
-// breakpoint i. Formulas are templates over V, a double or a vector of neighbouring breakpoints from i on.
+// A kind gives a rule: a record over Values and uniformity, made for one function of a task, its partition and values.
+// Formulas are templates over V, a double or a vector of neighbouring breakpoints from i on; dLeft and dRight are the
+// chords d_(i-1) and d_i beside breakpoint i.
 //
 //   periodicSlope()           the slope at both ends of periodic data
 //   freeSlope(side)           the slope at an end without condition, where the kind serves such ends
-// and either
-//   slope(i, dLeft, dRight)   the slope m_i, or
-//   weight(dLeft, dRight)     a weight w_j of the chords beside breakpoint j,
+// and one of
+//   slope<V>(i)               the slope m_i from what is given
+//   slope(i, dLeft, dRight)   the slope m_i from its chords
+//   weight(dLeft, dRight)     a weight w_j of the chords beside breakpoint j, with
 //   outerWeight(side)         w_0 or w_(n-1), which have a chord on one side alone, and
 //   slope(dLeft, dRight, wLeft, wRight)   the slope by the weights w_(i-1) and w_(i+1)
 
@@ -64,16 +66,22 @@ class CellRun {
 };
 
 template <class Rule>
+concept GivesSlopes = requires(const Rule& rule, std::int64_t i) {
+  rule.template slope<double>(i);
+};
+
+template <class Rule>
 concept Weighs = requires(const Rule& rule, double d) {
   rule.weight(d, d);
 };
 
-// Slopes of vectors of breakpoints in ascending order: push(d) takes the chords from i, i + laneCount ... on and returns
-// the slopes `lag` vectors before.
+// Slopes of vectors of breakpoints in ascending order: push(i, d) takes the chords from i on and returns the slopes `lag`
+// vectors before. Slopes depend on `reach` cells on either side of those beside the breakpoint.
 template <class Rule>
 class SlopePass {
  public:
   static constexpr std::int64_t lag = 0;
+  static constexpr std::int64_t reach = 1;
 
   template <class Partition, class Values>
   SlopePass(const Rule& rule, const Partition& p, const Values& y, std::int64_t from)
@@ -90,11 +98,27 @@ class SlopePass {
   Lanes last_;
 };
 
+template <GivesSlopes Rule>
+class SlopePass<Rule> {
+ public:
+  static constexpr std::int64_t lag = 0;
+  static constexpr std::int64_t reach = 0;
+
+  template <class Partition, class Values>
+  SlopePass(const Rule& rule, const Partition&, const Values&, std::int64_t) : rule_(rule) {}
+
+  Lanes push(std::int64_t i, Lanes) { return rule_.template slope<Lanes>(i); }
+
+ private:
+  Rule rule_;
+};
+
 // Weights of a vector need the chords of the next one.
 template <Weighs Rule>
 class SlopePass<Rule> {
  public:
   static constexpr std::int64_t lag = 1;
+  static constexpr std::int64_t reach = mostReach;
 
   template <class Partition, class Values>
   SlopePass(const Rule&, const Partition& p, const Values& y, std::int64_t from)
@@ -152,8 +176,12 @@ struct LocalSpline {
     const std::int64_t room = smaller(to, n - 1 - (Pass::lag + 3) * laneCount) - passFrom;
     const std::int64_t passTo = passFrom + (room > 0 ? room - room % laneCount : 0);
     for (std::int64_t f = first; f < last; ++f) {
-      fillRuns(spline, from, smaller(passFrom, to), f, run);
-      if (passTo > passFrom) fillPass(spline, passFrom, passTo, f);
+      if (passTo <= passFrom) {
+        fillRuns(spline, from, to, f, run);
+        continue;
+      }
+      fillRuns(spline, from, passFrom, f, run);
+      fillPass(spline, passFrom, passTo, f);
       fillRuns(spline, passTo, to, f, run);
     }
   }
@@ -171,12 +199,13 @@ struct LocalSpline {
     return {r, (y.template lanes<V>(i + 1) - y.template lanes<V>(i)) * r};
   }
 
-  [[gnu::noinline]] static void fillPass(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f) {
+  [[gnu::noinline]] static void fillPass(const LocalSpline& spline, std::int64_t from, std::int64_t to,
+                                         std::int64_t f) {
     constexpr std::int64_t lag = Pass::lag;
     const Partition<uniform> p = spline.p;
     const Values y(*spline.task, f);
     double* const c = spline.task->coeffRows[f];
-    Pass pass(Rule{*spline.task, p, y}, p, y, from);
+    Pass pass(Rule(*spline.task, p, y), p, y, from);
     // Chords, slopes and cells of one step belong to different vectors: the two divisions would else be one
     // chain, too long for the processor to look beyond. Chords wait in a ring for their cells.
     constexpr std::int64_t ringSize = 4;
@@ -218,13 +247,13 @@ struct LocalSpline {
       fillRun(spline, i, smaller(i + runCells, to), f, run);
   }
 
-  [[gnu::noinline]] static void fillRun(const LocalSpline& spline, std::int64_t first, std::int64_t last, std::int64_t f,
-                      CellRun run) {
+  [[gnu::noinline]] static void fillRun(const LocalSpline& spline, std::int64_t first, std::int64_t last,
+                                        std::int64_t f, CellRun run) {
     const Partition<uniform> p = spline.p;
     const Values y(*spline.task, f);
     double* const c = spline.task->coeffRows[f];
-    const std::int64_t low = larger(first - mostReach, 0);
-    const std::int64_t high = smaller(last + mostReach, p.n - 1);
+    const std::int64_t low = larger(first - Pass::reach, 0);
+    const std::int64_t high = smaller(last + Pass::reach, p.n - 1);
     run.start(first);
     for (std::int64_t i = low; i < high; ++i) {
       *run.r(i) = p.template reciprocals<double>(i);
@@ -236,7 +265,7 @@ struct LocalSpline {
   }
 
   void fillSlopes(std::int64_t first, std::int64_t last, Values y, CellRun run) const {
-    const Rule rule{*task, p, y};
+    const Rule rule(*task, p, y);
     const std::int64_t n = p.n;
     for (std::int64_t i = larger(first, 1); i < smaller(last + 1, n - 1); ++i)
       *run.m(i) = slopeAt(i, rule, run);
@@ -251,6 +280,8 @@ struct LocalSpline {
         return j > p.n - 2 ? rule.outerWeight(Side::right) : Rule::weight(*run.d(j - 1), *run.d(j));
       };
       return Rule::slope(*run.d(i - 1), *run.d(i), weight(i - 1), weight(i + 1));
+    } else if constexpr (GivesSlopes<Rule>) {
+      return rule.template slope<double>(i);
     } else {
       return rule.slope(i, *run.d(i - 1), *run.d(i));
     }

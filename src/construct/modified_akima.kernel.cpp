@@ -15,9 +15,11 @@ namespace {
 
 template <class Values, bool uniform>
 struct ModifiedAkimaSlopes {
-  const DfTask& task;
   Partition<uniform> p;
   Values y;
+
+  ModifiedAkimaSlopes(const DfTask&, const Partition<uniform>& partition, const Values& values)
+      : p(partition), y(values) {}
 
   template <class V>
   static V weight(V dLeft, V dRight) {

@@ -85,18 +85,19 @@ template <bool uniform>
 
 // Right-hand sides of at most rowsPerRun interior rows from `first` on; b[0] belongs to the first.
 template <class Values, bool uniform>
-[[maybe_unused]] inline void fillRhsRun(const Partition<uniform>& p, const Values& y, std::int64_t first,
+[[maybe_unused]] inline void fillRhsRun(const Partition<uniform> p, const Values y, std::int64_t first,
                                         std::int64_t count, double* __restrict b) {
   if constexpr (uniform) {
     const double factor = 3.0 * p.r;
-    forLanes(0, count, [&]<class V>(std::int64_t k, V) {
+    forLanes(0, count, [=]<class V>(std::int64_t k, V) {
       store(b + k, factor * (y.template lanes<V>(first + k + 1) - y.template lanes<V>(first + k - 1)));
     });
   } else {
     // Each divided difference serves two rows: d[k] is d_(first + k - 1).
-    double d[rowsPerRun + 1];
+    double differences[rowsPerRun + 1];
+    double* const d = differences;
     forLanes(0, count + 1,
-             [&]<class V>(std::int64_t k, V) { store(d + k, p.template differences<V>(y, first + k - 1)); });
+             [=]<class V>(std::int64_t k, V) { store(d + k, p.template differences<V>(y, first + k - 1)); });
     const double* __restrict x = p.x + first;
     for (std::int64_t k = 0; k < count; ++k)
       b[k] = 3.0 * ((x[k] - x[k - 1]) * d[k + 1] + (x[k + 1] - x[k]) * d[k]);

@@ -14,9 +14,11 @@ namespace {
 
 template <class Values, bool uniform>
 struct PchipSlopes {
-  const DfTask& task;
   Partition<uniform> p;
   Values y;
+
+  PchipSlopes(const DfTask&, const Partition<uniform>& partition, const Values& values)
+      : p(partition), y(values) {}
 
   template <class V>
   static V mean(V hLeft, V hRight, V dLeft, V dRight) {

@@ -48,8 +48,8 @@ void fillShared(Partition<uniform> p, const double* ic, std::int64_t first, std:
 }
 
 template <class Values>
-void fillInterior(Values y, const double* ic, std::int64_t first, std::int64_t last, SharedRun run,
-                  double* c) {
+[[gnu::noinline]] void fillInterior(Values y, const double* ic, std::int64_t first, std::int64_t last,
+                                    SharedRun run, double* c) {
   forLanes(first, last, [=]<class V>(std::int64_t i, V) {
     const V left = y.template lanes<V>(i);
     const V d = (y.template lanes<V>(i + 1) - left) * load<V>(run.r + (i - first));

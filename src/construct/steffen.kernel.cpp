@@ -15,9 +15,11 @@ namespace {
 
 template <class Values, bool uniform>
 struct SteffenSlopes {
-  const DfTask& task;
   Partition<uniform> p;
   Values y;
+
+  SteffenSlopes(const DfTask&, const Partition<uniform>& partition, const Values& values)
+      : p(partition), y(values) {}
 
   template <class V>
   static V limited(V hLeft, V hRight, V dLeft, V dRight) {

@@ -61,6 +61,23 @@ constexpr EndType endTypes[] = {
     {DF_END_QUADRATIC_VALUE, {EndKind::midpoint, EndKind::midpoint}, midpointEnds},
 };
 
+constexpr std::int64_t largestEndType = DF_END_QUADRATIC_VALUE;
+
+struct EndTypePlaces {
+  std::int8_t of[largestEndType + 1];  // of a boundary type in endTypes, -1: none
+};
+
+consteval EndTypePlaces findEndTypes() {
+  EndTypePlaces place = {};
+  for (std::int8_t& at : place.of)
+    at = -1;
+  for (std::int8_t i = 0; i < static_cast<std::int8_t>(sizeof endTypes / sizeof *endTypes); ++i)
+    place.of[endTypes[i].bcType] = i;
+  return place;
+}
+
+constexpr EndTypePlaces endTypePlaces = findEndTypes();
+
 // What a construction may use beside its task.
 struct ConstructServices {
   const WorkShareTable& workShare;
@@ -100,8 +117,8 @@ struct SplineKinds {
   const SplineKind* find(std::int64_t order, std::int64_t kind) const {
     for (std::int64_t i = 0; i < count; ++i) {
       const SplineKind& known = *row[i];
-      if (order >= known.order && order <= known.mostOrder && (kind == known.kind || known.kind == anyKind))
-        return row[i];
+      if (known.kind != kind && known.kind != anyKind) continue;
+      if (order >= known.order && order <= known.mostOrder) return row[i];
     }
     return nullptr;
   }
