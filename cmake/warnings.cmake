@@ -3,7 +3,10 @@
 add_library(ravenfit_build INTERFACE)
 target_compile_features(ravenfit_build INTERFACE cxx_std_20)
 target_include_directories(ravenfit_build INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
-target_compile_options(ravenfit_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
+target_compile_options(ravenfit_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -ffp-contract=off)
+if(RAVENFIT_WERROR)
+  target_compile_options(ravenfit_build INTERFACE -Werror)
+endif()
 # Callers of 32-bit code may align the stack to 4 bytes alone.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_compile_options(ravenfit_build INTERFACE -msse2 -mfpmath=sse -mstackrealign)
