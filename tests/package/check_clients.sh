@@ -7,6 +7,8 @@ prefix=$(cd "$1" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
+cmp "$here/../../LICENSE" "$prefix"/share/doc/*/LICENSE
+
 cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$scratch/client" >/dev/null
 for client in c_client_static c_client_shared cpp_client; do
