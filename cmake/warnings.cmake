@@ -18,3 +18,11 @@ if(RAVENFIT_SANITIZE)
                                                -fno-omit-frame-pointer)
   target_link_options(ravenfit_build INTERFACE -fsanitize=${RAVENFIT_SANITIZE})
 endif()
+
+# ravenfit_harden(TARGET): guards on stack and buffers, for code outside of the kernels; the second need optimisation.
+function(ravenfit_harden target)
+  if(NOT WIN32 AND NOT RAVENFIT_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+  endif()
+endfunction()
