@@ -275,7 +275,8 @@ TEST(Detection, LevelThatIsNotBuiltIsServedByTheNextLowerOne) {
     EXPECT_EQ(rvn::levelTables[level] != rvn::levelTables[level - 1], another) << level;
   }
   for (std::int32_t solverClass = -1; solverClass <= 9; ++solverClass)
-    EXPECT_EQ(rvn::solverOfClass(solverClass) != nullptr, solverClass >= 2 && solverClass <= 7) << solverClass;
+    EXPECT_EQ(rvn::solverOfClass(solverClass) != nullptr, solverClass >= 2 && solverClass <= 7)
+        << solverClass;
 }
 
 TEST(Detection, ReproducibilityMode) {
@@ -372,6 +373,9 @@ TEST(Detection, AllocatorEnvironment) {
     EXPECT_EQ(rvn::mmState.threadBlocks[1], 0);
     EXPECT_EQ(rvn::mmState.threadBytes[1], 0u);
   }
+  boot(haswell);
+  rvn::rvnFree(rvn::rvnMalloc(0x2800001, 128));
+  EXPECT_EQ(rvn::mmState.threadBlocks[1], 1) << "beside the cache, blocks are only added up";
 }
 
 TEST(Detection, MessageCatalogue) {
