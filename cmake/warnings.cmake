@@ -3,7 +3,10 @@
 add_library(ravenfit_build INTERFACE)
 target_compile_features(ravenfit_build INTERFACE cxx_std_20)
 target_include_directories(ravenfit_build INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
-target_compile_options(ravenfit_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
+target_compile_options(ravenfit_build INTERFACE -Wall -Wextra -Wconversion -Wshadow -ffp-contract=off)
+if(RAVENFIT_WERROR)
+  target_compile_options(ravenfit_build INTERFACE -Werror)
+endif()
 # Callers of 32-bit code may align the stack to 4 bytes alone.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_compile_options(ravenfit_build INTERFACE -msse2 -mfpmath=sse -mstackrealign)
@@ -15,3 +18,11 @@ if(RAVENFIT_SANITIZE)
                                                -fno-omit-frame-pointer)
   target_link_options(ravenfit_build INTERFACE -fsanitize=${RAVENFIT_SANITIZE})
 endif()
+
+# ravenfit_harden(TARGET): guards on stack and buffers, for code outside of the kernels; the second need optimisation.
+function(ravenfit_harden target)
+  if(NOT WIN32 AND NOT RAVENFIT_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+  endif()
+endfunction()

@@ -66,7 +66,7 @@ Wanted readWanted(const DfTask& task, const InterpolateCall& call) {
   wanted.nres = static_cast<std::int64_t>(sum);
   if (wanted.nres <= 0) return {1, 0, nullptr, false, 1};
   // Entries below 0 can leave fewer positions than requests; the highest derivatives then have none.
-  for (unsigned bit = 8; __builtin_popcount(wanted.low4) > wanted.nres; bit >>= 1)
+  for (unsigned bit = 8; bitsOfFour(wanted.low4) > wanted.nres; bit >>= 1)
     wanted.low4 &= ~bit;
   return wanted;
 }
@@ -76,7 +76,7 @@ std::int64_t writtenPositions(Pieces pieces, const Wanted& wanted) {
   constexpr std::uint32_t formulas[piecesCount] = {3, 7, 15, 7, 0, 1, 1, 0};
   // A site that is no breakpoint must leave its block untouched, and a look-up without fault fills it.
   if (pieces == lookupPieces) return wanted.nres;
-  return __builtin_popcount(wanted.low4 & formulas[pieces]);
+  return bitsOfFour(wanted.low4 & formulas[pieces]);
 }
 
 // No count means one function; a negative one means none, and then only cells are written.

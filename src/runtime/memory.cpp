@@ -206,7 +206,7 @@ bool releaseFromAnyThread(const void* block) {
 }  // namespace
 
 void mmLockAcquire() {
-  mmState.lock.acquire();
+  mmState.lock.acquire([] { mmState.lock.holdForFork(); }, [] { mmState.lock.releaseAfterFork(); });
 }
 
 void mmLockRelease() {

@@ -23,6 +23,10 @@ std::uint64_t threadIdentity();
 // Ends the process at once, with no exit handlers.
 void terminateProcess(int code);
 
+// From now on `before` runs before every fork of this process, and `after` behind it in both processes. Handlers
+// that came first run last before the fork. Nothing where there is no fork.
+void onFork(void (*before)(), void (*after)());
+
 // A number that grows while the processor runs.
 std::uint64_t timeStampCounter();
 

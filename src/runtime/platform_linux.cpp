@@ -34,6 +34,10 @@ void terminateProcess(int code) {
   _exit(code);
 }
 
+void onFork(void (*before)(), void (*after)()) {
+  pthread_atfork(before, after, after);
+}
+
 std::uint64_t timeStampCounter() {
   return __rdtsc();
 }

@@ -36,6 +36,8 @@ void terminateProcess(int code) {
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
 }
 
+void onFork(void (*)(), void (*)()) {}
+
 std::uint64_t timeStampCounter() {
   return __rdtsc();
 }

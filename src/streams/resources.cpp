@@ -19,6 +19,12 @@ bool isPrivate(const RsgResourceKey& key) {
   return sameKey(key, RsgResourceKey{});
 }
 
+// A stream's memory comes first: forks take this lock before the allocator's.
+void lockTable() {
+  rsgResourceTable.lock.acquire([] { rsgResourceTable.lock.holdForFork(); },
+                                [] { rsgResourceTable.lock.releaseAfterFork(); });
+}
+
 // The entry of a key, or null; under the lock.
 RsgResourceTable::Entry* findEntry(const RsgResourceKey& key) {
   const std::int32_t count = rsgResourceTable.count.load(std::memory_order_relaxed);
@@ -30,7 +36,7 @@ RsgResourceTable::Entry* findEntry(const RsgResourceKey& key) {
 // Makes the node share the buffer of its key, or its own buffer sharable, or private when the table is full.
 // The last entry stays free.
 void share(RsgStreamResource& node) {
-  rsgResourceTable.lock.acquire();
+  lockTable();
   const std::int32_t count = rsgResourceTable.count.load(std::memory_order_relaxed);
   if (RsgResourceTable::Entry* const entry = findEntry(node.key)) {
     ++entry->refCount;
@@ -47,7 +53,7 @@ void share(RsgStreamResource& node) {
 // Takes one reference from the entry of a key; returns the buffer to free, if any.
 void* unshare(const RsgStreamResource& node) {
   void* last = nullptr;
-  rsgResourceTable.lock.acquire();
+  lockTable();
   RsgResourceTable::Entry* const entry = findEntry(node.key);
   if (entry == nullptr) {
     last = node.data;
@@ -81,7 +87,7 @@ std::int32_t rsgMakeResourceKey(RsgResourceKey* key, const void* data) {
     std::memcpy(&key->word[0], &time, sizeof time);
     std::memcpy(&key->word[2], &address, sizeof address);
     if (isPrivate(*key)) break;
-    rsgResourceTable.lock.acquire();
+    lockTable();
     taken = findEntry(*key) != nullptr;
     rsgResourceTable.lock.release();
   }

@@ -1,15 +1,19 @@
 #!/usr/bin/env bash
 # Builds C and C++ clients against an installed tree, through find_package and through pkg-config, and runs them.
-# usage: check_clients.sh PREFIX
+# usage: check_clients.sh PREFIX [CLIENT...], without names all clients
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 prefix=$(cd "$1" && pwd)
+shift
+[ $# -gt 0 ] || set -- c_client_static c_client_shared cpp_client
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
+cmp "$here/../../LICENSE" "$prefix"/share/doc/*/LICENSE
+
 cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$scratch/client" >/dev/null
-for client in c_client_static c_client_shared cpp_client; do
+for client in "$@"; do
   "$scratch/client/$client" >/dev/null
   echo "$client: works"
 done

@@ -9,6 +9,7 @@ trap 'rm -rf "$scratch"' EXIT
 
 unzip -q "$1" -d "$scratch"
 prefix=$(echo "$scratch"/ravenfit-*)
+cmp "$here/../../LICENSE" "$prefix/share/doc/ravenfit/LICENSE"
 cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/toolchains/windows-i686.cmake" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
 cmake --build "$scratch/client" >"$scratch/log" || { cat "$scratch/log"; exit 1; }

@@ -373,6 +373,9 @@ TEST(Detection, AllocatorEnvironment) {
     EXPECT_EQ(rvn::mmState.threadBlocks[1], 0);
     EXPECT_EQ(rvn::mmState.threadBytes[1], 0u);
   }
+  boot(haswell);
+  rvn::rvnFree(rvn::rvnMalloc(0x2800001, 128));
+  EXPECT_EQ(rvn::mmState.threadBlocks[1], 1) << "beside the cache, blocks are only added up";
 }
 
 TEST(Detection, MessageCatalogue) {

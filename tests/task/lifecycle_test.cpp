@@ -130,6 +130,7 @@ TEST(TaskEdit, StoresUpToTheFirstBadArgument) {
   const std::vector<double> y(10, 1.0);
   std::vector<double> coeff(64);
   const double values[6] = {};
+  const support::FailingHeap heap(0);
   DfTask* task = nullptr;
   ASSERT_EQ(dfTaskCreate(&task, 5, x, DF_XHINT_NONE, 2, y.data(), 0), DF_STATUS_OK);
 
@@ -166,6 +167,7 @@ TEST(TaskEdit, StoresUpToTheFirstBadArgument) {
   ASSERT_EQ(dfTaskCreate(&task, 5, x, DF_XHINT_NONE, 0, nullptr, 0), DF_STATUS_OK);
   EXPECT_EQ(dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, coeff.data(), 0), DF_ERROR_FUNCTION_COUNT);
   dfTaskDestroy(&task);
+  EXPECT_EQ(heap.live(), 0);
 }
 
 TEST(TaskLifecycle, EveryFailedAllocationLeavesADestroyableTask) {
