@@ -73,7 +73,16 @@ struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
 
 }  // namespace
 
-extern const BrngOperations r250;
-const BrngOperations r250 = operationsOf<R250>;
+extern const BrngRecord r250;
+const BrngRecord r250 = {
+    .family = 1,
+    .members = 1,
+    .stateSize = sizeof(R250::Stream),
+    .seedCount = 252,
+    .includesZero = 1,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<R250>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

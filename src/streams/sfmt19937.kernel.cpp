@@ -113,7 +113,16 @@ struct Sfmt19937 : WordOutputs<WordMapping::signedWord, true> {
 
 }  // namespace
 
-extern const BrngOperations sfmt19937;
-const BrngOperations sfmt19937 = operationsOf<Sfmt19937>;
+extern const BrngRecord sfmt19937;
+const BrngRecord sfmt19937 = {
+    .family = 12,
+    .members = 1,
+    .stateSize = sizeof(Sfmt19937::Stream),
+    .seedCount = 625,
+    .includesZero = 1,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<Sfmt19937>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE
