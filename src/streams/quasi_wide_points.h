@@ -28,6 +28,7 @@ struct Coordinates {
 // Points of at most this many coordinates are grouped, to at least `groupWords` words.
 constexpr int groupedWidth = 15;
 constexpr int groupWords = 64;
+static_assert(16 % wordCount == 0);
 constexpr int widePointWords = 128;  // the longest wide point, and room for a vector across its end
 constexpr std::int64_t fewestGroups = 2;
 constexpr std::int64_t fewestGrouped = fewestGroups * groupWords;

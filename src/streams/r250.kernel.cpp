@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::uint32_t ringSize = 250;
 constexpr std::uint32_t firstTap = 103;
+static_assert(wordCount <= firstTap);
 
 struct R250Stream {
   RsgStream header;

@@ -17,7 +17,7 @@ enum StateMethod : std::int32_t {
 };
 
 // The number of outputs that a skip-ahead is asked for; `count` is 1 or more.
-[[maybe_unused]] static inline std::uint64_t skippedOutputs(std::int64_t count, const std::uint32_t* args) {
+static inline std::uint64_t skippedOutputs(std::int64_t count, const std::uint32_t* args) {
   return count > 1 ? static_cast<std::uint64_t>(args[1]) << 32 | args[0] : args[0];
 }
 

@@ -19,6 +19,7 @@ template <class Rule>
 struct Twister : WordOutputs<WordMapping::unsignedWord, Rule::fuses> {
   using Stream = typename Rule::Stream;
   static constexpr int size = Rule::size;
+  static_assert(wordCount <= size - Rule::offset);  // no word of a vector is made of another one
 
   template <class W>
   static W renewed(const Rule& rule, W z, W next, W far) {

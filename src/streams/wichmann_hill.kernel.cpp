@@ -34,9 +34,11 @@ inline V multiplyMod(V x, V c, V ratio, V m) {
 }
 
 // The four components of one step in vectors.
-constexpr int vectorsPerStep = components / laneCount;
+constexpr int partLanes = sizeof(PartOfFour) / 8;
+constexpr int vectorsPerStep = components / partLanes;
+static_assert(vectorsPerStep * partLanes == components);
 struct Step {
-  Lanes part[vectorsPerStep];
+  PartOfFour part[vectorsPerStep];
 };
 
 inline Step operator/(const Step& x, const Step& m) {
@@ -56,13 +58,13 @@ inline Step multiplyMod(const Step& x, const Step& c, const Step& ratio, const S
 inline Step asStep(const std::uint32_t* from) {
   Step step;
   for (std::ptrdiff_t i = 0; i < vectorsPerStep; ++i)
-    step.part[i] = loadInts(from + i * laneCount);
+    step.part[i] = loadInts<PartOfFour>(from + i * partLanes);
   return step;
 }
 
 inline void storeState(const Step& step, void* to) {
   for (std::ptrdiff_t i = 0; i < vectorsPerStep; ++i)
-    storeAsInts(static_cast<std::int32_t*>(to) + i * laneCount, step.part[i]);
+    storeAsInts(static_cast<std::int32_t*>(to) + i * partLanes, step.part[i]);
 }
 
 const std::uint32_t* moduli(const WichmannHillStream& stream) {
@@ -102,8 +104,8 @@ struct Block {
 
 inline void arrange(const Start& s, const double* reciprocals, Block& block) {
   for (int j = 0; j < components; ++j) {
-    const int part = j / laneCount;
-    const int lane = j % laneCount;
+    const int part = j / partLanes;
+    const int lane = j % partLanes;
     for (int k = 0; k < stepsPerPass; ++k)
       block.x[j][k / laneCount][k % laneCount] = s.state[k].part[part][lane];
     block.c[j] = broadcast<Lanes>(s.jump.part[part][lane]);
@@ -119,10 +121,10 @@ inline Step stepOf(const Block& block, std::int64_t k) {
   __builtin_memcpy(x, block.x, sizeof x);
   Step step;
   for (std::int64_t i = 0; i < vectorsPerStep; ++i) {
-    std::int64_t place[laneCount];
-    for (std::int64_t lane = 0; lane < laneCount; ++lane)
-      place[lane] = (i * laneCount + lane) * stepsPerPass + k;
-    step.part[i] = pick(x, place);
+    std::int64_t place[partLanes];
+    for (std::int64_t lane = 0; lane < partLanes; ++lane)
+      place[lane] = (i * partLanes + lane) * stepsPerPass + k;
+    step.part[i] = pick<PartOfFour>(x, place);
   }
   return step;
 }
