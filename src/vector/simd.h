@@ -77,7 +77,7 @@ inline V loadInts(const void* from) {
   if constexpr (sizeof(V) == 16) {
     return loadPairOfInts(from);
   } else {
-    return __builtin_convertvector(load<typename HalfSize<V>::Ints>(from), V);
+    return doublesOfInts(load<typename HalfSize<V>::Ints>(from));
   }
 }
 
@@ -94,7 +94,7 @@ inline void storeAs(float* to, V v) {
 // The first or the second half of the words as doubles, taken as signed numbers.
 template <int half, class W>
 inline Lanes signedDoubles(W w) {
-  return __builtin_convertvector((typename HalfSize<W>::Ints)halfOf<half>(w), Lanes);
+  return doublesOfInts((typename HalfSize<W>::Ints)halfOf<half>(w));
 }
 
 // The same, taken as unsigned numbers: both steps are exact.

@@ -82,7 +82,22 @@ static_assert(!level.fused);
 
 #if defined(__AVX__)
 typedef double Quad __attribute__((vector_size(32)));
+typedef std::uint32_t EightWords __attribute__((vector_size(32)));
 typedef std::uint64_t FourWideWords __attribute__((vector_size(32)));
+typedef std::int32_t FourInts __attribute__((vector_size(16)));
+
+inline EightWords joined(FourWords low, FourWords high) {
+  return (EightWords)_mm256_insertf128_si256(_mm256_castsi128_si256((__m128i)low), (__m128i)high, 1);
+}
+
+template <int half>
+inline FourWords halfOf(EightWords words) {
+  return (FourWords)_mm256_extractf128_si256((__m256i)words, half);
+}
+
+inline Quad doublesOfInts(FourInts v) {
+  return _mm256_cvtepi32_pd((__m128i)v);
+}
 
 inline Quad truncated(Quad v) {
   return _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
@@ -107,6 +122,11 @@ inline Quad multiplyAdd(Quad a, Quad b, Quad c) {
 #if defined(__AVX512F__)
 typedef double Eight __attribute__((vector_size(64)));
 typedef std::uint64_t EightWideWords __attribute__((vector_size(64)));
+typedef std::int32_t EightInts __attribute__((vector_size(32)));
+
+inline Eight doublesOfInts(EightInts v) {
+  return _mm512_maskz_cvtepi32_pd(0xFF, (__m256i)v);
+}
 
 inline Eight truncated(Eight v) {
   return _mm512_maskz_roundscale_pd(0xFF, v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
