@@ -37,8 +37,10 @@ foreach(level IN LISTS RAVENFIT_LEVELS)
 endforeach()
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/generated/ravenfit_built_levels.inc CONTENT "${built}")
 
-# Without contraction off, both compilers fuse on their own at level 9. -O3, since GCC 12 hardly vectorises at -O2.
+# Without contraction off, both compilers fuse on their own at level 9. -O3, since GCC 12 hardly vectorises at -O2. No
+# kernel uses the whole vocabulary that it includes.
 set(RAVENFIT_KERNEL_FLAGS
+    -Wno-unused-function
     $<$<NOT:$<CONFIG:Debug>>:-O3>
     -fno-math-errno
     -fno-exceptions

@@ -1,4 +1,5 @@
-/* Two independent streams of one family: the mean of a dice game, estimated twice. */
+/* Two independent streams of one family: the mean of a dice game, estimated twice. The seeding does not know the
+ * member, so every member gets a seed of its own. */
 #include <math.h>
 #include <stdio.h>
 
@@ -11,7 +12,7 @@ int main(void) {
   for (int member = 0; member < 2; ++member) {
     RsgStream* stream = NULL;
     double sum = 0.0;
-    int32_t status = rsgNewStream(&stream, RSG_BRNG_WICHMANN_HILL + member, 7777777u);
+    int32_t status = rsgNewStream(&stream, RSG_BRNG_MT2203 + member, 7777777u + (uint32_t)member);
     if (status == RSG_STATUS_OK) status = vdRngUniform(RNG_UNIFORM_PLAIN, stream, THROWS, r, 1.0, 7.0);
     rsgDeleteStream(&stream);
     if (status != RSG_STATUS_OK) {

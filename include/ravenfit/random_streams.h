@@ -52,12 +52,14 @@ enum {
  * - MCG59: x <- 13^13 x mod 2^59. The start; 0 counts as 1. Period 2^57, shorter if the seed is even. (N. M. Maclaren,
  *   1989)
  * - Wichmann-Hill: four multiplicative generators combined. Reduced by the first modulus; 0 counts as 1. Period about
- *   2^93. (B. A. Wichmann, I. D. Hill, 1982; moduli just under 2^24 after N. M. Maclaren, 1989)
+ *   2^93. Members with equal or close seeds begin almost alike: drop the first 10 values. (B. A. Wichmann, I. D. Hill,
+ *   1982; moduli just under 2^24 after N. M. Maclaren, 1989)
  * - Sobol: points, delivered coordinate by coordinate. The dimension, 1 to 40; anything else counts as 1. 2^32 - 1
  *   points. (I. M. Sobol, 1967; P. Bratley, B. L. Fox, 1988)
  * - Niederreiter: the same, in 1 to 318 dimensions. (H. Niederreiter, 1988)
  * - MT19937: the only word of the key. Period 2^19937 - 1. (M. Matsumoto, T. Nishimura, 1998)
- * - MT2203: the same; every member has a recurrence of its own. Period 2^2203 - 1. (M. Matsumoto, T. Nishimura, 2000)
+ * - MT2203: the same; every member has a recurrence of its own. Period 2^2203 - 1. Give members different seeds, s +
+ *   member: with one seed their first 500 values or so are correlated. (M. Matsumoto, T. Nishimura, 2000)
  * - SFMT19937: the only word of the key. Period a multiple of 2^19937 - 1. (M. Saito, M. Matsumoto, 2008)
  * - RDRAND: nothing; the values are the processor's own random numbers.
  *
@@ -108,10 +110,11 @@ RVN_API int32_t rsgDeleteStream(RsgStream** stream);
  * Fills r with n uniformly distributed values over the interval from a to b.
  *
  * method  RNG_UNIFORM_PLAIN or RNG_UNIFORM_CLAMPED. Plain values lie in a <= r < b up to rounding, which can yield b
- *         itself or a value just outside; MRG32k3a can also yield b without it.
+ *         itself or a value just outside of either end; MRG32k3a can also yield b without it.
  * n       number of values; with 0 nothing further is looked at.
  * r       n doubles, at any address.
- * a, b    a below b. A NaN passes the test and every value is then a NaN; an infinite bound gives infinities or NaNs.
+ * a, b    a below b. A NaN passes the test and every value is then a NaN; an infinite bound, or finite ones whose
+ *         width or sum overflows, give infinities or NaNs, which clamping makes b or keeps.
  *
  * Returns 0; -3 bad method, n, r or interval (reported as parameter 1, 3, 4, 5); -5, -1006 bad stream
  * (reported as parameter 2); -1130, -1131 from the hardware generator. Nothing is written but for -1131.

@@ -21,8 +21,8 @@ namespace {
 enum class Side { left, right };
 
 template <class Values, bool uniform>
-[[maybe_unused]] inline double endSlope(Side side, EndKind kind, const Partition<uniform>& p, const Values& y,
-                                        const double* bc, double m) {
+inline double endSlope(Side side, EndKind kind, const Partition<uniform>& p, const Values& y,
+                       const double* bc, double m) {
   const bool left = side == Side::left;
   const std::int64_t first = left ? 0 : p.n - 3;  // of the three breakpoints at this end
   const std::int64_t cell = left ? 0 : p.n - 2;

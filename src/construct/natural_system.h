@@ -34,8 +34,8 @@ struct MatrixRows {
 
 // Interior rows first .. last - 1.
 template <bool uniform>
-[[maybe_unused]] inline void fillMatrixRows(const Partition<uniform>& p, std::int64_t first,
-                                            std::int64_t last, const MatrixRows& rows) {
+inline void fillMatrixRows(const Partition<uniform>& p, std::int64_t first, std::int64_t last,
+                           const MatrixRows& rows) {
   const double* __restrict x = p.x;
   double* __restrict lower = rows.lower - first;
   double* __restrict diagonal = rows.diagonal - first;
@@ -54,7 +54,7 @@ struct EndRow {
 };
 
 template <bool uniform>
-[[maybe_unused]] inline EndRow leftRow(const Partition<uniform>& p, EndKind left) {
+inline EndRow leftRow(const Partition<uniform>& p, EndKind left) {
   switch (left) {
     case EndKind::periodic:
       if constexpr (uniform) return {3.0, 1.0};
@@ -70,7 +70,7 @@ template <bool uniform>
 }
 
 template <bool uniform>
-[[maybe_unused]] inline EndRow rightRow(const Partition<uniform>& p, EndKind right) {
+inline EndRow rightRow(const Partition<uniform>& p, EndKind right) {
   switch (right) {
     case EndKind::notAKnot:
       if constexpr (uniform) return {2.0, 1.0};
@@ -85,8 +85,8 @@ template <bool uniform>
 
 // Right-hand sides of at most rowsPerRun interior rows from `first` on; b[0] belongs to the first.
 template <class Values, bool uniform>
-[[maybe_unused]] inline void fillRhsRun(const Partition<uniform> p, const Values y, std::int64_t first,
-                                        std::int64_t count, double* __restrict b) {
+inline void fillRhsRun(const Partition<uniform> p, const Values y, std::int64_t first, std::int64_t count,
+                       double* __restrict b) {
   if constexpr (uniform) {
     const double factor = 3.0 * p.r;
     forLanes(0, count, [=]<class V>(std::int64_t k, V) {
@@ -105,13 +105,12 @@ template <class Values, bool uniform>
 }
 
 // The not-a-knot side, from the end cell h, d, the one beside it g, e and a = h + g.
-[[maybe_unused]] inline double notAKnotRhs(double h, double d, double g, double e, double a) {
+inline double notAKnotRhs(double h, double d, double g, double e, double a) {
   return (e * (h * h) + d * g * (h + 2.0 * a)) / a;
 }
 
 template <class Values, bool uniform>
-[[maybe_unused]] inline double leftRhs(const Partition<uniform>& p, const Values& y, EndKind left,
-                                       const double* bc) {
+inline double leftRhs(const Partition<uniform>& p, const Values& y, EndKind left, const double* bc) {
   const std::int64_t n = p.n;
   const auto d = [&](std::int64_t i) { return p.difference(y, i); };
   switch (left) {
@@ -131,8 +130,7 @@ template <class Values, bool uniform>
 }
 
 template <class Values, bool uniform>
-[[maybe_unused]] inline double rightRhs(const Partition<uniform>& p, const Values& y, EndKind right,
-                                        const double* bc) {
+inline double rightRhs(const Partition<uniform>& p, const Values& y, EndKind right, const double* bc) {
   const std::int64_t n = p.n;
   const auto d = [&](std::int64_t i) { return p.difference(y, i); };
   switch (right) {
@@ -152,7 +150,7 @@ template <class Values, bool uniform>
 
 // The column u of the rank-one change.
 template <bool uniform>
-[[maybe_unused]] inline void fillCorrection(const Partition<uniform>& p, double* u) {
+inline void fillCorrection(const Partition<uniform>& p, double* u) {
   const std::int64_t n = p.n;
   for (std::int64_t i = 0; i < n; ++i)
     u[i] = 0.0;
@@ -161,8 +159,7 @@ template <bool uniform>
 }
 
 // m := m - z (v^T m) / (1 + v^T z), z being the solution for u.
-[[maybe_unused]] inline void correctPeriodic(std::int64_t n, const double* __restrict z,
-                                             double* __restrict m) {
+inline void correctPeriodic(std::int64_t n, const double* __restrict z, double* __restrict m) {
   const double g = 1.0 / (z[n - 2] + 1.0 + z[0]);
   const double w = (m[n - 2] + m[0]) * g;
   for (std::int64_t i = 0; i < n - 1; ++i)
@@ -173,8 +170,8 @@ template <bool uniform>
 // Coefficients of the cells from .. to - 1 by the slopes m, which may stand in the last n elements of the row
 // c: cells are written in ascending order and end where the slopes that are still needed begin.
 template <class Values, bool uniform>
-[[maybe_unused]] inline void fillCoefficients(Partition<uniform> p, Values y, const double* m, double* c,
-                                              std::int64_t from, std::int64_t to) {
+inline void fillCoefficients(Partition<uniform> p, Values y, const double* m, double* c, std::int64_t from,
+                             std::int64_t to) {
   forLanes(from, to, [=]<class V>(std::int64_t i, V) {
     const V r = p.template reciprocals<V>(i);
     const V left = y.template lanes<V>(i);

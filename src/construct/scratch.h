@@ -34,8 +34,8 @@ class Scratch {
 };
 
 // Runs blocks 0 .. blocks - 1 through the table if they are shared, else here, one after another.
-[[maybe_unused]] inline void runBlocks(std::int64_t blocks, bool shared, std::int64_t workers, void* context,
-                                       WorkBody body, const WorkShareTable& workShare) {
+inline void runBlocks(std::int64_t blocks, bool shared, std::int64_t workers, void* context, WorkBody body,
+                      const WorkShareTable& workShare) {
   if (shared) {
     workShare.parallelFor(blocks, workers, context, body);
     return;

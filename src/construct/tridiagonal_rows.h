@@ -20,27 +20,26 @@ struct TridiagonalRows {
 };
 
 // Elements of a coefficient row.
-[[maybe_unused]] inline std::int64_t rowLength(const DfTask& task) {
+inline std::int64_t rowLength(const DfTask& task) {
   return task.order * (task.kind == DF_KIND_SUBBOTIN ? task.nx : task.nx - 1);
 }
 
-[[maybe_unused]] inline double* rowTail(const DfTask& task, std::int64_t f) {
+inline double* rowTail(const DfTask& task, std::int64_t f) {
   return task.coeffRows[f] + (rowLength(task) - task.nx);
 }
 
 // Returns 0, or the number, from 1, of a row whose pivot is zero or a NaN.
-[[maybe_unused]] inline std::int64_t factor(const TridiagonalKernels& solver, const TridiagonalRows& rows) {
+inline std::int64_t factor(const TridiagonalKernels& solver, const TridiagonalRows& rows) {
   return solver.factor(rows.n, rows.dl, rows.d, rows.du);
 }
 
-[[maybe_unused]] inline void solve(const TridiagonalKernels& solver, const TridiagonalRows& rows, double* b,
-                                   std::int64_t columns = 1, std::int64_t stride = INT64_MAX) {
+inline void solve(const TridiagonalKernels& solver, const TridiagonalRows& rows, double* b,
+                  std::int64_t columns = 1, std::int64_t stride = INT64_MAX) {
   solver.solve(false, rows.n, columns, rows.dl, rows.d, rows.du, b, stride);
 }
 
 // Solves for every function: in one call if the coefficient rows stand one after another, as edit makes them.
-[[maybe_unused]] inline void solveRows(const TridiagonalKernels& solver, const DfTask& task,
-                                       const TridiagonalRows& rows) {
+inline void solveRows(const TridiagonalKernels& solver, const DfTask& task, const TridiagonalRows& rows) {
   const std::int64_t functions = functionCount(task);
   const std::int64_t stride = rowLength(task);
   bool contiguous = true;

@@ -10,7 +10,7 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-[[maybe_unused]] inline std::int64_t functionCount(const DfTask& task) {
+inline std::int64_t functionCount(const DfTask& task) {
   return task.ny > 1 ? task.ny : 1;
 }
 
@@ -47,7 +47,7 @@ struct ColumnValues {
 
 // The first function whose values at both ends differ, or `functions`. A NaN differs from everything.
 template <class Values>
-[[maybe_unused]] inline std::int64_t firstUnclosed(const DfTask& task, std::int64_t functions) {
+inline std::int64_t firstUnclosed(const DfTask& task, std::int64_t functions) {
   for (std::int64_t f = 0; f < functions; ++f) {
     const Values y(task, f);
     if (!(y[0] == y[task.nx - 1])) return f;

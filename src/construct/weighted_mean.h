@@ -7,7 +7,7 @@
 //
 // and the plain mean where both weights vanish (H. Akima, J. ACM 17, 1970).
 
-#include "vector/level.h"
+#include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
@@ -20,7 +20,7 @@ inline V weightedMean(V dLeft, V dRight, V wLeft, V wRight) {
   const V sum = wRight + wLeft;
   const V mean = (dLeft + dRight) * 0.5;
   // Where both weights vanish, 0 / 0 would raise a flag, or a trap, for a quotient that nobody takes.
-  const V divisor = leastWeights > sum ? V{} + leastWeights : sum;
+  const V divisor = greaterOf(V{} + leastWeights, sum);
   const V weighted = (dLeft * wRight + dRight * wLeft) / divisor;
   return leastWeights > sum ? mean : weighted;
 }

@@ -15,7 +15,7 @@ extern const CellSearch searchPaths[searchPathCount];
 
 namespace {
 
-constexpr bool wide = level.vectorBytes == 32;
+constexpr bool wide = level.vectorBytes >= 32;
 constexpr std::int64_t expandedInFrame = 4096;  // sites
 
 // Whether `workers` workers are worth their start.

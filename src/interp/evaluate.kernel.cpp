@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "interp/search_choice.h"
+#include "vector/coefficients.h"
 #include "vector/level.h"
 #include "vector/simd.h"
 
@@ -87,21 +88,6 @@ inline V formula(const V* c, V t) {
     if constexpr (derivative == 2) return 2.0 * c[2] + 6.0 * c[3] * t;
     return 6.0 * c[3];
   }
-}
-
-// Coefficients of laneCount sites, one vector per power: loaded in pairs, site by site, and transposed.
-template <int order>
-[[gnu::always_inline]] inline void loadCoefficients(const double* row, const std::int32_t* piece, Lanes* c) {
-  std::int64_t at[laneCount];
-  for (int i = 0; i < laneCount; ++i)
-    at[i] = std::int64_t{piece[i]} * order;
-  for (int k = 0; k + 2 <= order; k += 2) {
-    const Lanes even = loadPairs<Lanes>(row + at[0] + k, row + at[laneCount - 2] + k);
-    const Lanes odd = loadPairs<Lanes>(row + at[1] + k, row + at[laneCount - 1] + k);
-    c[k] = firstOfPairs(even, odd);
-    c[k + 1] = secondOfPairs(even, odd);
-  }
-  if constexpr (order % 2 != 0) c[order - 1] = pick(row + order - 1, at);
 }
 
 // ---- splines of order 2 to 4 ----
@@ -189,6 +175,7 @@ std::int32_t evaluateOrder(const EvalBlock& block) {
 template <int order, bool fetches>
 struct PieceFinder {
   static constexpr std::int64_t ahead = fetches ? 64 : 16;
+  static_assert(ahead % laneCount == 0);
   const double* row;
   const double* site;
   std::int64_t lastGroup;

@@ -14,8 +14,8 @@ constexpr std::int64_t sitesAtOnce = level.sitesPerBlock;
 constexpr std::int64_t userBlock = 128;  // sites of one call of a user's search, when cells alone are wanted
 
 // A SearchPath, or DF_ERROR_DATA_HINT. A hint about the partition beats one about the sites.
-[[maybe_unused]] inline std::int32_t chooseSearch(const DfTask& task, std::int64_t sitehint,
-                                                  const double* datahint, SearchCallback searchCb) {
+inline std::int32_t chooseSearch(const DfTask& task, std::int64_t sitehint, const double* datahint,
+                                 SearchCallback searchCb) {
   const bool uniform = isUniform(task);
   if (searchCb != nullptr) return uniform ? cellSearchUserUniform : cellSearchUser;
   if (uniform) return cellSearchUniform;
@@ -28,20 +28,20 @@ constexpr std::int64_t userBlock = 128;  // sites of one call of a user's search
 }
 
 // Step of a uniform partition, whose array holds the two ends.
-[[maybe_unused]] inline double uniformStep(const DfTask& task) {
+inline double uniformStep(const DfTask& task) {
   return task.nx > 1 ? (task.x[1] - task.x[0]) / static_cast<double>(task.nx - 1) : 0.0;
 }
 
 // Distance of a site from x[0] in steps, inside 0 .. last; `spacing` is the searchParam. Limited before it is
 // converted to an integer, so that infinities stay in range.
 template <class V>
-[[maybe_unused]] inline V stepsFromFirst(V s, V x0, V spacing, V last) {
+inline V stepsFromFirst(V s, V x0, V spacing, V last) {
   const V v = level.multipliesByReciprocalStep ? (s - x0) * spacing : (s - x0) / spacing;
   const V below = v < last ? v : last;
   return below > V{} ? below : V{};
 }
 
-[[maybe_unused]] inline double searchParam(const DfTask& task, std::int32_t path, const double* datahint) {
+inline double searchParam(const DfTask& task, std::int32_t path, const double* datahint) {
   const auto cells = static_cast<double>(task.nx - 1);
   switch (path) {
     case cellSearchUniform:
@@ -61,9 +61,8 @@ template <class V>
   }
 }
 
-[[maybe_unused]] inline CellSearchArgs searchArgs(const DfTask& task, std::int32_t path,
-                                                  const double* datahint, SearchCallback searchCb,
-                                                  void* searchParams) {
+inline CellSearchArgs searchArgs(const DfTask& task, std::int32_t path, const double* datahint,
+                                 SearchCallback searchCb, void* searchParams) {
   CellSearchArgs args = {};
   args.nx = task.nx;
   args.x = task.x;

@@ -1,6 +1,7 @@
 #pragma once
 
-// From an identifier to its row; for kernel sources.
+// From an identifier to its generator and member; for kernel sources. An identifier has one of two forms: from
+// firstFamilyForm on it is (family + 1) 2^20 + member, below it is a row of the member table.
 
 #include "streams/registry.h"
 #include "vector/level.h"
@@ -11,24 +12,28 @@ extern const BrngRegistry brngRegistry;
 
 namespace {
 
-[[maybe_unused]] BrngPlace rsgBrngLocate(std::int32_t brngId) {
-  if (brngId >= firstFamilyForm) return {true, (brngId >> 20) - 1, brngId & 0xFFFFF};
-  const bool isWichmannHill =
-      brngId >= firstWichmannHillRow && brngId < firstWichmannHillRow + wichmannHillMembers;
-  if (isWichmannHill) return {false, firstWichmannHillRow, brngId - firstWichmannHillRow};
-  return {false, brngId, 0};
+inline bool namesFamily(std::int32_t brngId) {
+  return brngId >= firstFamilyForm;
 }
 
-[[maybe_unused]] std::int32_t rsgBrngCheck(const BrngPlace& place) {
-  if (!place.inFamilyTable)
-    return place.row >= 0 && place.row < memberRowCount ? RSG_STATUS_OK : RSG_ERROR_GENERATOR;
-  if (place.row >= familyCount) return RSG_ERROR_GENERATOR;
-  return place.member < brngRegistry.memberCount[place.row] ? RSG_STATUS_OK : RSG_ERROR_GENERATOR;
+inline std::int32_t memberOf(std::int32_t brngId) {
+  if (namesFamily(brngId)) return brngId & (firstFamilyForm - 1);
+  const std::int32_t member = brngId - firstWichmannHillRow;
+  return member >= 0 && member < wichmannHillMembers ? member : 0;
 }
 
-// The row of a checked place.
-[[maybe_unused]] const BrngRecord& rsgBrngRow(const BrngPlace& place) {
-  return brngRegistry.family[place.inFamilyTable ? place.row : brngRegistry.memberRow[place.row]];
+// The generator that a stream has.
+inline const BrngRecord& recordOf(std::int32_t brngId) {
+  return *brngRegistry
+              .family[namesFamily(brngId) ? brngId / firstFamilyForm - 1 : brngRegistry.memberRow[brngId]];
+}
+
+// Whether streams can be made of it.
+inline bool isUsable(std::int32_t brngId) {
+  if (brngId < 0 || (!namesFamily(brngId) && brngId >= memberRowCount)) return false;
+  if (namesFamily(brngId) && brngId / firstFamilyForm > brngRegistry.familyCount) return false;
+  const BrngRecord& record = recordOf(brngId);
+  return memberOf(brngId) < record.members && record.operations != nullptr;
 }
 
 }  // namespace

@@ -67,7 +67,16 @@ using Generator = Congruential<Mcg31>;
 
 }  // namespace
 
-extern const BrngOperations mcg31;
-const BrngOperations mcg31 = operationsOf<Generator>;
+extern const BrngRecord mcg31;
+const BrngRecord mcg31 = {
+    .family = 0,
+    .members = 1,
+    .stateSize = sizeof(Generator::Stream),
+    .seedCount = 1,
+    .includesZero = 0,
+    .wordSize = 4,
+    .bitCount = 31,
+    .operations = &operationsOf<Generator>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -70,7 +70,16 @@ using Generator = Congruential<Mcg59>;
 
 }  // namespace
 
-extern const BrngOperations mcg59;
-const BrngOperations mcg59 = operationsOf<Generator>;
+extern const BrngRecord mcg59;
+const BrngRecord mcg59 = {
+    .family = 3,
+    .members = 1,
+    .stateSize = sizeof(Generator::Stream),
+    .seedCount = 1,
+    .includesZero = 0,
+    .wordSize = 8,
+    .bitCount = 59,
+    .operations = &operationsOf<Generator>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -84,9 +84,9 @@ inline Lanes next(Lanes (&x)[3]) {
   return x[2];
 }
 
-// Calls store(i, outputs) for outputs i, i + length, i + 2 length, ... of `stretches` stretches.
-template <class Store>
-void fillStretches(Mrg32k3aStream& stream, int logLength, Store store) {
+// Gives out.lanes(i, length, z) outputs i, i + length, i + 2 length, ... of `stretches` stretches.
+template <class Out>
+void fillStretches(Mrg32k3aStream& stream, int logLength, std::int64_t done, const Out& out) {
   double start[2][3][stretches];
   for (int lane = 0; lane < stretches; ++lane) {
     for (int i = 0; i < 3; ++i) {
@@ -107,54 +107,9 @@ void fillStretches(Mrg32k3aStream& stream, int logLength, Store store) {
 #pragma GCC unroll 2
     for (std::int64_t v = 0; v < vectorsPerPass; ++v) {
       const Lanes d = next<mrg32k3aX>(x[v]) - next<mrg32k3aY>(y[v]);
-      store(i + v * laneCount * length, length, d > Lanes{} ? d : d + static_cast<double>(mrg32k3aX.m));
+      out.lanes(done + i + v * laneCount * length, length,
+                d > Lanes{} ? d : d + static_cast<double>(mrg32k3aX.m));
     }
-}
-
-// Calls storeLanes as fillStretches does, and storeOne(i, output) for the outputs that fill no stretch.
-template <class StoreLanes, class StoreOne>
-void fill(RsgStream* header, std::int64_t n, StoreLanes storeLanes, StoreOne storeOne) {
-  auto& stream = *reinterpret_cast<Mrg32k3aStream*>(header);
-  std::int64_t done = 0;
-  for (int logLength = longestStretch; logLength >= shortestStretch; --logLength)
-    while (n - done >= std::int64_t{stretches} << logLength) {
-      fillStretches(stream, logLength,
-                    [&](std::int64_t i, std::int64_t length, Lanes z) { storeLanes(done + i, length, z); });
-      done += std::int64_t{stretches} << logLength;
-    }
-  Mrg32k3aStream rest = stream;
-  for (; done < n; ++done)
-    storeOne(done, nextOutput(rest));
-  stream = rest;
-}
-
-template <class Real>
-std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
-  const auto a = static_cast<double>(from);
-  const double scale = (static_cast<double>(to) - a) * outputScale;
-  fill(
-      header, n,
-      [&](std::int64_t i, std::int64_t length, Lanes z) {
-        const Lanes values = mapped<true>(z, broadcast<Lanes>(scale), broadcast<Lanes>(a));
-        for (int k = 0; k < laneCount; ++k)
-          store(r + i + k * length, static_cast<Real>(values[k]));
-      },
-      [&](std::int64_t i, std::uint32_t z) {
-        store(r + i, static_cast<Real>(mapped<true>(static_cast<double>(z), scale, a)));
-      });
-  return RSG_STATUS_OK;
-}
-
-std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
-  auto* const words = static_cast<unsigned char*>(r);
-  fill(
-      header, n,
-      [&](std::int64_t i, std::int64_t length, Lanes z) {
-        for (int k = 0; k < laneCount; ++k)
-          store(words + (i + k * length) * 4, static_cast<std::uint32_t>(static_cast<std::int64_t>(z[k])));
-      },
-      [&](std::int64_t i, std::uint32_t z) { store(words + i * 4, z); });
-  return RSG_STATUS_OK;
 }
 
 void seedComponent(std::uint32_t (&x)[3], std::uint32_t m, std::int64_t count, const std::uint32_t* seeds) {
@@ -167,6 +122,46 @@ void seedComponent(std::uint32_t (&x)[3], std::uint32_t m, std::int64_t count, c
 
 struct Mrg32k3a {
   using Stream = Mrg32k3aStream;
+
+  template <class Real>
+  struct Mapped {
+    Real* r;
+    double scale;
+    double a;
+
+    Mapped(Real* to, double from, double b) : r(to), scale((b - from) * outputScale), a(from) {}
+    void lanes(std::int64_t i, std::int64_t length, Lanes z) const {
+      const Lanes values = mapped<true>(z, broadcast<Lanes>(scale), broadcast<Lanes>(a));
+      for (int k = 0; k < laneCount; ++k)
+        store(r + i + k * length, static_cast<Real>(values[k]));
+    }
+    void one(std::int64_t i, std::uint32_t z) const {
+      store(r + i, static_cast<Real>(mapped<true>(static_cast<double>(z), scale, a)));
+    }
+  };
+
+  struct Raw {
+    unsigned char* r;
+
+    void lanes(std::int64_t i, std::int64_t length, Lanes z) const {
+      for (int k = 0; k < laneCount; ++k)
+        one(i + k * length, static_cast<std::uint32_t>(static_cast<std::int64_t>(z[k])));
+    }
+    void one(std::int64_t i, std::uint32_t z) const { store(r + i * 4, z); }
+  };
+
+  template <class Out>
+  static void fill(RsgStream* header, std::int64_t n, const Out& out) {
+    auto& stream = *reinterpret_cast<Stream*>(header);
+    std::int64_t done = 0;
+    for (int logLength = longestStretch; logLength >= shortestStretch; --logLength)
+      for (; n - done >= std::int64_t{stretches} << logLength; done += std::int64_t{stretches} << logLength)
+        fillStretches(stream, logLength, done, out);
+    Stream rest = stream;
+    for (; done < n; ++done)
+      out.one(done, nextOutput(rest));
+    stream = rest;
+  }
 
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     seedComponent(stream.x, mrg32k3aX.m, count, seeds);
@@ -182,7 +177,16 @@ struct Mrg32k3a {
 
 }  // namespace
 
-extern const BrngOperations mrg32k3a;
-const BrngOperations mrg32k3a = {stateOperation<Mrg32k3a>, fillReal<float>, fillReal<double>, fillInt};
+extern const BrngRecord mrg32k3a;
+const BrngRecord mrg32k3a = {
+    .family = 2,
+    .members = 1,
+    .stateSize = sizeof(Mrg32k3a::Stream),
+    .seedCount = 6,
+    .includesZero = 1,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<Mrg32k3a>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

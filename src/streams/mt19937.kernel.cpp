@@ -39,7 +39,16 @@ struct Generator : Twister<Mt19937> {
 
 }  // namespace
 
-extern const BrngOperations mt19937;
-const BrngOperations mt19937 = operationsOf<Generator>;
+extern const BrngRecord mt19937;
+const BrngRecord mt19937 = {
+    .family = 7,
+    .members = 1,
+    .stateSize = sizeof(Generator::Stream),
+    .seedCount = 625,
+    .includesZero = 1,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<Generator>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

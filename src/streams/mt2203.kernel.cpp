@@ -33,7 +33,7 @@ struct Generator : Twister<Mt2203> {
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     seedTwister(stream.mt, size, count, seeds);
     stream.index = size;
-    const std::uint32_t* const parameters = Mt2203Parameters[rsgBrngLocate(stream.header.brngId).member];
+    const std::uint32_t* const parameters = Mt2203Parameters[memberOf(stream.header.brngId)];
     stream.matrixA = parameters[0];
     stream.temperB = parameters[1];
     stream.temperC = parameters[2];
@@ -42,7 +42,16 @@ struct Generator : Twister<Mt2203> {
 
 }  // namespace
 
-extern const BrngOperations mt2203;
-const BrngOperations mt2203 = operationsOf<Generator>;
+extern const BrngRecord mt2203;
+const BrngRecord mt2203 = {
+    .family = 8,
+    .members = mt2203Members,
+    .stateSize = sizeof(Generator::Stream),
+    .seedCount = 70,
+    .includesZero = 1,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<Generator>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -36,7 +36,16 @@ using Generator = QuasiRandom<Niederreiter>;
 
 }  // namespace
 
-extern const BrngOperations niederreiter;
-const BrngOperations niederreiter = operationsOf<Generator>;
+extern const BrngRecord niederreiter;
+const BrngRecord niederreiter = {
+    .family = 6,
+    .members = 1,
+    .stateSize = sizeof(Generator::Stream),
+    .seedCount = 10498,
+    .includesZero = 0,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<Generator>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -1,6 +1,6 @@
 #pragma once
 
-// From a generator's rule to the four operations of its row.
+// What a generator's rule must have, and from there to the operations of its record.
 
 #include <cstdint>
 
@@ -10,11 +10,45 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// `Rule` has the record `Stream` and seed(stream, count, seeds), and where the generator can
-//   leapfrog(stream, count, k)  the stream becomes number k of `count` interleaved ones;
-//   skip(stream, outputs).
-// Both return a status.
+template <class A, class B>
+concept Is = __is_same(A, B);
+
+// A rule has the record of its stream and seeds it; the word count may be 0 or less.
 template <class Rule>
+concept Seeds = requires(typename Rule::Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
+  { Rule::seed(stream, count, seeds) } -> Is<void>;
+};
+
+// The stream becomes number k of `count` interleaved ones. Returns a status.
+template <class Rule>
+concept Leapfrogs = requires(typename Rule::Stream& stream, std::int64_t count, std::uint32_t k) {
+  { Rule::leapfrog(stream, count, k) } -> Is<std::int32_t>;
+};
+
+template <class Rule>
+concept Skips = requires(typename Rule::Stream& stream, std::uint64_t outputs) {
+  { Rule::skip(stream, outputs) } -> Is<std::int32_t>;
+};
+
+// fill(stream, n, out) gives n outputs to a sink: Mapped<Real> maps them to an interval, Raw stores them as they are.
+template <class Rule>
+concept FillsSinks = requires(RsgStream* stream, std::int64_t n, double* r, double a, unsigned char* bytes) {
+  { Rule::fill(stream, n, typename Rule::template Mapped<double>(r, a, a)) } -> Is<void>;
+  { Rule::fill(stream, n, typename Rule::Raw{bytes}) } -> Is<void>;
+};
+
+// A fill of its own for every kind of output, with a status.
+template <class Rule>
+concept FillsByKind = requires(RsgStream* stream, std::int64_t n, double* d, float* f, void* raw) {
+  { Rule::fillReal(stream, n, d, 0.0, 1.0) } -> Is<std::int32_t>;
+  { Rule::fillReal(stream, n, f, 0.0F, 1.0F) } -> Is<std::int32_t>;
+  { Rule::fillRaw(stream, n, raw) } -> Is<std::int32_t>;
+};
+
+template <class Rule>
+concept GeneratorRule = Seeds<Rule> &&(FillsSinks<Rule> || FillsByKind<Rule>);
+
+template <Seeds Rule>
 std::int32_t stateOperation(std::int32_t method, RsgStream* header, std::int64_t count,
                             const std::uint32_t* args) {
   auto& stream = *reinterpret_cast<typename Rule::Stream*>(header);
@@ -23,13 +57,13 @@ std::int32_t stateOperation(std::int32_t method, RsgStream* header, std::int64_t
       Rule::seed(stream, count, args);
       return RSG_STATUS_OK;
     case stateLeapfrog:
-      if constexpr (requires { Rule::leapfrog(stream, count, *args); }) {
+      if constexpr (Leapfrogs<Rule>) {
         return Rule::leapfrog(stream, count, *args);
       } else {
         return RSG_ERROR_LEAPFROG;
       }
     case stateSkipAhead:
-      if constexpr (requires { Rule::skip(stream, std::uint64_t{}); }) {
+      if constexpr (Skips<Rule>) {
         return count < 1 ? RSG_ERROR_SKIP_AHEAD : Rule::skip(stream, skippedOutputs(count, args));
       } else {
         return RSG_ERROR_SKIP_AHEAD;
@@ -39,24 +73,30 @@ std::int32_t stateOperation(std::int32_t method, RsgStream* header, std::int64_t
   }
 }
 
-// Where the outputs of a fill go: Rule::fill(stream, n, out) gives n of them to a Rule::Mapped<Real>, which maps them
-// to an interval, or to a Rule::Raw, which stores them as they are.
 template <class Rule, class Real>
-std::int32_t mappedFill(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
-  Rule::fill(stream, n,
-             typename Rule::template Mapped<Real>(r, static_cast<double>(a), static_cast<double>(b)));
-  return RSG_STATUS_OK;
+std::int32_t fillReal(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
+  if constexpr (FillsByKind<Rule>) {
+    return Rule::fillReal(stream, n, r, a, b);
+  } else {
+    Rule::fill(stream, n,
+               typename Rule::template Mapped<Real>(r, static_cast<double>(a), static_cast<double>(b)));
+    return RSG_STATUS_OK;
+  }
 }
 
 template <class Rule>
-std::int32_t rawFill(RsgStream* stream, std::int64_t n, void* r) {
-  Rule::fill(stream, n, typename Rule::Raw{static_cast<unsigned char*>(r)});
-  return RSG_STATUS_OK;
+std::int32_t fillRaw(RsgStream* stream, std::int64_t n, void* r) {
+  if constexpr (FillsByKind<Rule>) {
+    return Rule::fillRaw(stream, n, r);
+  } else {
+    Rule::fill(stream, n, typename Rule::Raw{static_cast<unsigned char*>(r)});
+    return RSG_STATUS_OK;
+  }
 }
 
-template <class Rule>
-constexpr BrngOperations operationsOf = {stateOperation<Rule>, mappedFill<Rule, float>,
-                                         mappedFill<Rule, double>, rawFill<Rule>};
+template <GeneratorRule Rule>
+constexpr BrngOperations operationsOf = {stateOperation<Rule>, fillReal<Rule, float>, fillReal<Rule, double>,
+                                         fillRaw<Rule>};
 
 }  // namespace
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -10,7 +10,7 @@ namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
 // base^exponent modulo `modulus`, by squaring from the lowest bit; 1 for exponent 0, whatever the base.
-[[maybe_unused]] std::uint32_t rsgPowMod(std::uint32_t base, std::uint64_t exponent, std::uint32_t modulus) {
+std::uint32_t rsgPowMod(std::uint32_t base, std::uint64_t exponent, std::uint32_t modulus) {
   std::uint64_t result = 1;
   std::uint64_t square = base;
   for (; exponent != 0; exponent >>= 1) {

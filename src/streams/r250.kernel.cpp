@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::uint32_t ringSize = 250;
 constexpr std::uint32_t firstTap = 103;
+static_assert(wordCount <= firstTap);
 
 struct R250Stream {
   RsgStream header;
@@ -27,30 +28,32 @@ static_assert(offsetof(R250Stream, ring) == 16);
 struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
   using Stream = R250Stream;
 
-  // A run ends where the head or the tap reaches the ring's end. The words of a vector do not need each other:
-  // the tap stands 103 places ahead of the head or 147 behind it.
+  // A word is renewed as it is taken. A run ends where the head or the tap reaches the ring's end. The words of a vector
+  // do not need each other: the tap stands 103 places ahead of the head or 147 behind it.
+  struct Block {
+    Stream& stream;
+    std::uint32_t* head;
+    const std::uint32_t* tap;
+
+    explicit Block(Stream& of) : stream(of), head(of.ring + of.head), tap(of.ring + of.tap) {}
+    std::int64_t left() const { return stream.ring + ringSize - (head > tap ? head : tap); }
+    template <class W>
+    W at(std::int64_t i) const {
+      const W w = load<W>(head + i) ^ load<W>(tap + i);
+      store(head + i, w);
+      return w;
+    }
+    void take(std::int64_t n) {
+      stream.head = (stream.head + static_cast<std::uint32_t>(n)) % ringSize;
+      stream.tap = (stream.tap + static_cast<std::uint32_t>(n)) % ringSize;
+      head = stream.ring + stream.head;
+      tap = stream.ring + stream.tap;
+    }
+  };
+
   template <class Out>
   static void fill(RsgStream* header, std::int64_t n, const Out& out) {
-    auto& stream = *reinterpret_cast<Stream*>(header);
-    for (std::int64_t done = 0; done < n;) {
-      std::uint32_t* const head = stream.ring + stream.head;
-      const std::uint32_t* const tap = stream.ring + stream.tap;
-      const std::int64_t toEnd = ringSize - (stream.head > stream.tap ? stream.head : stream.tap);
-      const std::int64_t run = toEnd < n - done ? toEnd : n - done;
-      std::int64_t i = 0;
-      for (; i + wordCount <= run; i += wordCount) {
-        const Words w = load<Words>(head + i) ^ load<Words>(tap + i);
-        store(head + i, w);
-        out.put(done + i, w);
-      }
-      for (; i < run; ++i) {
-        head[i] ^= tap[i];
-        out.put(done + i, head[i]);
-      }
-      done += run;
-      stream.head = (stream.head + static_cast<std::uint32_t>(run)) % ringSize;
-      stream.tap = (stream.tap + static_cast<std::uint32_t>(run)) % ringSize;
-    }
+    fillFromBlock(Block(*reinterpret_cast<Stream*>(header)), n, out);
   }
 
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
@@ -73,7 +76,16 @@ struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
 
 }  // namespace
 
-extern const BrngOperations r250;
-const BrngOperations r250 = operationsOf<R250>;
+extern const BrngRecord r250;
+const BrngRecord r250 = {
+    .family = 1,
+    .members = 1,
+    .stateSize = sizeof(R250::Stream),
+    .seedCount = 252,
+    .includesZero = 1,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<R250>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

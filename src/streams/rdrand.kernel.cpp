@@ -52,34 +52,6 @@ std::int32_t fillPairs(const RsgStream* header, std::int64_t n, Store store) {
   return RSG_STATUS_OK;
 }
 
-// A word becomes a double first, exactly: on 32-bit processors the way to a float at once would fuse.
-std::int32_t fillFloat(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
-  const float scale = (b - a) * 0x1p-32F;
-  return fillPairs(stream, n, [&](std::int64_t i, std::uint32_t w) {
-    store(r + i, static_cast<float>(static_cast<double>(w)) * scale + a);
-  });
-}
-
-std::int32_t fillInt(RsgStream* stream, std::int64_t n, void* r) {
-  auto* const bytes = static_cast<unsigned char*>(r);
-  return fillPairs(stream, n, [&](std::int64_t i, std::uint32_t w) { store(bytes + i * 4, w); });
-}
-
-// Two numbers make a value, the second one its upper half.
-std::int32_t fillDouble(RsgStream* header, std::int64_t n, double* r, double a, double b) {
-  const auto& stream = *reinterpret_cast<const RdRandStream*>(header);
-  if (!hasFeature(featureRdrand)) return RSG_ERROR_NO_HARDWARE;
-  const double scale = (b - a) * 0x1p-64;
-  for (std::int64_t i = 0; i < n; ++i) {
-    std::uint32_t half[2];
-    if (!draw(stream, half)) return RSG_ERROR_HARDWARE_RETRY;
-    const auto number = static_cast<std::int64_t>(std::uint64_t{half[1]} << 32 | half[0]);
-    const double w = static_cast<double>(number) + (number < 0 ? 0x1p64 : 0.0);
-    store(r + i, w * scale + a);
-  }
-  return RSG_STATUS_OK;
-}
-
 struct RdRand {
   using Stream = RdRandStream;
 
@@ -87,11 +59,48 @@ struct RdRand {
     stream.zero = 0;
     stream.retryLimit = count >= 2 && seeds[1] != 0 ? seeds[1] : 10;
   }
+
+  // A word becomes a double first, exactly: on 32-bit processors the way to a float at once would fuse.
+  static std::int32_t fillReal(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
+    const float scale = (b - a) * 0x1p-32F;
+    return fillPairs(stream, n, [&](std::int64_t i, std::uint32_t w) {
+      store(r + i, static_cast<float>(static_cast<double>(w)) * scale + a);
+    });
+  }
+
+  static std::int32_t fillRaw(RsgStream* stream, std::int64_t n, void* r) {
+    auto* const bytes = static_cast<unsigned char*>(r);
+    return fillPairs(stream, n, [&](std::int64_t i, std::uint32_t w) { store(bytes + i * 4, w); });
+  }
+
+  // Two numbers make a value, the second one its upper half.
+  static std::int32_t fillReal(RsgStream* header, std::int64_t n, double* r, double a, double b) {
+    const auto& stream = *reinterpret_cast<const RdRandStream*>(header);
+    if (!hasFeature(featureRdrand)) return RSG_ERROR_NO_HARDWARE;
+    const double scale = (b - a) * 0x1p-64;
+    for (std::int64_t i = 0; i < n; ++i) {
+      std::uint32_t half[2];
+      if (!draw(stream, half)) return RSG_ERROR_HARDWARE_RETRY;
+      const auto number = static_cast<std::int64_t>(std::uint64_t{half[1]} << 32 | half[0]);
+      const double w = static_cast<double>(number) + (number < 0 ? 0x1p64 : 0.0);
+      store(r + i, w * scale + a);
+    }
+    return RSG_STATUS_OK;
+  }
 };
 
 }  // namespace
 
-extern const BrngOperations rdrand;
-const BrngOperations rdrand = {stateOperation<RdRand>, fillFloat, fillDouble, fillInt};
+extern const BrngRecord rdrand;
+const BrngRecord rdrand = {
+    .family = 13,
+    .members = 1,
+    .stateSize = sizeof(RdRand::Stream),
+    .seedCount = 1,
+    .includesZero = 0,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<RdRand>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

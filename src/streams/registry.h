@@ -17,7 +17,7 @@ enum StateMethod : std::int32_t {
 };
 
 // The number of outputs that a skip-ahead is asked for; `count` is 1 or more.
-[[maybe_unused]] static inline std::uint64_t skippedOutputs(std::int64_t count, const std::uint32_t* args) {
+static inline std::uint64_t skippedOutputs(std::int64_t count, const std::uint32_t* args) {
   return count > 1 ? static_cast<std::uint64_t>(args[1]) << 32 | args[0] : args[0];
 }
 
@@ -31,7 +31,10 @@ struct BrngOperations {
   std::int32_t (*fillInt)(RsgStream* stream, std::int64_t n, void* r);  // n raw outputs of wordSize bytes
 };
 
+// A family of generators; each is at the foot of its kernel source.
 struct BrngRecord {
+  std::int32_t family;  // its place among the families, from 0
+  std::int32_t members;
   std::uint32_t stateSize;           // bytes of a stream, the 16-byte header included
   std::uint32_t seedCount;           // seed words that the generator can take at most
   std::uint32_t includesZero;        // 1 if a raw output can be zero
@@ -40,7 +43,6 @@ struct BrngRecord {
   const BrngOperations* operations;  // null: this version has no such generator
 };
 
-constexpr std::int32_t familyCount = 14;
 constexpr std::int32_t memberRowCount = 279;
 constexpr std::int32_t firstFamilyForm = 0x100000;  // identifiers from here on name family and member
 constexpr std::int32_t wichmannHillFamily = 4;
@@ -49,16 +51,9 @@ constexpr std::int32_t firstWichmannHillRow = 4;  // of the member table
 
 // The rows of the member table repeat rows of the family table: memberRow[i] is the family of row i.
 struct BrngRegistry {
-  BrngRecord family[familyCount];
-  std::int32_t memberCount[familyCount];
+  const BrngRecord* const* family;
+  std::int32_t familyCount;
   std::uint8_t memberRow[memberRowCount];
-};
-
-// What an identifier names; nothing is checked.
-struct BrngPlace {
-  bool inFamilyTable;
-  std::int32_t row;
-  std::int32_t member;
 };
 
 }  // namespace rvn

@@ -36,7 +36,16 @@ using Generator = QuasiRandom<Sobol>;
 
 }  // namespace
 
-extern const BrngOperations sobol;
-const BrngOperations sobol = operationsOf<Generator>;
+extern const BrngRecord sobol;
+const BrngRecord sobol = {
+    .family = 5,
+    .members = 1,
+    .stateSize = sizeof(Generator::Stream),
+    .seedCount = 2604,
+    .includesZero = 0,
+    .wordSize = 4,
+    .bitCount = 32,
+    .operations = &operationsOf<Generator>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -43,7 +43,7 @@ struct RsgStreamResource {
 };
 
 // 0 for a stream, otherwise RSG_ERROR_NULL_STREAM or RSG_ERROR_NOT_A_STREAM.
-[[maybe_unused]] static inline std::int32_t rsgStreamCheck(const RsgStream* stream) {
+static inline std::int32_t rsgStreamCheck(const RsgStream* stream) {
   if (stream == nullptr) return RSG_ERROR_NULL_STREAM;
   return stream->validMark == 1 ? RSG_STATUS_OK : RSG_ERROR_NOT_A_STREAM;
 }

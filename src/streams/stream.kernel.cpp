@@ -8,18 +8,10 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// Families that are fed from a caller's buffer: no stream of theirs can exist.
-bool isBufferFed(std::int32_t brngId) {
-  return (brngId & ~0x100000) == 0xA00000 || brngId == 0xC00000;
-}
-
 std::int32_t newStream(RsgStream** stream, std::int32_t brngId, std::int64_t seedCount,
                        const std::uint32_t* seeds) {
-  if (isBufferFed(brngId)) return RSG_ERROR_GENERATOR;
-  const BrngPlace place = rsgBrngLocate(brngId);
-  if (const std::int32_t status = rsgBrngCheck(place)) return status;
-  const BrngRecord& record = rsgBrngRow(place);
-  if (record.operations == nullptr) return RSG_ERROR_GENERATOR;
+  if (!isUsable(brngId)) return RSG_ERROR_GENERATOR;
+  const BrngRecord& record = recordOf(brngId);
   auto* const created = static_cast<RsgStream*>(rvnMalloc(record.stateSize, blockAlignment));
   *stream = created;
   if (created == nullptr) return RSG_ERROR_MEMORY;
@@ -65,7 +57,7 @@ void clampAll(std::int64_t n, double* r, double a, double b) {
 }
 
 std::int32_t uniform(std::int32_t method, RsgStream* stream, std::int64_t n, double* r, double a, double b) {
-  const auto fill = rsgBrngRow(rsgBrngLocate(stream->brngId)).operations->fillDouble;
+  const auto fill = recordOf(stream->brngId).operations->fillDouble;
   if ((method & RNG_UNIFORM_CLAMPED) != 0) return clampedFill(fill, stream, n, r, a, b);
   return fill(stream, n, r, a, b);
 }

@@ -19,6 +19,7 @@ template <class Rule>
 struct Twister : WordOutputs<WordMapping::unsignedWord, Rule::fuses> {
   using Stream = typename Rule::Stream;
   static constexpr int size = Rule::size;
+  static_assert(wordCount <= size - Rule::offset);  // no word of a vector is made of another one
 
   template <class W>
   static W renewed(const Rule& rule, W z, W next, W far) {
@@ -51,26 +52,32 @@ struct Twister : WordOutputs<WordMapping::unsignedWord, Rule::fuses> {
     mt[size - 1] = renewed(rule, mt[size - 1], mt[0], mt[Rule::offset - 1]);
   }
 
+  struct Block {
+    Stream& stream;
+    const Rule rule;
+    const std::uint32_t* next;
+
+    explicit Block(Stream& of) : stream(of), rule(of), next(of.mt + of.index) {}
+    std::int64_t left() {
+      if (next == stream.mt + size) {
+        renew(rule, stream.mt);
+        next = stream.mt;
+      }
+      return stream.mt + size - next;
+    }
+    template <class W>
+    W at(std::int64_t i) const {
+      return tempered(rule, load<W>(next + i));
+    }
+    void take(std::int64_t n) {
+      next += n;
+      stream.index = static_cast<std::int32_t>(next - stream.mt);
+    }
+  };
+
   template <class Out>
   static void fill(RsgStream* header, std::int64_t n, const Out& out) {
-    auto& stream = *reinterpret_cast<Stream*>(header);
-    const Rule rule(stream);
-    for (std::int64_t done = 0; done < n;) {
-      if (stream.index >= size) {
-        renew(rule, stream.mt);
-        stream.index = 0;
-      }
-      const std::uint32_t* const mt = stream.mt + stream.index;
-      const std::int64_t left = size - stream.index;
-      const std::int64_t run = left < n - done ? left : n - done;
-      std::int64_t i = 0;
-      for (; i + wordCount <= run; i += wordCount)
-        out.put(done + i, tempered(rule, load<Words>(mt + i)));
-      for (; i < run; ++i)
-        out.put(done + i, tempered(rule, mt[i]));
-      done += run;
-      stream.index += static_cast<std::int32_t>(run);
-    }
+    fillFromBlock(Block(*reinterpret_cast<Stream*>(header)), n, out);
   }
 
   // The stream goes on with word `position` from the array's start on, counted over renewals.

@@ -34,9 +34,11 @@ inline V multiplyMod(V x, V c, V ratio, V m) {
 }
 
 // The four components of one step in vectors.
-constexpr int vectorsPerStep = components / laneCount;
+constexpr int partLanes = sizeof(PartOfFour) / 8;
+constexpr int vectorsPerStep = components / partLanes;
+static_assert(vectorsPerStep * partLanes == components);
 struct Step {
-  Lanes part[vectorsPerStep];
+  PartOfFour part[vectorsPerStep];
 };
 
 inline Step operator/(const Step& x, const Step& m) {
@@ -56,17 +58,17 @@ inline Step multiplyMod(const Step& x, const Step& c, const Step& ratio, const S
 inline Step asStep(const std::uint32_t* from) {
   Step step;
   for (std::ptrdiff_t i = 0; i < vectorsPerStep; ++i)
-    step.part[i] = loadInts(from + i * laneCount);
+    step.part[i] = loadInts<PartOfFour>(from + i * partLanes);
   return step;
 }
 
 inline void storeState(const Step& step, void* to) {
   for (std::ptrdiff_t i = 0; i < vectorsPerStep; ++i)
-    storeAsInts(static_cast<std::int32_t*>(to) + i * laneCount, step.part[i]);
+    storeAsInts(static_cast<std::int32_t*>(to) + i * partLanes, step.part[i]);
 }
 
 const std::uint32_t* moduli(const WichmannHillStream& stream) {
-  return WichmannHillModuli[rsgBrngLocate(stream.header.brngId).member];
+  return WichmannHillModuli[memberOf(stream.header.brngId)];
 }
 
 // What a fill starts from: the states of the first `stepsPerPass` outputs, and the multipliers that carry
@@ -102,8 +104,8 @@ struct Block {
 
 inline void arrange(const Start& s, const double* reciprocals, Block& block) {
   for (int j = 0; j < components; ++j) {
-    const int part = j / laneCount;
-    const int lane = j % laneCount;
+    const int part = j / partLanes;
+    const int lane = j % partLanes;
     for (int k = 0; k < stepsPerPass; ++k)
       block.x[j][k / laneCount][k % laneCount] = s.state[k].part[part][lane];
     block.c[j] = broadcast<Lanes>(s.jump.part[part][lane]);
@@ -119,10 +121,10 @@ inline Step stepOf(const Block& block, std::int64_t k) {
   __builtin_memcpy(x, block.x, sizeof x);
   Step step;
   for (std::int64_t i = 0; i < vectorsPerStep; ++i) {
-    std::int64_t place[laneCount];
-    for (std::int64_t lane = 0; lane < laneCount; ++lane)
-      place[lane] = (i * laneCount + lane) * stepsPerPass + k;
-    step.part[i] = pick(x, place);
+    std::int64_t place[partLanes];
+    for (std::int64_t lane = 0; lane < partLanes; ++lane)
+      place[lane] = (i * partLanes + lane) * stepsPerPass + k;
+    step.part[i] = pick<PartOfFour>(x, place);
   }
   return step;
 }
@@ -142,67 +144,15 @@ inline void advance(Block& block) {
       block.x[j][v] = multiplyMod(block.x[j][v], block.c[j], block.ratio[j], block.m[j]);
 }
 
-template <class Real>
-std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
-  auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
-  Start s;
-  start(stream, s);
-  Block block;
-  arrange(s, WichmannHillReciprocals[rsgBrngLocate(header->brngId).member], block);
-
-  const auto a = broadcast<Lanes>(static_cast<double>(from));
-  const auto width = broadcast<Lanes>(static_cast<double>(to) - static_cast<double>(from));
-  std::int64_t i = 0;
-  for (; i + stepsPerPass < n; i += stepsPerPass) {
-    for (int v = 0; v < vectorsPerPass; ++v)
-      storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
-    advance(block);
-  }
-  // The last pass, perhaps in part: the state goes to the lane behind the last one emitted.
-  const std::int64_t left = n - i;
-  if (left == stepsPerPass) {
-    for (int v = 0; v < vectorsPerPass; ++v)
-      storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
-    storeState(multiplyMod(stepOf(block, 0), s.jump, s.ratio, s.m), stream.x);
-  } else {
-    Real last[stepsPerPass];
-    for (int v = 0; v < vectorsPerPass; ++v)
-      storeAs(last + v * laneCount, valuesOf(block, v, width, a));
-    __builtin_memcpy(r + i, last, static_cast<std::size_t>(left) * sizeof(Real));
-    storeState(stepOf(block, left), stream.x);
-  }
-  return RSG_STATUS_OK;
-}
-
-// A raw output is the four components in a row, which is how a Step holds them.
-std::int32_t fillInt(RsgStream* header, std::int64_t n, void* r) {
-  constexpr std::int64_t outputBytes = 16;
-  auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
-  Start s;
-  start(stream, s);
-  auto* const bytes = static_cast<unsigned char*>(r);
-  std::int64_t i = 0;
-  for (; i + stepsPerPass <= n; i += stepsPerPass)
-    for (int k = 0; k < stepsPerPass; ++k) {
-      storeState(s.state[k], bytes + (i + k) * outputBytes);
-      s.state[k] = multiplyMod(s.state[k], s.jump, s.ratio, s.m);
-    }
-  const std::int64_t left = n - i;
-  for (std::int64_t k = 0; k < left; ++k)
-    storeState(s.state[k], bytes + (i + k) * outputBytes);
-  storeState(s.state[left], stream.x);
-  return RSG_STATUS_OK;
-}
-
 struct WichmannHill {
   using Stream = WichmannHillStream;
 
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
-    const BrngPlace place = rsgBrngLocate(stream.header.brngId);
+    const std::int32_t member = memberOf(stream.header.brngId);
     for (int j = 0; j < components; ++j) {
-      const std::uint32_t reduced = j < count ? seeds[j] % WichmannHillModuli[place.member][j] : 0;
+      const std::uint32_t reduced = j < count ? seeds[j] % WichmannHillModuli[member][j] : 0;
       stream.x[j] = reduced == 0 ? 1 : reduced;
-      stream.mult[j] = WichmannHillMultipliers[place.member][j];
+      stream.mult[j] = WichmannHillMultipliers[member][j];
     }
   }
 
@@ -221,12 +171,72 @@ struct WichmannHill {
       stream.mult[j] = rsgPowMod(stream.mult[j], static_cast<std::uint64_t>(count), moduli(stream)[j]);
     return RSG_STATUS_OK;
   }
+
+  template <class Real>
+  static std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
+    auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
+    Start s;
+    start(stream, s);
+    Block block;
+    arrange(s, WichmannHillReciprocals[memberOf(header->brngId)], block);
+
+    const auto a = broadcast<Lanes>(static_cast<double>(from));
+    const auto width = broadcast<Lanes>(static_cast<double>(to) - static_cast<double>(from));
+    std::int64_t i = 0;
+    for (; i + stepsPerPass < n; i += stepsPerPass) {
+      for (int v = 0; v < vectorsPerPass; ++v)
+        storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
+      advance(block);
+    }
+    // The last pass, perhaps in part: the state goes to the lane behind the last one emitted.
+    const std::int64_t left = n - i;
+    if (left == stepsPerPass) {
+      for (int v = 0; v < vectorsPerPass; ++v)
+        storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
+      storeState(multiplyMod(stepOf(block, 0), s.jump, s.ratio, s.m), stream.x);
+    } else {
+      Real last[stepsPerPass];
+      for (int v = 0; v < vectorsPerPass; ++v)
+        storeAs(last + v * laneCount, valuesOf(block, v, width, a));
+      __builtin_memcpy(r + i, last, static_cast<std::size_t>(left) * sizeof(Real));
+      storeState(stepOf(block, left), stream.x);
+    }
+    return RSG_STATUS_OK;
+  }
+
+  // A raw output is the four components in a row, which is how a Step holds them.
+  static std::int32_t fillRaw(RsgStream* header, std::int64_t n, void* r) {
+    constexpr std::int64_t outputBytes = 16;
+    auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
+    Start s;
+    start(stream, s);
+    auto* const bytes = static_cast<unsigned char*>(r);
+    std::int64_t i = 0;
+    for (; i + stepsPerPass <= n; i += stepsPerPass)
+      for (int k = 0; k < stepsPerPass; ++k) {
+        storeState(s.state[k], bytes + (i + k) * outputBytes);
+        s.state[k] = multiplyMod(s.state[k], s.jump, s.ratio, s.m);
+      }
+    const std::int64_t left = n - i;
+    for (std::int64_t k = 0; k < left; ++k)
+      storeState(s.state[k], bytes + (i + k) * outputBytes);
+    storeState(s.state[left], stream.x);
+    return RSG_STATUS_OK;
+  }
 };
 
 }  // namespace
 
-extern const BrngOperations wichmannHill;
-const BrngOperations wichmannHill = {stateOperation<WichmannHill>, fillReal<float>, fillReal<double>,
-                                     fillInt};
+extern const BrngRecord wichmannHill;
+const BrngRecord wichmannHill = {
+    .family = wichmannHillFamily,
+    .members = wichmannHillMembers,
+    .stateSize = sizeof(WichmannHill::Stream),
+    .seedCount = 4,
+    .includesZero = 1,
+    .wordSize = 16,
+    .bitCount = 24,
+    .operations = &operationsOf<WichmannHill>,
+};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "streams/registry.h"
+#include "streams/operations.h"
 #include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
@@ -62,6 +62,33 @@ struct MappedWords {
     }
   }
 };
+
+// A block of words that is renewed when all of them are taken; what a fill leaves of it waits for the next one.
+//   left()     the words that can be taken now, renewed if there were none;
+//   at<W>(i)   word i of them, or as many from i on as W has; asked for once, in order;
+//   take(n)    moves behind the first n of them.
+template <class Block>
+concept WordBlock = requires(Block& block, std::int64_t n) {
+  { block.left() } -> Is<std::int64_t>;
+  { block.template at<std::uint32_t>(n) } -> Is<std::uint32_t>;
+  { block.template at<Words>(n) } -> Is<Words>;
+  { block.take(n) } -> Is<void>;
+};
+
+template <WordBlock Block, class Out>
+inline void fillFromBlock(Block block, std::int64_t n, const Out& out) {
+  for (std::int64_t done = 0; done < n;) {
+    const std::int64_t left = block.left();
+    const std::int64_t run = left < n - done ? left : n - done;
+    std::int64_t i = 0;
+    for (; i + wordCount <= run; i += wordCount)
+      out.put(done + i, block.template at<Words>(i));
+    for (; i < run; ++i)
+      out.put(done + i, block.template at<std::uint32_t>(i));
+    done += run;
+    block.take(run);
+  }
+}
 
 // What a generator of words is derived from.
 template <WordMapping mapping, bool fuses>

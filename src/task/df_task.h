@@ -49,7 +49,7 @@ struct DfTask {
 
 namespace rvn {
 
-[[maybe_unused]] static inline bool isUniform(const DfTask& task) {
+static inline bool isUniform(const DfTask& task) {
   return (task.xhint & DF_XHINT_UNIFORM) != 0;
 }
 

@@ -56,7 +56,7 @@ static_assert(level.vectorBytes >= 16, "levels.inc has no row for RVN_LEVEL");
 
 // Set bits of a number below 16. The compiler's own count is a call of its support library where the level has no
 // POPCNT.
-[[maybe_unused]] static constexpr int bitsOfFour(unsigned mask) {
+static constexpr int bitsOfFour(unsigned mask) {
   return static_cast<int>((mask & 1) + (mask >> 1 & 1) + (mask >> 2 & 1) + (mask >> 3));
 }
 

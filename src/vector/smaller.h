@@ -7,11 +7,11 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-[[maybe_unused]] constexpr std::int64_t smaller(std::int64_t a, std::int64_t b) {
+constexpr std::int64_t smaller(std::int64_t a, std::int64_t b) {
   return a < b ? a : b;
 }
 
-[[maybe_unused]] constexpr std::int64_t larger(std::int64_t a, std::int64_t b) {
+constexpr std::int64_t larger(std::int64_t a, std::int64_t b) {
   return a > b ? a : b;
 }
 

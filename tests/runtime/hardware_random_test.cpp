@@ -32,7 +32,7 @@ class HardwareRandom : public testing::Test {
   }
   void TearDown() override { rsgDeleteStream(&stream_); }
   const rvn::BrngOperations& operations() const {
-    return *rvn::levelTables[rvn::cpuLevel()]->streams->registry->family[13].operations;
+    return *rvn::levelTables[rvn::cpuLevel()]->streams->registry->family[13]->operations;
   }
 
   RsgStream* stream_ = nullptr;

@@ -74,9 +74,11 @@ TEST(StreamCreation, RegistryRows) {
   EXPECT_EQ(registry.memberRow[278], 6);
   std::uint64_t bytes = 0;
   std::uint64_t members = 0;
-  for (int i = 0; i < rvn::familyCount; ++i) {
-    bytes += registry.family[i].stateSize;
-    members += static_cast<std::uint64_t>(registry.memberCount[i]);
+  ASSERT_EQ(registry.familyCount, 14);
+  for (int i = 0; i < 14; ++i) {
+    EXPECT_EQ(registry.family[i]->family, i);
+    bytes += registry.family[i]->stateSize;
+    members += static_cast<std::uint64_t>(registry.family[i]->members);
   }
   // Check sums of the columns, added by hand.
   EXPECT_EQ(bytes, 61632u);

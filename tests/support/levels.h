@@ -11,21 +11,27 @@ namespace support {
 struct LevelRow {
   std::int32_t level;
   std::int32_t solverClass;  // 0: none
+  bool fuses;
+  bool tables;  // and what goes with them, see levels.inc
   bool (*canRun)();
 };
 
 constexpr LevelRow levelRows[] = {
 #define RVN_LEVEL_ROW(level, flags, bytes, integers, fused, tables, solver, needs) \
-  {level, solver, [] { return __builtin_cpu_supports(needs) != 0; }},
+  {level, solver, fused != 0, tables != 0, [] { return __builtin_cpu_supports(needs) != 0; }},
 #include "vector/levels.inc"
 #undef RVN_LEVEL_ROW
 };
 
-// A number without a row is a level that any machine runs.
-inline bool canRun(std::int32_t level) {
+// A number without a row is a level that any machine runs, and counts as the first one.
+inline const LevelRow& levelRow(std::int32_t level) {
   for (const LevelRow& row : levelRows)
-    if (row.level == level) return row.canRun();
-  return true;
+    if (row.level == level) return row;
+  return levelRows[0];
+}
+
+inline bool canRun(std::int32_t level) {
+  return levelRow(level).canRun();
 }
 
 inline bool canRunSolver(std::int32_t solverClass) {
