@@ -58,10 +58,16 @@ struct UniformCall {
 
 using UniformEvaluator = void (*)(const UniformCall& call);
 
-struct PolynomialKernels {
+struct PieceKernels {
   PreparePieces prepare[2][2];  // by uniform partition, by pieces that join at knots
-  Evaluator evaluate[5];        // by Pieces
-  UniformEvaluator uniform[3];  // by Pieces, up to cubicPieces
+};
+
+struct BlockKernels {
+  Evaluator evaluate[3];  // by Pieces, up to cubicPieces
+};
+
+struct UniformKernels {
+  UniformEvaluator evaluate[3];  // by Pieces, up to cubicPieces
 };
 
 struct StepKernels {

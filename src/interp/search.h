@@ -20,12 +20,10 @@ struct CellSearchArgs {
   const double* site;
   std::int32_t* cellState;  // running cell of the sorted path, 0 at the start of a call
   double param;             // step or its reciprocal, likely cell, or nothing, by path
-  const double* datahint;
   std::int64_t lookupCells;
   const LookupCell* lookup;
   double lookupInvWidth;
   std::int32_t* cell;
-  std::uint32_t flags;
   SearchCallback searchCb;
   void* searchParams;
   std::int32_t* searchMarks;  // one mark per site, for the user paths

@@ -82,53 +82,48 @@ void scanAll(const CellSearchArgs& args, std::int64_t nsite, const double* site,
   }
 }
 
-// Cells of up to sitesAtOnce sites in any order.
-void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
-  const std::int64_t nx = args.nx;
-  if (nx <= scannedBreakpoints) return scanAll(args, nsite, site, cell);
-  if constexpr (!level.usesLookup) {
-    for (std::int64_t i = 0; i < nsite; ++i)
-      cell[i] = 0;
-    return narrowAll(args.x, nx, nsite, site, cell);
-  }
-  // The coarse cell brackets its sites by breakpoints `lo` and `hi`. Sites left of the partition and NaN go
-  // to coarse cell 0, where `lo` is 0 and no comparison holds.
+// Where sites stand in the look-up table: the scaled distance from the first breakpoint, its coarse cell, and the
+// breakpoints `lo` and, with `width` more, `hi` that bracket the cell's sites. Sites left of the partition and NaN go to
+// coarse cell 0, where `lo` is 0 and no comparison holds.
+struct Brackets {
+  double scaled[sitesAtOnce];
+  std::int32_t coarse[sitesAtOnce];
+  std::int32_t lo[sitesAtOnce];
+  std::int32_t width[sitesAtOnce];
+  std::int64_t widest;  // breakpoints, at least countedAtOnce and at most nx
+};
+
+inline void bracket(const CellSearchArgs& args, std::int64_t nsite, const double* site, Brackets& b) {
   const double x0 = args.x[0];
   const auto cells = static_cast<double>(args.lookupCells);
   const auto lastCoarse = static_cast<std::int32_t>(args.lookupCells - 1);
-  double scaled[sitesAtOnce];
-  std::int32_t coarse[sitesAtOnce];
   for (std::int64_t i = 0; i < nsite; ++i) {
     const double v = (site[i] - x0) * args.lookupInvWidth;
     const double positive = v > 0.0 ? v : 0.0;
-    scaled[i] = positive < cells ? positive : cells;
-    const auto b = static_cast<std::int32_t>(scaled[i]);
-    coarse[i] = b < lastCoarse ? b : lastCoarse;
+    b.scaled[i] = positive < cells ? positive : cells;
+    const auto cell = static_cast<std::int32_t>(b.scaled[i]);
+    b.coarse[i] = cell < lastCoarse ? cell : lastCoarse;
   }
-  std::int64_t n = countedAtOnce;
-  std::int32_t lo[sitesAtOnce];
-  std::int32_t width[sitesAtOnce];
+  b.widest = countedAtOnce;
   for (std::int64_t i = 0; i < nsite; ++i) {
-    const LookupCell bracket = args.lookup[coarse[i]];
-    lo[i] = static_cast<std::int32_t>(bracket.lo);
-    width[i] = static_cast<std::int32_t>(bracket.hi) - lo[i] + 1;
-    n = larger(n, width[i]);
+    const LookupCell found = args.lookup[b.coarse[i]];
+    b.lo[i] = static_cast<std::int32_t>(found.lo);
+    b.width[i] = static_cast<std::int32_t>(found.hi) - b.lo[i] + 1;
+    b.widest = larger(b.widest, b.width[i]);
   }
-  n = smaller(n, nx);
-  const auto lastFirst = static_cast<std::int32_t>(nx - n);
-  if (n <= longBracket) {
-    for (std::int64_t i = 0; i < nsite; ++i)
-      cell[i] = lo[i] < lastFirst ? lo[i] : lastFirst;
-    return narrowAll(args.x, n, nsite, site, cell);
-  }
-  // Long brackets: one secant step from the breakpoint at the site's place in its coarse cell, then a short
-  // window about the result; that takes two or three cache lines instead of one per halving. Sites outside
-  // their windows are searched for in their brackets.
-  // Guesses are limited before they become integers: two numbers of breakpoints together may be no 32-bit integer.
+  b.widest = smaller(b.widest, args.nx);
+}
+
+// One secant step from the breakpoint at the site's place in its coarse cell, then a short window about the result; that
+// takes two or three cache lines instead of one per halving. Sites outside their windows are searched for in their
+// brackets. Guesses are limited before they become integers: two numbers of breakpoints together may be no 32-bit one.
+void locateInLongBrackets(const CellSearchArgs& args, std::int64_t nsite, const double* site,
+                          const Brackets& b, std::int32_t* cell) {
+  const std::int64_t nx = args.nx;
   const auto lastBreakpoint = static_cast<double>(nx - 1);
   std::int32_t first[sitesAtOnce];
   for (std::int64_t i = 0; i < nsite; ++i) {
-    const double guess = lo[i] + (scaled[i] - coarse[i]) * width[i];
+    const double guess = b.lo[i] + (b.scaled[i] - b.coarse[i]) * b.width[i];
     first[i] = static_cast<std::int32_t>(guess < lastBreakpoint ? guess : lastBreakpoint);
   }
   for (std::int64_t i = 0; i < nsite; ++i)
@@ -136,7 +131,7 @@ void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, 
   constexpr std::int64_t window = scannedBreakpoints;
   const auto lastGuess = static_cast<double>(nx - window);
   for (std::int64_t i = 0; i < nsite; ++i) {
-    const double step = (site[i] - args.x[first[i]]) * args.lookupInvWidth * width[i];
+    const double step = (site[i] - args.x[first[i]]) * args.lookupInvWidth * b.width[i];
     const double guess = first[i] + step - static_cast<double>(window / 2 - 1);
     const double inside = guess < lastGuess ? guess : lastGuess;
     first[i] = static_cast<std::int32_t>(inside > 0.0 ? inside : 0.0);
@@ -151,15 +146,35 @@ void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, 
     misses += ((c == first[i]) & (c > 0)) | ((c == first[i] + window) & (c < nx));
   }
   if (misses == 0) return;
-  double site2[sitesAtOnce];
-  std::int32_t cell2[sitesAtOnce];
+  const auto lastFirst = static_cast<std::int32_t>(nx - b.widest);
+  double missedSite[sitesAtOnce];
+  std::int32_t missedCell[sitesAtOnce];
   for (std::int64_t k = 0; k < misses; ++k) {
-    site2[k] = site[missed[k]];
-    cell2[k] = lo[missed[k]] < lastFirst ? lo[missed[k]] : lastFirst;
+    const std::int32_t lo = b.lo[missed[k]];
+    missedSite[k] = site[missed[k]];
+    missedCell[k] = lo < lastFirst ? lo : lastFirst;
   }
-  narrowAll(args.x, n, misses, site2, cell2);
+  narrowAll(args.x, b.widest, misses, missedSite, missedCell);
   for (std::int64_t k = 0; k < misses; ++k)
-    cell[missed[k]] = cell2[k];
+    cell[missed[k]] = missedCell[k];
+}
+
+// Cells of up to sitesAtOnce sites in any order.
+void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+  const std::int64_t nx = args.nx;
+  if (nx <= scannedBreakpoints) return scanAll(args, nsite, site, cell);
+  if constexpr (!level.usesLookup) {
+    for (std::int64_t i = 0; i < nsite; ++i)
+      cell[i] = 0;
+    return narrowAll(args.x, nx, nsite, site, cell);
+  }
+  Brackets brackets;
+  bracket(args, nsite, site, brackets);
+  if (brackets.widest > longBracket) return locateInLongBrackets(args, nsite, site, brackets, cell);
+  const auto lastFirst = static_cast<std::int32_t>(nx - brackets.widest);
+  for (std::int64_t i = 0; i < nsite; ++i)
+    cell[i] = brackets.lo[i] < lastFirst ? brackets.lo[i] : lastFirst;
+  narrowAll(args.x, brackets.widest, nsite, site, cell);
 }
 
 // Calls body(nsite, site, cell) for the sites of a call in runs of at most sitesAtOnce.

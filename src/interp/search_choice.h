@@ -54,10 +54,8 @@ inline double searchParam(const DfTask& task, std::int32_t path, const double* d
     }
     case cellSearchLikely:
       return datahint[4];
-    case cellSearchUser:
-      return 0.0;
     default:
-      return task.lookupInvWidth;
+      return 0.0;
   }
 }
 
@@ -67,11 +65,9 @@ inline CellSearchArgs searchArgs(const DfTask& task, std::int32_t path, const do
   args.nx = task.nx;
   args.x = task.x;
   args.param = searchParam(task, path, datahint);
-  args.datahint = datahint;
   args.lookupCells = task.lookupCells;
   args.lookup = task.lookup;
   args.lookupInvWidth = task.lookupInvWidth;
-  args.flags = task.flags;
   args.searchCb = searchCb;
   args.searchParams = searchParams;
   return args;

@@ -1,0 +1,73 @@
+// The pieces of a block of sites with known cells, once for all functions.
+
+#include <cstdint>
+
+#include "interp/evaluate.h"
+#include "interp/formulas.h"
+#include "vector/level.h"
+#include "vector/simd.h"
+
+namespace rvn::RVN_LEVEL_NAMESPACE {
+namespace {
+
+// The point that piece q ends and piece q + 1 begins at, for splines that join between breakpoints. All knots
+// given: ic is read from its first element on; two knots given: an equidistant run; none: midpoints.
+template <bool uniform>
+inline double knot(const DfTask& task, double h, std::int64_t q) {
+  const bool given = task.ic != nullptr;
+  if (given && (task.icType & (DF_IC_KNOTS | DF_IC_KNOT_ENDS)) == DF_IC_KNOTS) return task.ic[q];
+  if (given && (task.icType & DF_IC_KNOT_ENDS) != 0) {
+    const double step = task.nx > 2 ? (task.ic[1] - task.ic[0]) / static_cast<double>(task.nx - 2) : 0.0;
+    return task.ic[0] + static_cast<double>(q) * step;
+  }
+  if constexpr (uniform) {
+    const double left = static_cast<double>(q) * h + task.x[0];
+    const double right = static_cast<double>(q + 1) * h + task.x[0];
+    return 0.5 * (left + right);
+  } else {
+    return 0.5 * (task.x[q] + task.x[q + 1]);
+  }
+}
+
+// Sites left of the partition take the first piece, sites right of it the last one.
+template <bool uniform, bool joinsAtKnots>
+void preparePieces(const EvalBlock& block, std::int32_t* __restrict piece, double* __restrict t) {
+  const DfTask& task = *block.task;
+  const auto nx = static_cast<std::int32_t>(task.nx);
+  const std::int32_t* cell = block.blockCells;
+  const double* site = block.blockSites;
+  for (std::int64_t i = 0; i < block.nblock; ++i)
+    piece[i] = cell[i] - (cell[i] > 0 ? 1 : 0) - (cell[i] == nx ? 1 : 0);
+  if constexpr (joinsAtKnots) {
+    for (std::int64_t i = 0; i < block.nblock; ++i)
+      if (site[i] >= knot<uniform>(task, block.h, piece[i])) ++piece[i];
+  }
+  // Fetches the coefficients of the first function while the block waits for its evaluation.
+  if (task.nx * task.order > cachedCoefficients) {
+    const double* row = task.coeffRows[0];
+    for (std::int64_t i = 0; i < block.nblock; ++i) {
+      const double* c = row + std::int64_t{piece[i]} * task.order;
+      __builtin_prefetch(c);
+      __builtin_prefetch(c + task.order - 1);
+    }
+  }
+  if constexpr (uniform) {
+    const double x0 = task.x[0];
+    for (std::int64_t i = 0; i < block.nblock; ++i)
+      t[i] = site[i] - (static_cast<double>(piece[i]) * block.h + x0);
+  } else {
+    std::int64_t i = 0;
+    for (; i + laneCount <= block.nblock; i += laneCount)
+      store(t + i, load<Lanes>(site + i) - pick(task.x, piece + i));
+    for (; i < block.nblock; ++i)
+      t[i] = site[i] - task.x[piece[i]];
+  }
+}
+
+}  // namespace
+
+extern const PieceKernels pieceKernels;
+const PieceKernels pieceKernels = {{{preparePieces<false, false>, preparePieces<false, true>},
+                                    {preparePieces<true, false>, preparePieces<true, true>}}};
+
+}  // namespace rvn::RVN_LEVEL_NAMESPACE
