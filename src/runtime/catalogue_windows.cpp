@@ -10,8 +10,9 @@ std::uint32_t threadLocale() {
   return GetThreadLocale();
 }
 
+// As data: the path is relative, and no code of what is found there shall run.
 void* openCatalogue(const char* fileName) {
-  return LoadLibraryA(fileName);
+  return LoadLibraryExA(fileName, nullptr, LOAD_LIBRARY_AS_DATAFILE);
 }
 
 std::size_t readCatalogue(void* module, std::uint32_t id, char* buffer, std::size_t size) {

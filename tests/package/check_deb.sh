@@ -1,15 +1,35 @@
 #!/usr/bin/env bash
-# Installs a Debian package into a scratch root and tries clients against it. usage: check_deb.sh PACKAGE
+# Asks lintian about the Debian packages, installs them into a scratch root, first without the demonstrations, and tries
+# clients against it. usage: check_deb.sh LIBRARY DEVELOPMENT DEMONSTRATIONS
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
+lintian --fail-on error --allow-root "$@"
+
+# depends PACKAGE PATTERN: all that the package depends on.
+depends() {
+  local found
+  found=$(dpkg-deb -f "$1" Depends)
+  grep -qxE "$2" <<<"$found" || { echo "$1 depends on $found"; exit 1; }
+}
+depends "$1" 'libc6 \(>= [0-9.]+\)'
+depends "$2" 'libravenfit0 \(= [0-9.-]+\)'
+depends "$3" 'libc6 [^,]+, libgcc-s1 [^,]+, libqt6core6 [^,]+, libstdc\+\+6 [^,]+'
+
 root=$scratch/root
 mkdir -p "$root"/var/lib/dpkg/{info,updates}
 : >"$root/var/lib/dpkg/status"
-# What the package depends on is the host's, and so is the shell of its scripts.
-dpkg --root="$root" --force-depends --force-not-root --force-script-chrootless --install "$1" >"$scratch/install.log" 2>&1 ||
-  { cat "$scratch/install.log"; exit 1; }
-[ -f "$root/usr/share/doc/ravenfit/README.md" ] || { echo "$1: no documentation"; exit 1; }
+# What the packages depend on is the host's, and so is the shell of their scripts.
+unpack() {
+  dpkg --root="$root" --force-depends --force-not-root --force-script-chrootless --install "$@" >"$scratch/install.log" 2>&1 ||
+    { cat "$scratch/install.log"; exit 1; }
+}
+unpack "$1" "$2"
+"$here/check_clients.sh" "$root/usr" c_client_static c_client_shared
+unpack "$3"
 "$here/check_clients.sh" "$root/usr"
+for package in libravenfit0 libravenfit-dev vetra-data-fitting; do
+  cmp "$here/../../LICENSE" "$root/usr/share/doc/$package/copyright"
+done
