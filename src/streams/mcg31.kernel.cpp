@@ -67,8 +67,8 @@ using Generator = Congruential<Mcg31>;
 
 }  // namespace
 
-extern const BrngRecord mcg31;
-const BrngRecord mcg31 = {
+extern const BrngRecord mcg31Record;
+const BrngRecord mcg31Record = {
     .family = 0,
     .members = 1,
     .stateSize = sizeof(Generator::Stream),

@@ -70,8 +70,8 @@ using Generator = Congruential<Mcg59>;
 
 }  // namespace
 
-extern const BrngRecord mcg59;
-const BrngRecord mcg59 = {
+extern const BrngRecord mcg59Record;
+const BrngRecord mcg59Record = {
     .family = 3,
     .members = 1,
     .stateSize = sizeof(Generator::Stream),

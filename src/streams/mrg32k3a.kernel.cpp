@@ -177,8 +177,8 @@ struct Mrg32k3a {
 
 }  // namespace
 
-extern const BrngRecord mrg32k3a;
-const BrngRecord mrg32k3a = {
+extern const BrngRecord mrg32k3aRecord;
+const BrngRecord mrg32k3aRecord = {
     .family = 2,
     .members = 1,
     .stateSize = sizeof(Mrg32k3a::Stream),

@@ -39,8 +39,8 @@ struct Generator : Twister<Mt19937> {
 
 }  // namespace
 
-extern const BrngRecord mt19937;
-const BrngRecord mt19937 = {
+extern const BrngRecord mt19937Record;
+const BrngRecord mt19937Record = {
     .family = 7,
     .members = 1,
     .stateSize = sizeof(Generator::Stream),

@@ -42,8 +42,8 @@ struct Generator : Twister<Mt2203> {
 
 }  // namespace
 
-extern const BrngRecord mt2203;
-const BrngRecord mt2203 = {
+extern const BrngRecord mt2203Record;
+const BrngRecord mt2203Record = {
     .family = 8,
     .members = mt2203Members,
     .stateSize = sizeof(Generator::Stream),

@@ -36,8 +36,8 @@ using Generator = QuasiRandom<Niederreiter>;
 
 }  // namespace
 
-extern const BrngRecord niederreiter;
-const BrngRecord niederreiter = {
+extern const BrngRecord niederreiterRecord;
+const BrngRecord niederreiterRecord = {
     .family = 6,
     .members = 1,
     .stateSize = sizeof(Generator::Stream),

@@ -76,8 +76,8 @@ struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
 
 }  // namespace
 
-extern const BrngRecord r250;
-const BrngRecord r250 = {
+extern const BrngRecord r250Record;
+const BrngRecord r250Record = {
     .family = 1,
     .members = 1,
     .stateSize = sizeof(R250::Stream),

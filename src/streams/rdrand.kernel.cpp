@@ -91,8 +91,8 @@ struct RdRand {
 
 }  // namespace
 
-extern const BrngRecord rdrand;
-const BrngRecord rdrand = {
+extern const BrngRecord rdrandRecord;
+const BrngRecord rdrandRecord = {
     .family = 13,
     .members = 1,
     .stateSize = sizeof(RdRand::Stream),

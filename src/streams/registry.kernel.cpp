@@ -21,8 +21,8 @@
   GENERATOR(rdrand)
 
 #define RVN_NOTHING(family, stateSize)
-#define RVN_DECLARATION(name) extern const BrngRecord name;
-#define RVN_ADDRESS(name) &name,
+#define RVN_DECLARATION(name) extern const BrngRecord name##Record;
+#define RVN_ADDRESS(name) &name##Record,
 #define RVN_BUFFER_ADDRESS(family, stateSize) &bufferFed<family, stateSize>,
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
@@ -36,8 +36,13 @@ constexpr BrngRecord bufferFed = {number, 1, bytes, 0, 1, 4, 32, nullptr};
 
 constexpr const BrngRecord* families[] = {RVN_FAMILIES(RVN_ADDRESS, RVN_BUFFER_ADDRESS)};
 
+template <std::int32_t n>
+consteval std::int32_t lengthOf(const BrngRecord* const (&)[n]) {
+  return n;
+}
+
 consteval BrngRegistry makeRegistry() {
-  BrngRegistry registry = {families, sizeof families / sizeof *families, {}};
+  BrngRegistry registry = {families, lengthOf(families), {}};
   // The families 0 to 3, the Wichmann-Hill members, and the families 5 and 6.
   for (int i = 0; i < memberRowCount; ++i) {
     const int behind = i - (firstWichmannHillRow + wichmannHillMembers);

@@ -105,8 +105,8 @@ struct Sfmt19937 : WordOutputs<WordMapping::signedWord, true> {
 
 }  // namespace
 
-extern const BrngRecord sfmt19937;
-const BrngRecord sfmt19937 = {
+extern const BrngRecord sfmt19937Record;
+const BrngRecord sfmt19937Record = {
     .family = 12,
     .members = 1,
     .stateSize = sizeof(Sfmt19937::Stream),

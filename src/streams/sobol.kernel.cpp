@@ -36,8 +36,8 @@ using Generator = QuasiRandom<Sobol>;
 
 }  // namespace
 
-extern const BrngRecord sobol;
-const BrngRecord sobol = {
+extern const BrngRecord sobolRecord;
+const BrngRecord sobolRecord = {
     .family = 5,
     .members = 1,
     .stateSize = sizeof(Generator::Stream),

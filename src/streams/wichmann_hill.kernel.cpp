@@ -227,8 +227,8 @@ struct WichmannHill {
 
 }  // namespace
 
-extern const BrngRecord wichmannHill;
-const BrngRecord wichmannHill = {
+extern const BrngRecord wichmannHillRecord;
+const BrngRecord wichmannHillRecord = {
     .family = wichmannHillFamily,
     .members = wichmannHillMembers,
     .stateSize = sizeof(WichmannHill::Stream),

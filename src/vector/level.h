@@ -45,7 +45,7 @@ constexpr LevelFacts makeLevelFacts(int bytes, bool integers, bool fused, bool t
 
 constexpr LevelFacts levelFacts(int number) {
 #define RVN_LEVEL_ROW(row, flags, bytes, integers, fused, tables, solver, needs) \
-  if (number == row) return makeLevelFacts(bytes, integers, fused, tables);
+  if (number == (row)) return makeLevelFacts(bytes, integers, fused, tables);
 #include "vector/levels.inc"
 #undef RVN_LEVEL_ROW
   return {};
