@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "runtime/cpu_level.h"
 #include "runtime/platform.h"
 
 namespace rvn {

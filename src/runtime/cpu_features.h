@@ -67,7 +67,11 @@ struct FeatureMask {
 };
 extern FeatureMask cpuFeatures;
 
-// A mask of 0 after cpuFeaturesRead() means a processor without CPUID.
+// Bit mask of processor features; bit 0 is set once it has been read. A mask of 0 means a processor without CPUID.
+std::uint64_t cpuFeaturesRead();
+
+// Whether the vendor string is "GenuineVetra", or RVN_ANY_VENDOR is set to a non-empty value.
+bool isGenuineVetra();
 
 bool hasFeature(Feature feature);
 

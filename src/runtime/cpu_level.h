@@ -30,16 +30,10 @@ std::int32_t levelCap();
 // The level that RVN_KERNEL_LEVEL_FORCE names, or -1; the processor is not asked.
 std::int32_t levelOverride();
 
-// The older scale of the tridiagonal solver, 2 .. 8; a negative value is worked out anew at the next call.
+// The scale of the tridiagonal solver, 2 .. 8; a negative value is worked out anew at the next call.
 std::int32_t solverCpuType();
 
 // `mode` 0: the stored solverCpuType; otherwise the detection proper, 2 .. 7.
 std::int32_t detectCpuType(std::int32_t mode);
-
-// Bit mask of processor features; bit 0 is set once it has been read.
-std::uint64_t cpuFeaturesRead();
-
-// Whether the vendor string is "GenuineVetra", or RVN_ANY_VENDOR is set to a non-empty value.
-bool isGenuineVetra();
 
 }  // namespace rvn

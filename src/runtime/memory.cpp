@@ -9,7 +9,7 @@
 namespace rvn {
 
 MmState mmState;
-HeapHooks heapHooks = {std::malloc, std::calloc, std::realloc, std::free};
+HeapHooks heapHooks = {std::malloc, std::free};
 
 namespace {
 

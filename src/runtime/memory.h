@@ -23,12 +23,9 @@ void rvnFree(void* block);
 void mmLockAcquire();
 void mmLockRelease();
 
-// The heap below the cache; replaceable, for tests, before any other thread runs. Only `allocate` and `free`
-// are called.
+// The heap below the cache; replaceable, for tests, before any other thread runs.
 struct HeapHooks {
   void* (*allocate)(std::size_t size);
-  void* (*clearAllocate)(std::size_t count, std::size_t size);
-  void* (*resize)(void* block, std::size_t size);
   void (*free)(void* block);
 };
 extern HeapHooks heapHooks;

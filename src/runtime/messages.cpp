@@ -68,7 +68,7 @@ bool catalogueText(std::int32_t number, char (&text)[catalogueTextSize]) {
   return true;
 }
 
-// The texts of this exit keep their historical spelling: programs match on it.
+// The spelling of these texts is part of the interface: programs match on it.
 [[noreturn]] void refuseLength(std::int32_t number, int length) {
   std::printf("\nRVN INTERNAL ERROR: message buffer overflow.");
   std::fflush(stdout);

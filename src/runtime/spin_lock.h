@@ -1,6 +1,7 @@
 #pragma once
 
-// A lock for critical sections of a few instructions. Not re-entrant, no back-off, not for kernels.
+// A lock that is rarely met: sections are short but for first calls, which allocate, read the environment or ask the
+// processor. Not re-entrant, no back-off, not for kernels.
 
 #include <atomic>
 #include <cstdint>

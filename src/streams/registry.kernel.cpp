@@ -2,39 +2,32 @@
 
 #include "vector/level.h"
 
-// The generators in the order of their families; three that a caller's buffer would feed, of which no stream can exist,
-// have a size of streams alone.
-#define RVN_FAMILIES(GENERATOR, BUFFER_FED) \
-  GENERATOR(mcg31)                          \
-  GENERATOR(r250)                           \
-  GENERATOR(mrg32k3a)                       \
-  GENERATOR(mcg59)                          \
-  GENERATOR(wichmannHill)                   \
-  GENERATOR(sobol)                          \
-  GENERATOR(niederreiter)                   \
-  GENERATOR(mt19937)                        \
-  GENERATOR(mt2203)                         \
-  BUFFER_FED(9, 40)                         \
-  BUFFER_FED(10, 56)                        \
-  BUFFER_FED(11, 48)                        \
-  GENERATOR(sfmt19937)                      \
-  GENERATOR(rdrand)
-
-#define RVN_NOTHING(family, stateSize)
-#define RVN_DECLARATION(name) extern const BrngRecord name##Record;
-#define RVN_ADDRESS(name) &name##Record,
-#define RVN_BUFFER_ADDRESS(family, stateSize) &bufferFed<family, stateSize>,
-
 namespace rvn::RVN_LEVEL_NAMESPACE {
 
-RVN_FAMILIES(RVN_DECLARATION, RVN_NOTHING)
+extern const BrngRecord mcg31Record;
+extern const BrngRecord r250Record;
+extern const BrngRecord mrg32k3aRecord;
+extern const BrngRecord mcg59Record;
+extern const BrngRecord wichmannHillRecord;
+extern const BrngRecord sobolRecord;
+extern const BrngRecord niederreiterRecord;
+extern const BrngRecord mt19937Record;
+extern const BrngRecord mt2203Record;
+extern const BrngRecord sfmt19937Record;
+extern const BrngRecord rdrandRecord;
 
 namespace {
 
+// A family that a caller's buffer would feed: no stream of it can exist.
 template <std::int32_t number, std::uint32_t bytes>
 constexpr BrngRecord bufferFed = {number, 1, bytes, 0, 1, 4, 32, nullptr};
 
-constexpr const BrngRecord* families[] = {RVN_FAMILIES(RVN_ADDRESS, RVN_BUFFER_ADDRESS)};
+// In the order of their numbers.
+constexpr const BrngRecord* families[] = {
+    &mcg31Record,       &r250Record,         &mrg32k3aRecord,  &mcg59Record,  &wichmannHillRecord,
+    &sobolRecord,       &niederreiterRecord, &mt19937Record,   &mt2203Record, &bufferFed<9, 40>,
+    &bufferFed<10, 56>, &bufferFed<11, 48>,  &sfmt19937Record, &rdrandRecord,
+};
 
 template <std::int32_t n>
 consteval std::int32_t lengthOf(const BrngRecord* const (&)[n]) {

@@ -300,7 +300,7 @@ TEST(Families, FewerThanOneFunctionCountsAsOne) {
   EXPECT_EQ(task.coeff(), constructed(p));
 }
 
-// One block at most for a whole construction, and none where the text of a family promises none; a block
+// One block at most for a whole construction, and none for broken lines and short quadratic splines; a block
 // that cannot be had leaves the coefficients alone.
 TEST(Families, TakeOneBlockAndGiveItBack) {
   problem::forEach(20, {50, 4094, 4095}, [](const Problem& p) {

@@ -51,7 +51,7 @@ bool everythingWorks() {
 }
 
 TEST(Fork, ChildOfABusyProcessWorks) {
-  rvn::heapHooks = {__libc_malloc, __libc_calloc, __libc_realloc, __libc_free};
+  rvn::heapHooks = {__libc_malloc, __libc_free};
   std::atomic<bool> stop{false};
   std::atomic<int> wrong{0};
   std::vector<std::thread> busy;

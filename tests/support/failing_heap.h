@@ -31,7 +31,7 @@ class FailingHeap {
     counts = {};
     counts.failAt = n;
     counts.below = kept_;
-    rvn::heapHooks = {allocate, kept_.clearAllocate, kept_.resize, free};
+    rvn::heapHooks = {allocate, free};
   }
   FailingHeap(const FailingHeap&) = delete;
   FailingHeap& operator=(const FailingHeap&) = delete;
