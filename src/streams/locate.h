@@ -22,16 +22,19 @@ inline std::int32_t memberOf(std::int32_t brngId) {
   return member >= 0 && member < wichmannHillMembers ? member : 0;
 }
 
+inline std::int32_t familyOf(std::int32_t brngId) {
+  return namesFamily(brngId) ? brngId / firstFamilyForm - 1 : brngRegistry.memberRow[brngId];
+}
+
 // The generator that a stream has.
 inline const BrngRecord& recordOf(std::int32_t brngId) {
-  return *brngRegistry
-              .family[namesFamily(brngId) ? brngId / firstFamilyForm - 1 : brngRegistry.memberRow[brngId]];
+  return *brngRegistry.family[familyOf(brngId)];
 }
 
 // Whether streams can be made of it.
 inline bool isUsable(std::int32_t brngId) {
-  if (brngId < 0 || (!namesFamily(brngId) && brngId >= memberRowCount)) return false;
-  if (namesFamily(brngId) && brngId / firstFamilyForm > brngRegistry.familyCount) return false;
+  const bool isRow = brngId >= 0 && brngId < memberRowCount;
+  if (!isRow && !(namesFamily(brngId) && familyOf(brngId) < brngRegistry.familyCount)) return false;
   const BrngRecord& record = recordOf(brngId);
   return memberOf(brngId) < record.members && record.operations != nullptr;
 }

@@ -45,8 +45,16 @@ concept FillsByKind = requires(RsgStream* stream, std::int64_t n, double* d, flo
   { Rule::fillRaw(stream, n, raw) } -> Is<std::int32_t>;
 };
 
+// Whoever has a move by name has it in this form, or it would be refused.
 template <class Rule>
-concept GeneratorRule = Seeds<Rule> &&(FillsSinks<Rule> || FillsByKind<Rule>);
+concept MovesInForm = (Leapfrogs<Rule> || !requires { &Rule::leapfrog; }) &&
+                      (Skips<Rule> || !requires { &Rule::skip; });
+
+template <class Rule>
+concept Fills = FillsSinks<Rule> || FillsByKind<Rule>;
+
+template <class Rule>
+concept GeneratorRule = Seeds<Rule> && MovesInForm<Rule> && Fills<Rule>;
 
 template <Seeds Rule>
 std::int32_t stateOperation(std::int32_t method, RsgStream* header, std::int64_t count,
