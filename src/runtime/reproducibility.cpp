@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "runtime/cpu_features.h"
+#include "runtime/cpu_level.h"
 #include "runtime/platform.h"
 
 namespace rvn {
