@@ -41,9 +41,7 @@ std::int32_t dfTaskEditSpline(DfTask* task, std::int32_t order, std::int32_t kin
 std::int32_t dfTaskDestroy(DfTask** task) {
   if (task == nullptr || *task == nullptr) return DF_ERROR_NULL_TASK;
   DfTask* record = *task;
-  rvn::rvnFree(record->yRows);
-  rvn::rvnFree(record->coeffRows);
-  rvn::rvnFree(record->lookup);
+  if (record->coeffRows != record->coeffRoom) rvn::rvnFree(record->coeffRows);
   rvn::rvnFree(record);
   *task = nullptr;
   return DF_STATUS_OK;

@@ -16,9 +16,10 @@ struct LookupCell {
   std::uint32_t hi;
 };
 
-constexpr std::int64_t lookupTableBytes = 8192;
-// The search's builder writes up to one entry past `lookupCells`; two spare entries keep that inside the block.
-constexpr std::int64_t lookupSpareCells = 2;
+// Coarse cells of a partition: one for 16 breakpoints, 16 to 1024 of them.
+constexpr std::int64_t lookupCellsOf(std::int64_t nx) {
+  return nx < 16 * 16 ? 16 : nx / 16 > 1024 ? 1024 : nx / 16;
+}
 
 }  // namespace rvn
 
@@ -31,7 +32,7 @@ struct DfTask {
   const double* x;  // the caller's breakpoints, or the two ends of a uniform partition
   std::int64_t xhint;
   std::int64_t ny;
-  const double** yRows;  // owned table of max(ny, 1) rows of the caller
+  const double** yRows;  // table of max(ny, 1) rows of the caller, in the record's block
   std::int64_t yhint;
   std::int64_t order;
   std::int64_t kind;
@@ -39,11 +40,12 @@ struct DfTask {
   const double* ic;  // the caller's
   std::int64_t bcType;
   const double* bc;    // the caller's
-  double** coeffRows;  // owned table of max(ny, 1) rows of the caller
+  double** coeffRows;  // table of max(ny, 1) rows of the caller: coeffRoom, or a block of its own
+  double** coeffRoom;  // in the record's block; null for many functions
   std::int64_t coeffHint;
   std::uint32_t prebuilt;  // non-zero: construct and interpolate trust the caller's arrays
   std::int64_t lookupCells;
-  rvn::LookupCell* lookup;  // owned
+  rvn::LookupCell* lookup;  // in the record's block
   double lookupInvWidth;
 };
 

@@ -8,22 +8,37 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// A table of max(rows, 1) null row pointers, or null: entries that are never set stay recognisable. Rows that
-// `count` elements apart would reach beyond the address space are refused like exhausted memory.
-template <class Row>
-Row* allocateRows(std::int64_t rows, std::int64_t rowLength) {
-  const std::int64_t entries = rows > 1 ? rows : 1;
-  std::ptrdiff_t reach = 0;
-  if (__builtin_mul_overflow(rowLength, entries, &reach)) return nullptr;
-  if (__builtin_mul_overflow(reach, std::ptrdiff_t{sizeof(double)}, &reach)) return nullptr;
-  std::size_t bytes = 0;
-  if (__builtin_mul_overflow(entries, sizeof(Row), &bytes)) return nullptr;
-  auto* table = static_cast<Row*>(rvnMalloc(bytes, blockAlignment));
-  if (table == nullptr) return nullptr;
-  for (std::int64_t i = 0; i < entries; ++i)
-    table[i] = nullptr;
-  return table;
+// Up to so many functions the rows of coefficients have their place in the record's block.
+constexpr std::int64_t functionsInBlock = 64;
+
+std::int64_t rowCount(std::int64_t ny) {
+  return ny > 1 ? ny : 1;
 }
+
+// Whether `rows` rows of `rowLength` doubles lie inside the address space.
+bool reachable(std::int64_t rows, std::int64_t rowLength) {
+  std::ptrdiff_t reach = 0;
+  return !__builtin_mul_overflow(rowLength, rows, &reach) &&
+         !__builtin_mul_overflow(reach, std::ptrdiff_t{sizeof(double)}, &reach);
+}
+
+// The block of a task: the record, its row tables, its look-up table.
+struct TaskLayout {
+  std::int64_t rows;
+  std::int64_t coeffRows;
+  std::size_t bytes = 0;
+  bool fits = false;
+
+  TaskLayout(std::int64_t nx, std::int64_t xhint, std::int64_t ny)
+      : rows(rowCount(ny)), coeffRows(rows <= functionsInBlock ? rows : 0) {
+    const std::int64_t cells = xhint == DF_XHINT_UNIFORM ? 0 : lookupCellsOf(nx);
+    std::size_t rowBytes = 0;
+    fits = !__builtin_mul_overflow(rows + coeffRows, sizeof(double*), &rowBytes) &&
+           !__builtin_add_overflow(
+               rowBytes, sizeof(DfTask) + static_cast<std::size_t>(cells) * sizeof(LookupCell), &bytes);
+  }
+};
+static_assert(sizeof(DfTask) % alignof(LookupCell) == 0);
 
 std::int32_t create(DfTask** task, std::int64_t nx, const double* x, std::int64_t xhint, std::int64_t ny,
                     const double* y, std::int64_t yhint, std::uint32_t flags) {
@@ -37,53 +52,61 @@ std::int32_t create(DfTask** task, std::int64_t nx, const double* x, std::int64_
       yhint != DF_VALUES_FIRST_ROW)
     return DF_ERROR_VALUES_HINT;
 
-  // From here on *task is set, so that a failure leaves everything within reach of dfTaskDestroy.
-  auto* record = static_cast<DfTask*>(rvnMalloc(sizeof(DfTask), blockAlignment));
+  const TaskLayout layout(nx, xhint, ny);
+  const bool fits = layout.fits && (y == nullptr || reachable(layout.rows, nx));
+  auto* record = fits ? static_cast<DfTask*>(rvnMalloc(layout.bytes, blockAlignment)) : nullptr;
   *task = record;
   if (record == nullptr) return DF_ERROR_MEMORY;
   *record = DfTask{};
   record->nx = nx;
   record->x = x;
   record->xhint = xhint;
+  // Entries that are never set stay recognisable.
+  auto** const rows = reinterpret_cast<const double**>(record + 1);
+  for (std::int64_t i = 0; i < layout.rows + layout.coeffRows; ++i)
+    rows[i] = nullptr;
   if (y != nullptr) {
-    const bool byFunction = yhint == DF_VALUES_DEFAULT || yhint == DF_VALUES_BY_FUNCTION;
-    record->yRows = allocateRows<const double*>(ny, nx);
-    if (record->yRows == nullptr) return DF_ERROR_MEMORY;
-    if (byFunction) {
+    record->yRows = rows;
+    if (yhint == DF_VALUES_DEFAULT || yhint == DF_VALUES_BY_FUNCTION) {
       for (std::int64_t i = 0; i < ny; ++i)
-        record->yRows[i] = y + static_cast<std::ptrdiff_t>(i * nx);
+        rows[i] = y + static_cast<std::ptrdiff_t>(i * nx);
     } else {
-      record->yRows[0] = y;
+      rows[0] = y;
     }
   }
+  if (layout.coeffRows > 0) record->coeffRoom = const_cast<double**>(rows + layout.rows);
+  record->lookup = reinterpret_cast<LookupCell*>(rows + layout.rows + layout.coeffRows);
   record->ny = ny;
   record->yhint = yhint;
   record->flags = flags;
   record->taskClass = 4;
   record->reservedOne0 = 1;
   record->reservedOne1 = 1;
-
-  constexpr std::size_t lookupBytes = lookupTableBytes + lookupSpareCells * sizeof(LookupCell);
-  record->lookup = static_cast<LookupCell*>(rvnMalloc(lookupBytes, blockAlignment));
-  if (record->lookup == nullptr) return DF_ERROR_MEMORY;
   return DF_STATUS_OK;
 }
 
-// The row table of the coefficients; the rows stand one after another unless only the first is given.
+// The row table of the coefficients; the rows stand one after another unless only the first is given. Rows that reach
+// beyond the address space are refused like exhausted memory.
 std::int32_t setCoefficients(DfTask& task, double* coeff, std::int64_t coeffHint) {
   if (task.ny == 0) return DF_ERROR_FUNCTION_COUNT;
-  rvnFree(task.coeffRows);
+  if (task.coeffRows != task.coeffRoom) rvnFree(task.coeffRows);
+  task.coeffRows = nullptr;
+  const std::int64_t rows = rowCount(task.ny);
   const std::int64_t cells = task.kind == DF_KIND_SUBBOTIN ? task.nx : task.nx - 1;
   const std::int64_t rowLength = task.order * cells;
   const bool firstRowOnly = (coeffHint & DF_COEFF_FIRST_ROW) != 0;
-  task.coeffRows = allocateRows<double*>(task.ny, firstRowOnly ? 0 : rowLength);
-  if (task.coeffRows == nullptr) return DF_ERROR_MEMORY;
-  if (firstRowOnly) {
-    task.coeffRows[0] = coeff;
-  } else {
-    for (std::int64_t i = 0; i < task.ny; ++i)
-      task.coeffRows[i] = coeff + static_cast<std::ptrdiff_t>(i * rowLength);
+  if (!firstRowOnly && !reachable(rows, rowLength)) return DF_ERROR_MEMORY;
+  double** table = task.coeffRoom;
+  if (table == nullptr) {
+    std::size_t bytes = 0;
+    if (!__builtin_mul_overflow(rows, sizeof(double*), &bytes))
+      table = static_cast<double**>(rvnMalloc(bytes, blockAlignment));
+    if (table == nullptr) return DF_ERROR_MEMORY;
   }
+  task.coeffRows = table;
+  table[0] = firstRowOnly || task.ny > 0 ? coeff : nullptr;
+  for (std::int64_t i = 1; i < rows; ++i)
+    table[i] = firstRowOnly ? nullptr : coeff + static_cast<std::ptrdiff_t>(i * rowLength);
   return DF_STATUS_OK;
 }
 
