@@ -48,9 +48,10 @@ SCRIPT
   chmod +x "$dir/wine"
 }
 
-# Without a server that stays, with its output closed, every test would wait for the end of one.
+# Without a server that stays, with its output closed, every test would wait for the end of one; there may be one.
 start() {
-  "$dir/wine" server -p </dev/null >/dev/null 2>&1 && timeout 120 "$dir/wine" cmd /c exit </dev/null >/dev/null 2>&1
+  "$dir/wine" server -p </dev/null >/dev/null 2>&1 || true
+  timeout 120 "$dir/wine" cmd /c exit </dev/null >/dev/null 2>&1
 }
 
 if ! { { [ -x "$dir/wine" ] || fetch; } && start; }; then
