@@ -22,8 +22,8 @@ inline Pair greaterOf(Pair a, Pair b) {
 }
 
 inline void storeAsInts(std::int32_t* to, Pair v) {
-  for (int i = 0; i < 2; ++i)
-    to[i] = static_cast<std::int32_t>(v[i]);
+  const std::int32_t ints[2] = {static_cast<std::int32_t>(v[0]), static_cast<std::int32_t>(v[1])};
+  __builtin_memcpy(to, ints, sizeof ints);
 }
 
 inline Pair loadPairOfInts(const void* from) {
