@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "interp/few_sites.h"
 #include "interp/plan.h"
 #include "runtime/memory.h"
 #include "runtime/work_share.h"
@@ -190,7 +191,8 @@ std::int32_t runAll(const Run& run, std::int64_t workers, const WorkShareTable& 
   return runRange(run, done, nsite - done, 0);
 }
 
-std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const WorkShareTable& workShare) {
+[[gnu::noinline]] std::int32_t interpolateInBlocks(const DfTask& task, const InterpolateCall& call,
+                                                   const WorkShareTable& workShare) {
   Plan plan;
   if (const std::int32_t status = planInterpolation(task, call, plan); status < 0) return status;
   const std::int64_t workers = workShare.threadCount();
@@ -211,6 +213,14 @@ std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const 
   const std::int32_t status = runAll(run, workers, workShare);
   rvnFree(block);
   return status;
+}
+
+std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const WorkShareTable& workShare) {
+  if (isOfFewSites(task, call)) {
+    interpolateFew(task, call);
+    return DF_STATUS_OK;
+  }
+  return interpolateInBlocks(task, call, workShare);
 }
 
 std::int32_t searchCells(const DfTask& task, std::int64_t /*method*/, std::int64_t nsite, const double* site,

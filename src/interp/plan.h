@@ -48,7 +48,7 @@ inline std::int64_t entry(const Wanted& wanted, std::int64_t k) {
   return static_cast<const std::int32_t*>(wanted.dorder)[k];
 }
 
-inline Wanted readWanted(const DfTask& task, const InterpolateCall& call) {
+[[gnu::noinline]] Wanted readWanted(const DfTask& task, const InterpolateCall& call) {
   Wanted wanted = {0, call.ndorder, call.dorder, (task.flags & 1U) != 0, 0};
   std::uint64_t sum = 0;
   for (std::int64_t k = 0; k < wanted.ndorder; ++k) {
@@ -89,8 +89,14 @@ inline std::int32_t checkRows(const DfTask& task, Pieces pieces, std::int64_t nf
   return DF_STATUS_OK;
 }
 
-// Another number for DF_RESULTS_DERIVS_INNER.
-constexpr std::int64_t derivsInnerToo = 128;
+inline bool isSitesInner(std::int64_t rhint) {
+  return rhint == DF_RESULTS_SITES_INNER || rhint == DF_RESULTS_DEFAULT;
+}
+
+inline bool isResultLayout(std::int64_t rhint) {
+  constexpr std::int64_t derivsInnerToo = 128;
+  return isSitesInner(rhint) || rhint == DF_RESULTS_DERIVS_INNER || rhint == derivsInnerToo;
+}
 
 inline Evaluator evaluatorOf(Pieces pieces, std::int64_t order) {
   switch (pieces) {
@@ -121,9 +127,8 @@ inline std::int32_t planInterpolation(const DfTask& task, const InterpolateCall&
   const bool givenCells = call.type == DF_WANT_GIVEN_CELLS;
   const std::int32_t path = givenCells ? 0 : chooseSearch(task, call.sitehint, call.datahint, call.searchCb);
   if (path < 0) return path;
-  const bool sitesInner = call.rhint == DF_RESULTS_SITES_INNER || call.rhint == DF_RESULTS_DEFAULT;
-  if (!sitesInner && call.rhint != DF_RESULTS_DERIVS_INNER && call.rhint != derivsInnerToo)
-    return DF_ERROR_RESULTS_HINT;
+  if (!isResultLayout(call.rhint)) return DF_ERROR_RESULTS_HINT;
+  const bool sitesInner = isSitesInner(call.rhint);
   plan.nfunc = functionsOf(task);
   if (const std::int32_t status = checkRows(task, pieces, plan.nfunc); status < 0) return status;
 

@@ -191,13 +191,6 @@ std::int32_t searchDefault(const CellSearchArgs& args) {
   return 0;
 }
 
-// Cell by the spacing: floor of the scaled distance to x[0], plus 1, inside 1 .. nx; 0 left of x[0] and for
-// NaN.
-inline std::int32_t estimate(double s, double x0, double spacing, double lastCell) {
-  const double steps = stepsFromFirst(s, x0, spacing, lastCell);
-  return static_cast<std::int32_t>(s >= x0 ? steps : -1.0) + 1;
-}
-
 void estimateAll(const CellSearchArgs& args, std::int64_t nsite, const double* site,
                  std::int32_t* __restrict cell) {
   const double x0 = args.x[0];

@@ -41,6 +41,13 @@ inline V stepsFromFirst(V s, V x0, V spacing, V last) {
   return below > V{} ? below : V{};
 }
 
+// Cell by the spacing: floor of the scaled distance to x[0], plus 1, inside 1 .. nx; 0 left of x[0] and for
+// NaN.
+inline std::int32_t estimate(double s, double x0, double spacing, double lastCell) {
+  const double steps = stepsFromFirst(s, x0, spacing, lastCell);
+  return static_cast<std::int32_t>(s >= x0 ? steps : -1.0) + 1;
+}
+
 inline double searchParam(const DfTask& task, std::int32_t path, const double* datahint) {
   const auto cells = static_cast<double>(task.nx - 1);
   switch (path) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -181,6 +182,78 @@ TEST(Evaluate, SubbotinPiecesJoinAtTheKnots) {
       EXPECT_TRUE(same(r, want));
     }
   }
+}
+
+// Information that tells nothing sends a call through the blocks: whatever number of sites goes in one call, also where
+// the results replace the sites, their cells and bits are those.
+TEST(Evaluate, FewSitesAreTheBlockwiseResult) {
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  const double nothing[5] = {0.0, 0.0, 0.0, 0.0, 0.0};
+  const struct {
+    std::int32_t order;
+    std::int32_t kind;
+  } kinds[] = {{2, 0}, {3, 0}, {3, DF_KIND_SUBBOTIN}, {4, DF_KIND_NATURAL}, {5, 0}};
+  const std::vector<std::int32_t> requests[] = {{},           {1}, {0, 1},  {1, 0, 1},
+                                                {1, 1, 1, 1}, {2}, {1, -1}, {0, 0, 0, 0, 1}};
+  for (const auto& kind : kinds)
+    for (const std::int32_t nx : {2, 3, 17, 300})
+      for (const std::int32_t xhint : {DF_XHINT_NONE, DF_XHINT_QUASI_UNIFORM, DF_XHINT_UNIFORM})
+        for (const std::int32_t ny : {1, 3}) {
+          const bool uniform = xhint == DF_XHINT_UNIFORM;
+          const std::vector<double> x = breakpoints(nx, uniform);
+          Task task(nx, uniform ? std::vector<double>{x.front(), x.back()} : x, xhint, ny,
+                    std::vector<double>(static_cast<std::size_t>(nx * ny)), 0,
+                    {kind.order, kind.kind, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+          fill(task.coeff());
+          for (const std::size_t count : {1U, 2U, 6U, 7U, 40U}) {
+            std::vector<double> any = sitesOver(x, count + 3);
+            any.insert(any.begin() + 1, {x[1], nan, infinity, -infinity});
+            any.resize(count);
+            std::vector<double> sorted = sitesOver(x, count);
+            std::sort(sorted.begin(), sorted.end());
+            for (const std::vector<std::int32_t>& dorder : requests)
+              for (const std::int32_t rhint : {DF_RESULTS_SITES_INNER, DF_RESULTS_DERIVS_INNER})
+                for (const std::int32_t sitehint : {DF_SITES_NONE, DF_SITES_SORTED, DF_SITES_UNIFORM}) {
+                  SCOPED_TRACE(testing::Message()
+                               << "order " << kind.order << ", kind " << kind.kind << ", nx " << nx
+                               << ", xhint " << xhint << ", ny " << ny << ", " << count << " sites, hint "
+                               << sitehint << ", rhint " << rhint << ", dorder "
+                               << testing::PrintToString(dorder));
+                  support::Query query = {sitehint == DF_SITES_NONE ? any : sorted, dorder, rhint};
+                  query.sitehint = sitehint;
+                  query.nsite = static_cast<std::int32_t>(count);
+                  if (sitehint == DF_SITES_UNIFORM) query.sites = {x.front() - 0.3, x.back()};
+                  std::vector<double> blocks(5 * count * static_cast<std::size_t>(ny) + guard, -77.0);
+                  std::vector<double> r = blocks;
+                  std::vector<std::int32_t> blockCells(count, -9);
+                  std::vector<std::int32_t> cells = blockCells;
+                  query.want = DF_WANT_INTERPOLATE | DF_WANT_CELLS;
+                  query.datahint = nothing;
+                  ASSERT_EQ(interpolate(task, query, blocks, blockCells.data()), DF_STATUS_OK);
+                  query.datahint = nullptr;
+                  ASSERT_EQ(interpolate(task, query, r, cells.data()), DF_STATUS_OK);
+                  ASSERT_TRUE(same(r, blocks));
+                  ASSERT_TRUE(same(cells, blockCells));
+                  query.want = DF_WANT_GIVEN_CELLS;
+                  r.assign(r.size(), -77.0);
+                  ASSERT_EQ(interpolate(task, query, r, cells.data()), DF_STATUS_OK);
+                  ASSERT_TRUE(same(r, blocks));
+                  query.want = DF_WANT_INTERPOLATE;
+                  std::vector<double> inPlace(blocks.size(), -77.0);
+                  std::copy(query.sites.begin(), query.sites.end(), inPlace.begin());
+                  ASSERT_EQ(dfTaskInterpolate(task.get(), 1, 1, query.nsite, inPlace.data(), sitehint,
+                                              static_cast<std::int32_t>(dorder.size()),
+                                              dorder.empty() ? nullptr : dorder.data(), nullptr,
+                                              inPlace.data(), rhint, nullptr),
+                            DF_STATUS_OK);
+                  if (count > 6 || kind.order > 4) continue;
+                  for (std::size_t i = 0; i < blocks.size(); ++i)
+                    if (blocks[i] == -77.0) inPlace[i] = -77.0;  // a site behind the results
+                  ASSERT_TRUE(same(inPlace, blocks));
+                }
+          }
+        }
 }
 
 // A call that wants its cells goes in blocks: the same sites without cells must give the same bits, whatever
