@@ -16,7 +16,7 @@ constexpr std::int32_t shippedRows = 10;
 // Asked of the numbers: under a sanitizer an address is not compared with null in a constant.
 consteval bool isBuilt(std::int32_t level) {
 #define RVN_BUILT_LEVEL(n) \
-  if (level == n) return true;
+  if (level == (n)) return true;
 #include "ravenfit_built_levels.inc"
 #undef RVN_BUILT_LEVEL
   return false;
@@ -46,7 +46,7 @@ struct SolverLevels {
 consteval SolverLevels makeSolverLevels() {
   SolverLevels of = {};
 #define RVN_LEVEL_ROW(number, flags, bytes, integers, fused, tabled, solver, needs) \
-  if (number < shippedRows || isBuilt(number)) of.level[solver] = number;
+  if ((number) < shippedRows || isBuilt(number)) of.level[solver] = number;
 #include "vector/levels.inc"
 #undef RVN_LEVEL_ROW
   return of;
