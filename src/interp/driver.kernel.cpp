@@ -216,10 +216,7 @@ std::int32_t runAll(const Run& run, std::int64_t workers, const WorkShareTable& 
 }
 
 std::int32_t interpolate(const DfTask& task, const InterpolateCall& call, const WorkShareTable& workShare) {
-  if (isOfFewSites(task, call)) {
-    interpolateFew(task, call);
-    return DF_STATUS_OK;
-  }
+  if (isOfFewSites(task, call) && interpolateFew(task, call)) return DF_STATUS_OK;
   return interpolateInBlocks(task, call, workShare);
 }
 

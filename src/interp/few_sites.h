@@ -23,7 +23,7 @@ inline bool isOfFewSites(const DfTask& task, const InterpolateCall& call) {
     return false;
   if (task.xhint == DF_XHINT_QUASI_UNIFORM || call.datahint != nullptr || call.searchCb != nullptr)
     return false;
-  if (task.coeffRows == nullptr) return false;
+  if (task.coeffRows == nullptr || (task.flags & 1U) != 0) return false;
   for (std::int64_t f = 0; f < functionsOf(task); ++f)
     if (task.coeffRows[f] == nullptr) return false;
   return isResultLayout(call.rhint);
@@ -90,16 +90,23 @@ template <int order>
 }
 
 template <int order>
-inline void evaluateFew(const DfTask& task, const InterpolateCall& call, const FewPieces& at) {
-  // What most calls ask for, in its two forms.
-  if (call.ndorder == 0 ||
-      (call.ndorder == 1 && (task.flags & 1U) == 0 && *static_cast<const std::int32_t*>(call.dorder) == 1))
-    return valuesOfFew<order>(task, call, at);
-  derivativesOfFew<order>(task, call, readWanted(task, call), at);
+inline void evaluateFew(const DfTask& task, const InterpolateCall& call, bool valuesAlone,
+                        const Wanted& wanted, const FewPieces& at) {
+  if (valuesAlone) return valuesOfFew<order>(task, call, at);
+  derivativesOfFew<order>(task, call, wanted, at);
 }
 
-// All sites are read before a result is written, which may replace them.
-[[gnu::noinline]] void interpolateFew(const DfTask& task, const InterpolateCall& call) {
+// False, with nothing done, if more results are wanted of a site than a derivative each. All sites are read before a
+// result is written, which may replace them.
+[[gnu::noinline]] bool interpolateFew(const DfTask& task, const InterpolateCall& call) {
+  // What most calls ask for, in its two forms.
+  const bool valuesAlone =
+      call.ndorder == 0 || (call.ndorder == 1 && *static_cast<const std::int32_t*>(call.dorder) == 1);
+  Wanted wanted;
+  if (!valuesAlone) {
+    wanted = readWanted(task, call);
+    if (wanted.nres > DF_ORDER_CUBIC) return false;
+  }
   const std::int64_t nx = task.nx;
   const double x0 = task.x[0];
   const bool uniform = isUniform(task);
@@ -125,12 +132,16 @@ inline void evaluateFew(const DfTask& task, const InterpolateCall& call, const F
   }
   switch (call.kind->pieces) {
     case linearPieces:
-      return evaluateFew<2>(task, call, at);
+      evaluateFew<2>(task, call, valuesAlone, wanted, at);
+      break;
     case quadraticPieces:
-      return evaluateFew<3>(task, call, at);
+      evaluateFew<3>(task, call, valuesAlone, wanted, at);
+      break;
     default:
-      return evaluateFew<4>(task, call, at);
+      evaluateFew<4>(task, call, valuesAlone, wanted, at);
+      break;
   }
+  return true;
 }
 
 }  // namespace

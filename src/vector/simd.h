@@ -23,10 +23,7 @@ inline Lanes magnitude(Lanes a) {
   return (Lanes)((LaneMask)a & INT64_MAX);
 }
 
-// The greater of two numbers, or of each pair of lanes; b where one of them is no number.
-inline double greaterOf(double a, double b) {
-  return a > b ? a : b;
-}
+// greaterOf(a, b): the greater of two numbers, or of each pair of lanes; b where one of them is no number.
 
 // a * b + c, rounded once where the level has the instruction and twice elsewhere. Bodies that promise equal
 // results on every level write the two operations out instead.

@@ -17,6 +17,10 @@ inline Pair truncated(Pair v) {
   return Pair{asInt(v[0]), asInt(v[1])};
 }
 
+inline double greaterOf(double a, double b) {
+  return a > b ? a : b;
+}
+
 inline Pair greaterOf(Pair a, Pair b) {
   return a > b ? a : b;
 }

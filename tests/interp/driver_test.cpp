@@ -124,19 +124,20 @@ TEST(Driver, CommonCallsAllocateNothing) {
 // or cannot exist.
 TEST(Driver, WithoutMemoryNothingIsWritten) {
   const std::int32_t ny = 3000;
-  const Query query = {.sites = {0.5, 2.0, 3.5}, .dorder = {1, 1}, .want = 3};
-  const std::vector<double> pattern(std::size_t{ny} * 6, -77.0);
+  const Query query = {.sites = {0.5, 2.0, 3.5, 0.5, 2.0, 3.5, 0.5}, .dorder = {1, 1}, .want = 3};
+  const std::vector<double> pattern(std::size_t{ny} * 14, -77.0);
   for (const std::int32_t order : {2, 3000}) {
     const Task task(4, x4, DF_XHINT_NONE, order == 2 ? ny : 1, std::vector<double>(std::size_t{4 * ny}), 0,
                     {order, 0, DF_END_NONE, nullptr, DF_IC_NONE, nullptr});
     for (const int n : {1, 2}) {
       std::vector<double> r = pattern;
-      std::vector<std::int32_t> cells(3, -9);
+      std::vector<std::int32_t> cells(7, -9);
       const support::FailingHeap heap(n);
       EXPECT_EQ(interpolate(task, query, r, cells.data()), n == 1 ? DF_ERROR_MEMORY : DF_STATUS_OK);
       EXPECT_EQ(heap.calls(), 1);
       EXPECT_EQ(heap.live(), 0);
-      EXPECT_EQ(cells, n == 1 ? std::vector<std::int32_t>(3, -9) : (std::vector<std::int32_t>{1, 2, 3}));
+      EXPECT_EQ(cells,
+                n == 1 ? std::vector<std::int32_t>(7, -9) : (std::vector<std::int32_t>{1, 2, 3, 1, 2, 3, 1}));
       EXPECT_EQ(same(r, pattern), n == 1);
     }
   }
