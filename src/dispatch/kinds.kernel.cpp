@@ -28,9 +28,14 @@ constexpr const SplineKind* rows[] = {
     &secondDerivatives, &subbotin, &quadratic, &stepRight, &stepLeft, &lookup,        &anyOrder,
 };
 
+template <std::int64_t n>
+constexpr std::int64_t lengthOf(const SplineKind* const (&)[n]) {
+  return n;
+}
+
 }  // namespace
 
 extern const SplineKinds splineKinds;
-const SplineKinds splineKinds = {rows, sizeof rows / sizeof *rows};
+const SplineKinds splineKinds = {rows, lengthOf(rows)};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -129,10 +129,11 @@ void locateInLongBrackets(const CellSearchArgs& args, std::int64_t nsite, const 
   for (std::int64_t i = 0; i < nsite; ++i)
     __builtin_prefetch(args.x + first[i]);
   constexpr std::int64_t window = scannedBreakpoints;
+  constexpr std::int64_t before = window / 2 - 1;
   const auto lastGuess = static_cast<double>(nx - window);
   for (std::int64_t i = 0; i < nsite; ++i) {
     const double step = (site[i] - args.x[first[i]]) * args.lookupInvWidth * b.width[i];
-    const double guess = first[i] + step - static_cast<double>(window / 2 - 1);
+    const double guess = first[i] + step - static_cast<double>(before);
     const double inside = guess < lastGuess ? guess : lastGuess;
     first[i] = static_cast<std::int32_t>(inside > 0.0 ? inside : 0.0);
     cell[i] = first[i];
