@@ -4,8 +4,10 @@
 #include <gsl/gsl_interp.h>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "boost_splines.h"
 #include "plain_construct.h"
 #include "rows.h"
 
@@ -23,9 +25,27 @@ struct Kind {
   void (*plain)(PlainSpline&);
   const gsl_interp_type* gsl;
   bool copy;  // also beside its memory traffic alone
+  void (*boost)(benchmark::State& state, const std::vector<double>& x,
+                const std::vector<double>& y) = nullptr;
 
   bool hasKnots() const { return icType == DF_IC_KNOTS; }
 };
+
+// An object of Boost's owns its data: each is made from copies, with its memory.
+template <class Spline>
+void runBoost(benchmark::State& state, const std::vector<double>& x, const std::vector<double>& y) {
+  for (auto _ : state) {
+    std::vector<double> ownX = x;
+    std::vector<double> ownY = y;
+    const Spline spline(std::move(ownX), std::move(ownY));
+    benchmark::DoNotOptimize(&spline);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(x.size()));
+}
+
+using Makima = boost::math::interpolators::makima<std::vector<double>>;
+using Pchip = boost::math::interpolators::pchip<std::vector<double>>;
 
 const std::vector<Kind>& kinds() {
   static const std::vector<Kind> table = {
@@ -35,6 +55,10 @@ const std::vector<Kind>& kinds() {
       {"hermite", 4, DF_KIND_HERMITE, DF_END_FREE, DF_IC_SLOPES, plainHermite, nullptr, false},
       {"bessel", 4, DF_KIND_BESSEL, DF_END_FREE, 0, plainBessel, nullptr, false},
       {"akima", 4, DF_KIND_AKIMA, DF_END_FREE, 0, plainAkima, gsl_interp_akima, false},
+      {"modified akima", 4, DF_KIND_MODIFIED_AKIMA, DF_END_FREE, 0, plainModifiedAkima, nullptr, false,
+       runBoost<Makima>},
+      {"pchip", 4, DF_KIND_PCHIP, DF_END_FREE, 0, plainPchip, nullptr, false, runBoost<Pchip>},
+      {"steffen", 4, DF_KIND_STEFFEN, DF_END_FREE, 0, plainSteffen, gsl_interp_steffen, false},
       {"quadratic", 3, 0, DF_END_QUADRATIC_VALUE, 0, plainQuadratic, nullptr, false},
       {"subbotin", 3, DF_KIND_SUBBOTIN, DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, DF_IC_KNOTS, plainSubbotin,
        nullptr, false},
@@ -158,6 +182,10 @@ void registerConstructRows() {
         add("ravenfit", runRavenfit, kind, nx, ny);
         add("plain", runPlain, kind, kind.plain, nx, ny);
         if (kind.gsl != nullptr && ny == 1) add("gsl", runGsl, kind, nx);
+        if (kind.boost != nullptr && ny == 1) {
+          const Data data(kind, nx, 1);
+          add("boost", kind.boost, data.x, data.y);
+        }
         if (kind.copy) add("copy", runPlain, kind, plainCopy, nx, ny);
       }
     }

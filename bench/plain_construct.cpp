@@ -166,26 +166,78 @@ void plainBessel(PlainSpline& s) {
   }
 }
 
-void plainAkima(PlainSpline& s) {
-  const std::size_t n = s.n;
-  s.a.resize(n + 1);
-  s.b.resize(n);
-  // Chords with one more on each side that repeats the weight of its neighbour.
+namespace {
+
+// Chords, with room for one more on each side.
+double* chords(PlainSpline& s) {
+  s.a.resize(s.n + 1);
   double* d = s.a.data() + 1;
-  double* m = s.b.data();
-  for (std::size_t i = 0; i + 1 < n; ++i)
+  for (std::size_t i = 0; i + 1 < s.n; ++i)
     d[i] = (s.y[i + 1] - s.y[i]) / (s.x[i + 1] - s.x[i]);
-  d[-1] = 2.0 * d[0] - d[1];
-  d[n - 1] = 2.0 * d[n - 2] - d[n - 3];
-  for (std::size_t i = 1; i + 1 < n; ++i) {
-    const double after = std::fabs(d[i + 1] - d[i]);
-    const double before = std::fabs(d[i - 1] - (i > 1 ? d[i - 2] : d[-1]));
-    const double sum = after + before;
-    m[i] = sum < 1e-10 ? 0.5 * (d[i - 1] + d[i]) : (after * d[i - 1] + before * d[i]) / sum;
-  }
+  return d;
+}
+
+void freeCells(PlainSpline& s, const double* d, double* m) {
+  const std::size_t n = s.n;
   m[0] = 1.5 * d[0] - 0.5 * m[1];
   m[n - 1] = 1.5 * d[n - 2] - 0.5 * m[n - 2];
   hermiteCells(s, m);
+}
+
+template <class Weight>
+void akimaCells(PlainSpline& s, Weight weight) {
+  const std::size_t n = s.n;
+  double* d = chords(s);
+  s.b.resize(n);
+  double* m = s.b.data();
+  d[-1] = 2.0 * d[0] - d[1];
+  d[n - 1] = 2.0 * d[n - 2] - d[n - 3];
+  for (std::size_t i = 1; i + 1 < n; ++i) {
+    const double after = weight(d[i], d[i + 1]);
+    const double before = i > 1 ? weight(d[i - 2], d[i - 1]) : weight(d[-1], d[0]);
+    const double sum = after + before;
+    m[i] = sum < 1e-10 ? 0.5 * (d[i - 1] + d[i]) : (after * d[i - 1] + before * d[i]) / sum;
+  }
+  freeCells(s, d, m);
+}
+
+}  // namespace
+
+void plainAkima(PlainSpline& s) {
+  akimaCells(s, [](double left, double right) { return std::fabs(right - left); });
+}
+
+void plainModifiedAkima(PlainSpline& s) {
+  akimaCells(
+      s, [](double left, double right) { return std::fabs(right - left) + 0.5 * std::fabs(right + left); });
+}
+
+void plainPchip(PlainSpline& s) {
+  const double* d = chords(s);
+  s.b.resize(s.n);
+  double* m = s.b.data();
+  for (std::size_t i = 1; i + 1 < s.n; ++i) {
+    const double left = s.x[i] - s.x[i - 1];
+    const double right = s.x[i + 1] - s.x[i];
+    const double a = 2.0 * right + left;
+    const double b = right + 2.0 * left;
+    m[i] = d[i - 1] * d[i] > 0.0 ? (a + b) / (a / d[i - 1] + b / d[i]) : 0.0;
+  }
+  freeCells(s, d, m);
+}
+
+void plainSteffen(PlainSpline& s) {
+  const double* d = chords(s);
+  s.b.resize(s.n);
+  double* m = s.b.data();
+  for (std::size_t i = 1; i + 1 < s.n; ++i) {
+    const double left = s.x[i] - s.x[i - 1];
+    const double right = s.x[i + 1] - s.x[i];
+    const double p = std::fabs(d[i - 1] * right + d[i] * left) / (left + right);
+    const double least = std::fmin(std::fmin(std::fabs(d[i - 1]), std::fabs(d[i])), 0.5 * p);
+    m[i] = (std::copysign(1.0, d[i - 1]) + std::copysign(1.0, d[i])) * least;
+  }
+  freeCells(s, d, m);
 }
 
 void plainCopy(PlainSpline& s) {

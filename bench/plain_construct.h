@@ -29,6 +29,9 @@ void plainNatural(PlainSpline& s);  // Thomas' algorithm for the slopes
 void plainHermite(PlainSpline& s);
 void plainBessel(PlainSpline& s);
 void plainAkima(PlainSpline& s);
+void plainModifiedAkima(PlainSpline& s);
+void plainPchip(PlainSpline& s);
+void plainSteffen(PlainSpline& s);
 
 // The memory traffic of a broken line, or with ic that of given second derivatives, and nothing else.
 void plainCopy(PlainSpline& s);
