@@ -13,7 +13,7 @@
 
 namespace {
 
-const std::vector<std::string> others = {"plain", "gsl", "std", "lapack", "copy"};
+const std::vector<std::string> others = {"plain", "gsl", "boost", "std", "lapack", "copy"};
 
 class RatioReporter : public benchmark::BenchmarkReporter {
  public:

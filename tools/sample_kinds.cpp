@@ -71,6 +71,9 @@ constexpr Kind kinds[] = {
     {"hermite", DF_ORDER_CUBIC, DF_KIND_HERMITE, slopes, DF_IC_SLOPES},
     {"bessel", DF_ORDER_CUBIC, DF_KIND_BESSEL, DF_END_NOT_A_KNOT, DF_IC_NONE},
     {"akima", DF_ORDER_CUBIC, DF_KIND_AKIMA, DF_END_NONE, DF_IC_NONE},
+    {"modified_akima", DF_ORDER_CUBIC, DF_KIND_MODIFIED_AKIMA, DF_END_NONE, DF_IC_NONE},
+    {"pchip", DF_ORDER_CUBIC, DF_KIND_PCHIP, DF_END_NONE, DF_IC_NONE},
+    {"steffen", DF_ORDER_CUBIC, DF_KIND_STEFFEN, DF_END_NONE, DF_IC_NONE},
 };
 
 // The internal conditions of a kind; null for none.
