@@ -1,7 +1,6 @@
 #include <cstdint>
 
 #include "construct/local_cubic.h"
-#include "construct/weighted_mean.h"
 
 // The Akima cubic spline: chords weigh by how little the data bend on their own side (H. Akima, J. ACM 17, 1970),
 //
@@ -25,22 +24,9 @@ struct AkimaSlopes {
     return magnitude(dRight - dLeft);
   }
 
-  template <class V>
-  static V slope(V dLeft, V dRight, V wLeft, V wRight) {
-    return weightedMean(dLeft, dRight, wLeft, wRight);
-  }
-
   double outerWeight(Side side) const {
     const std::int64_t j = side == Side::left ? 1 : p.n - 2;
     return weight(p.difference(y, j - 1), p.difference(y, j));
-  }
-
-  // The joint of the last and the first cell. The weights on its far sides come from the cells next to it.
-  double periodicSlope() const {
-    const std::int64_t last = p.n - 2;
-    const double before = p.difference(y, last);
-    const double after = p.difference(y, 0);
-    return slope(before, after, weight(p.difference(y, last - 1), before), weight(after, p.difference(y, 1)));
   }
 
   // The chords' slopes, continued by half a cell.

@@ -8,18 +8,18 @@
 // coefficients of the cells before it, so that the divisions of one overlap with the rest of the other. The
 // few cells at the ends of a block go through a short run of arrays.
 //
-// A kind gives a rule: a record over Values and uniformity, made for one function of a task, its partition and values.
-// Formulas are templates over V, a double or a vector of neighbouring breakpoints from i on; dLeft and dRight are the
-// chords d_(i-1) and d_i beside breakpoint i.
+// A kind gives a rule: a record over Values and uniformity, made for one function of a task, its partition p and values
+// y. Formulas are templates over V, a double or a vector of neighbouring breakpoints from i on; dLeft and dRight are the
+// chords d_(i-1) and d_i beside breakpoint i, over cells of the widths hLeft and hRight. A rule has one of
 //
-//   periodicSlope()           the slope at both ends of periodic data
-//   freeSlope(side)           the slope at an end without condition, where the kind serves such ends
-// and one of
-//   slope<V>(i)               the slope m_i from what is given
-//   slope(i, dLeft, dRight)   the slope m_i from its chords
-//   weight(dLeft, dRight)     a weight w_j of the chords beside breakpoint j, with
-//   outerWeight(side)         w_0 or w_(n-1), which have a chord on one side alone, and
-//   slope(dLeft, dRight, wLeft, wRight)   the slope by the weights w_(i-1) and w_(i+1)
+//   slope(hLeft, hRight, dLeft, dRight)   the slope m_i from its chords, anywhere
+//   weight(dLeft, dRight)     a weight w_j of the chords beside breakpoint j, for Akima's mean, and
+//     outerWeight(side)       w_0 or w_(n-1), which have a chord on one side alone
+//   slope(i, dLeft, dRight)   the slope m_i where its place counts, and
+//     periodicSlope()         the slope at both ends of periodic data
+//   slope<V>(i)               the slope m_i from what is given, and periodicSlope()
+//
+// and where the kind serves ends without condition freeSlope(side), the slope there.
 
 #include <cstdint>
 
@@ -28,6 +28,7 @@
 #include "construct/partition.h"
 #include "construct/scratch.h"
 #include "construct/values.h"
+#include "construct/weighted_mean.h"
 #include "task/spline_kind.h"
 #include "vector/smaller.h"
 
@@ -75,6 +76,22 @@ concept Weighs = requires(const Rule& rule, double d) {
   rule.weight(d, d);
 };
 
+template <class Rule>
+concept GoesByChords = requires(double a) {
+  Rule::slope(a, a, a, a);
+};
+
+// The slopes at the breakpoints from i on by the chords beside them.
+template <class V, class Rule>
+inline V chordSlope(const Rule& rule, std::int64_t i, V dLeft, V dRight) {
+  if constexpr (GoesByChords<Rule>) {
+    return Rule::slope(rule.p.template distances<V>(i - 1, i), rule.p.template distances<V>(i, i + 1), dLeft,
+                       dRight);
+  } else {
+    return rule.slope(i, dLeft, dRight);
+  }
+}
+
 // Slopes of vectors of breakpoints in ascending order: push(i, d) takes the chords from i on and returns the slopes `lag`
 // vectors before. Slopes depend on `reach` cells on either side of those beside the breakpoint.
 template <class Rule>
@@ -90,7 +107,7 @@ class SlopePass {
   Lanes push(std::int64_t i, Lanes d) {
     const Lanes before = oneDown(last_, d);
     last_ = d;
-    return rule_.slope(i, before, d);
+    return chordSlope(rule_, i, before, d);
   }
 
  private:
@@ -130,7 +147,7 @@ class SlopePass<Rule> {
   Lanes push(std::int64_t, Lanes d) {
     const Lanes beforeNext = oneDown(after_, d);
     const Lanes weightNext = Rule::weight(beforeNext, d);
-    const Lanes m = Rule::slope(before_, after_, oneDown(weightLast_, weight_), oneUp(weight_, weightNext));
+    const Lanes m = weightedMean(before_, after_, oneDown(weightLast_, weight_), oneUp(weight_, weightNext));
     before_ = beforeNext;
     after_ = d;
     weightLast_ = weight_;
@@ -279,16 +296,31 @@ struct LocalSpline {
         if (j < 1) return rule.outerWeight(Side::left);
         return j > p.n - 2 ? rule.outerWeight(Side::right) : Rule::weight(*run.d(j - 1), *run.d(j));
       };
-      return Rule::slope(*run.d(i - 1), *run.d(i), weight(i - 1), weight(i + 1));
+      return weightedMean(*run.d(i - 1), *run.d(i), weight(i - 1), weight(i + 1));
     } else if constexpr (GivesSlopes<Rule>) {
       return rule.template slope<double>(i);
     } else {
-      return rule.slope(i, *run.d(i - 1), *run.d(i));
+      return chordSlope(rule, i, *run.d(i - 1), *run.d(i));
+    }
+  }
+
+  // The slope at both ends of periodic data, where the last cell meets the first.
+  double jointSlope(const Rule& rule, const Values& y) const {
+    const std::int64_t last = p.n - 2;
+    const double before = p.difference(y, last);
+    const double after = p.difference(y, 0);
+    if constexpr (Weighs<Rule>) {
+      return weightedMean(before, after, Rule::weight(p.difference(y, last - 1), before),
+                          Rule::weight(after, p.difference(y, 1)));
+    } else if constexpr (GoesByChords<Rule>) {
+      return Rule::slope(p.step(last), p.step(0), before, after);
+    } else {
+      return rule.periodicSlope();
     }
   }
 
   double endSlopeOf(Side side, EndKind kind, const Rule& rule, const Values& y, double m) const {
-    if (kind == EndKind::periodic) return rule.periodicSlope();
+    if (kind == EndKind::periodic) return jointSlope(rule, y);
     if constexpr (requires { rule.freeSlope(side); })
       if (kind == EndKind::none) return rule.freeSlope(side);
     return endSlope(side, kind, p, y, task->bc, m);

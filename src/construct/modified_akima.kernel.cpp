@@ -1,7 +1,6 @@
 #include <cstdint>
 
 #include "construct/local_cubic.h"
-#include "construct/weighted_mean.h"
 
 // The modified Akima cubic spline: weights that take the size of the chords in too keep a flat stretch flat beside a
 // slope,
@@ -26,11 +25,6 @@ struct ModifiedAkimaSlopes {
     return magnitude(dRight - dLeft) + magnitude(dRight + dLeft) * 0.5;
   }
 
-  template <class V>
-  static V slope(V dLeft, V dRight, V wLeft, V wRight) {
-    return weightedMean(dLeft, dRight, wLeft, wRight);
-  }
-
   // Chords from the one beside the end cell outwards: d_1, d_0, d_(-1), d_(-2).
   struct EndChords {
     double d[4];
@@ -47,19 +41,11 @@ struct ModifiedAkimaSlopes {
     return weight(chords.d[1], chords.d[2]);
   }
 
-  // The joint of the last and the first cell.
-  double periodicSlope() const {
-    const std::int64_t last = p.n - 2;
-    const double before = p.difference(y, last);
-    const double after = p.difference(y, 0);
-    return slope(before, after, weight(p.difference(y, last - 1), before), weight(after, p.difference(y, 1)));
-  }
-
   // The formula of the inner slopes, by the chords beyond the end.
   double freeSlope(Side side) const {
     const EndChords chords = endChords(side);
-    return slope(chords.d[2], chords.d[1], weight(chords.d[2], chords.d[3]),
-                 weight(chords.d[0], chords.d[1]));
+    return weightedMean(chords.d[2], chords.d[1], weight(chords.d[2], chords.d[3]),
+                        weight(chords.d[0], chords.d[1]));
   }
 };
 

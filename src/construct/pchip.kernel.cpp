@@ -21,7 +21,7 @@ struct PchipSlopes {
       : p(partition), y(values) {}
 
   template <class V>
-  static V mean(V hLeft, V hRight, V dLeft, V dRight) {
+  static V slope(V hLeft, V hRight, V dLeft, V dRight) {
     const V wLeft = 2.0 * hRight + hLeft;
     const V wRight = hRight + 2.0 * hLeft;
     const auto together = ((dLeft > V{}) & (dRight > V{})) | ((dLeft < V{}) & (dRight < V{}));
@@ -31,17 +31,6 @@ struct PchipSlopes {
     // Both quotients are positive, and at most one is above 1: no product of two chords overflows or vanishes.
     const V m = left * ((wLeft + wRight) * (right / (wLeft * right + wRight * left)));
     return together ? m : V{};
-  }
-
-  template <class V>
-  V slope(std::int64_t i, V dLeft, V dRight) const {
-    return mean<V>(p.template distances<V>(i - 1, i), p.template distances<V>(i, i + 1), dLeft, dRight);
-  }
-
-  // The joint of the last and the first cell.
-  double periodicSlope() const {
-    const std::int64_t last = p.n - 2;
-    return mean<double>(p.step(last), p.step(0), p.difference(y, last), p.difference(y, 0));
   }
 
   // The slope of the parabola through the three points at the end, limited: 0 against the end chord's direction, at most

@@ -22,7 +22,7 @@ struct SteffenSlopes {
       : p(partition), y(values) {}
 
   template <class V>
-  static V limited(V hLeft, V hRight, V dLeft, V dRight) {
+  static V slope(V hLeft, V hRight, V dLeft, V dRight) {
     const auto rise = (dLeft > V{}) & (dRight > V{});
     const auto fall = (dLeft < V{}) & (dRight < V{});
     const V parabola = magnitude((dLeft * hRight + dRight * hLeft) / (hLeft + hRight));
@@ -31,17 +31,6 @@ struct SteffenSlopes {
     const V twice = a < b ? a + a : b + b;
     const V m = twice < parabola ? twice : parabola;
     return rise ? m : fall ? -m : V{};
-  }
-
-  template <class V>
-  V slope(std::int64_t i, V dLeft, V dRight) const {
-    return limited<V>(p.template distances<V>(i - 1, i), p.template distances<V>(i, i + 1), dLeft, dRight);
-  }
-
-  // The joint of the last and the first cell.
-  double periodicSlope() const {
-    const std::int64_t last = p.n - 2;
-    return limited<double>(p.step(last), p.step(0), p.difference(y, last), p.difference(y, 0));
   }
 
   // That of the end chord: the simplest of the paper's choices.
