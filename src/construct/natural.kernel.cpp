@@ -46,8 +46,8 @@ void fillMatrix(const Partition<uniform>& p, EndPair ends, const NaturalScratch&
 
 // The steps of one function around its solve.
 template <class Values, bool uniform>
-void prepareFunction(const DfTask& task, const Partition<uniform>& p, EndPair ends, std::int64_t f,
-                     double* b) {
+[[gnu::noinline]] void prepareFunction(const DfTask& task, const Partition<uniform>& p, EndPair ends,
+                                       std::int64_t f, double* b) {
   const Values y(task, f);
   for (std::int64_t i = 1; i < p.n - 1; i += rowsPerRun)
     fillRhsRun(p, y, i, smaller(p.n - 1 - i, rowsPerRun), b + i);
@@ -57,8 +57,8 @@ void prepareFunction(const DfTask& task, const Partition<uniform>& p, EndPair en
 
 // Returns the status of the function's data.
 template <class Values, bool uniform>
-std::int32_t finishFunction(const DfTask& task, const Partition<uniform>& p, EndPair ends, std::int64_t f,
-                            const double* z, double* m) {
+[[gnu::noinline]] std::int32_t finishFunction(const DfTask& task, const Partition<uniform>& p, EndPair ends,
+                                              std::int64_t f, const double* z, double* m) {
   const Values y(task, f);
   std::int32_t status = DF_STATUS_OK;
   if (ends.left == EndKind::periodic) {

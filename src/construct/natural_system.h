@@ -170,8 +170,8 @@ inline void correctPeriodic(std::int64_t n, const double* __restrict z, double* 
 // Coefficients of the cells from .. to - 1 by the slopes m, which may stand in the last n elements of the row
 // c: cells are written in ascending order and end where the slopes that are still needed begin.
 template <class Values, bool uniform>
-inline void fillCoefficients(Partition<uniform> p, Values y, const double* m, double* c, std::int64_t from,
-                             std::int64_t to) {
+[[gnu::noinline]] void fillCoefficients(Partition<uniform> p, Values y, const double* m, double* c,
+                                        std::int64_t from, std::int64_t to) {
   forLanes(from, to, [=]<class V>(std::int64_t i, V) {
     const V r = p.template reciprocals<V>(i);
     const V left = y.template lanes<V>(i);
@@ -214,7 +214,7 @@ struct NaturalSource {
     }
   }
 
-  [[gnu::noinline]] void fillCells(const double* m, std::int64_t from, std::int64_t to) const {
+  void fillCells(const double* m, std::int64_t from, std::int64_t to) const {
     fillCoefficients(p, y, m, c, from, to);
   }
 

@@ -88,8 +88,8 @@ struct WeightedRows {
 
 // Rows from .. to - 1, at most rowsPerRun + 1; row `from` stands at index 0.
 template <bool uniform>
-void fillWeightedRows(const Knots<uniform> knots, std::int64_t from, std::int64_t to,
-                      const WeightedRows rows) {
+[[gnu::noinline]] void fillWeightedRows(const Knots<uniform> knots, std::int64_t from, std::int64_t to,
+                                        const WeightedRows rows) {
   const Partition<uniform> p = knots.p;
   double x[rowsPerRun + 3];
   double t[rowsPerRun + 2];
@@ -151,8 +151,8 @@ struct SubbotinSource {
   }
 
   // Right-hand sides of the interior rows from .. to - 1.
-  void fillRhs(std::int64_t from, std::int64_t to, const double* before, const double* after,
-               double* rhs) const {
+  [[gnu::noinline]] void fillRhs(std::int64_t from, std::int64_t to, const double* before,
+                                 const double* after, double* rhs) const {
     forLanes(0, to - from, [=, values = y]<class V>(std::int64_t j, V) {
       const V here = values.template lanes<V>(from + j);
       const V rise = here - values.template lanes<V>(from + j - 1);
@@ -208,7 +208,7 @@ struct SubbotinSource {
     }
   }
 
-  void fillInner(const double* z, std::int64_t from, std::int64_t to) const {
+  [[gnu::noinline]] void fillInner(const double* z, std::int64_t from, std::int64_t to) const {
     double a[rowsPerRun];
     for (; from < to; from += rowsPerRun) {
       const std::int64_t last = smaller(from + rowsPerRun, to);
