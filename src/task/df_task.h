@@ -17,7 +17,7 @@ struct LookupCell {
 };
 
 // Coarse cells of a partition: one for 16 breakpoints, 16 to 1024 of them.
-constexpr std::int64_t lookupCellsOf(std::int64_t nx) {
+static constexpr std::int64_t lookupCellsOf(std::int64_t nx) {
   return nx < 256 ? 16 : nx / 16 > 1024 ? 1024 : nx / 16;
 }
 
