@@ -48,7 +48,7 @@ check_object() {
 while IFS= read -r row; do
   [[ $row =~ ^RVN_LEVEL_ROW\(([0-9]+),\ \"([^\"]*)\",\ ([0-9]+),\ [01],\ ([01]), ]] || continue
   columns=("${BASH_REMATCH[@]:1}")
-  for object in $(find "$build" -path "*ravenfit_level_${columns[0]}.dir*" \
+  for object in $(find "$build/CMakeFiles" -path "*ravenfit_level_${columns[0]}.dir*" \
     \( -name '*.kernel.cpp.o' -o -name '*.kernel.cpp.obj' \) | sort); do
     count=$((count + 1))
     check_object "$object" "${columns[@]}"
