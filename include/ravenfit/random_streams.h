@@ -15,6 +15,7 @@
 
 #include <stdint.h>
 
+#include <ravenfit/export.h>
 #include <ravenfit/version.h>
 
 #ifdef __cplusplus

@@ -18,6 +18,7 @@
 
 #include <stdint.h>
 
+#include <ravenfit/export.h>
 #include <ravenfit/version.h>
 
 #ifdef __cplusplus

@@ -6,11 +6,4 @@
 #define RAVENFIT_VERSION_MINOR 1
 #define RAVENFIT_VERSION_PATCH 0
 
-/* Marks what the shared libraries export. */
-#if defined(__GNUC__) && !defined(_WIN32)
-#define RVN_API __attribute__((visibility("default")))
-#else
-#define RVN_API
-#endif
-
 #endif

@@ -1,6 +1,7 @@
 #ifndef RAVENFIT_VETRA_DATA_FITTING_H
 #define RAVENFIT_VETRA_DATA_FITTING_H
 
+#include <ravenfit/export.h>
 #include <ravenfit/version.h>
 
 /*

@@ -10,7 +10,7 @@ generator = ctypes.c_void_p(gsl.gsl_rng_alloc(ctypes.c_void_p.in_dll(gsl, "gsl_r
 gsl.gsl_rng_set(generator, ctypes.c_ulong(1))
 outputs = [gsl.gsl_rng_get(generator) for _ in range(250 + 1000)]
 
-print("# gsl_rng_r250 of the GNU Scientific Library 2.7.1, seed 1; written by make_r250.py")
+print("# gsl_rng_r250 of the GNU Scientific Library 2.7.1, seed 1; written by tools/r250_known_answers.py")
 print("generator R250")
 print("seeds", *outputs[:250])
 for position in [0, 1, 2, 102, 103, 146, 147, 249, 250, 251, 500, 999]:
