@@ -121,9 +121,10 @@ enum {
                                  PCHIP: the parabola through three points, limited. Steffen: the end chord. The
                                  other kinds refuse it */
   DF_END_NOT_A_KNOT = 1,  /* third derivative continuous at the second and last but one breakpoint; kinds
-                                 3 to 5: the end cubic, continued, passes through the third point. Kinds 2 to
-                                 5 on a uniform partition have a condition of their own: the slope of the
-                                 chord over the end cells is 2 m_0 + m_1 (natural) or m_0 + 2 m_1 (3 to 5) */
+                                 3 to 5 and from 0x101 on: the end cubic, continued, passes through the third
+                                 point. These and the natural kind have a condition of their own on a uniform
+                                 partition: the slope of the chord over the end cells is m_0 + 2 m_1, or
+                                 2 m_0 + m_1 (natural) */
   DF_END_FREE = 2,        /* second derivative 0 */
   DF_END_LEFT_SLOPE = 4,  /* with 8 or 32 */
   DF_END_RIGHT_SLOPE = 8, /* with 4 or 16 */
