@@ -25,7 +25,8 @@ void row(const std::string& name, int runs, std::size_t elements, Body body) {
   CALLGRIND_ZERO_STATS;
   for (int i = 0; i < runs; ++i)
     body(i);
-  const std::string mark = std::to_string(static_cast<double>(runs) * static_cast<double>(elements)) + "|" + name;
+  const std::string mark =
+      std::to_string(static_cast<double>(runs) * static_cast<double>(elements)) + "|" + name;
   CALLGRIND_DUMP_STATS_AT(mark.c_str());
 }
 
@@ -68,14 +69,16 @@ struct Curve {
   Curve& operator=(const Curve&) = delete;
   ~Curve() { dfTaskDestroy(&task); }
 
-  void create() { dfTaskCreate(&task, static_cast<std::int32_t>(x.size()), x.data(), DF_XHINT_NONE, 1, y.data(), 0); }
+  void create() {
+    dfTaskCreate(&task, static_cast<std::int32_t>(x.size()), x.data(), DF_XHINT_NONE, 1, y.data(), 0);
+  }
   void edit(const Kind& kind) {
     dfTaskEditSpline(task, kind.order, kind.kind, DF_END_FREE, nullptr, kind.icType,
                      kind.icType == DF_IC_NONE ? nullptr : ic.data(), coeff.data(), DF_COEFF_DEFAULT);
   }
   void interpolate(std::size_t nsite, const double* site, std::int32_t sitehint, double* r) const {
-    dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, static_cast<std::int32_t>(nsite), site, sitehint,
-                      0, nullptr, nullptr, r, DF_RESULTS_DEFAULT, nullptr);
+    dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, static_cast<std::int32_t>(nsite), site,
+                      sitehint, 0, nullptr, nullptr, r, DF_RESULTS_DEFAULT, nullptr);
   }
 };
 
@@ -91,7 +94,8 @@ void rowsOfLives() {
     for (const Kind& kind : kinds) {
       curve.create();
       curve.edit(kind);
-      row(std::string("construct ") + kind.name + size, 100, 1, [&](int) { dfTaskConstruct(curve.task, 0, 0); });
+      row(std::string("construct ") + kind.name + size, 100, 1,
+          [&](int) { dfTaskConstruct(curve.task, 0, 0); });
       dfTaskDestroy(&curve.task);
     }
     row("whole life, natural" + size, 100, 1, [&](int) {
@@ -132,11 +136,15 @@ void rowsOfStreams() {
     std::int32_t brng;
     std::uint32_t seed;
   } generators[] = {
-      {"mcg31", RSG_BRNG_MCG31, 1},           {"r250", RSG_BRNG_R250, 1},
-      {"mrg32k3a", RSG_BRNG_MRG32K3A, 1},     {"mcg59", RSG_BRNG_MCG59, 1},
-      {"wichmann-hill", RSG_BRNG_WICHMANN_HILL, 1}, {"sobol, 5 dimensions", RSG_BRNG_SOBOL, 5},
+      {"mcg31", RSG_BRNG_MCG31, 1},
+      {"r250", RSG_BRNG_R250, 1},
+      {"mrg32k3a", RSG_BRNG_MRG32K3A, 1},
+      {"mcg59", RSG_BRNG_MCG59, 1},
+      {"wichmann-hill", RSG_BRNG_WICHMANN_HILL, 1},
+      {"sobol, 5 dimensions", RSG_BRNG_SOBOL, 5},
       {"niederreiter, 5 dimensions", RSG_BRNG_NIEDERREITER, 5},
-      {"mt19937", RSG_BRNG_MT19937, 1},       {"mt2203", RSG_BRNG_MT2203, 1},
+      {"mt19937", RSG_BRNG_MT19937, 1},
+      {"mt2203", RSG_BRNG_MT2203, 1},
       {"sfmt19937", RSG_BRNG_SFMT19937, 1},
   };
   std::vector<double> r(100000);
@@ -144,9 +152,10 @@ void rowsOfStreams() {
     RsgStream* stream = nullptr;
     rsgNewStream(&stream, generator.brng, generator.seed);
     for (const std::size_t n : {std::size_t{1}, std::size_t{100000}})
-      row(std::string("fill of ") + std::to_string(n) + ", " + generator.name, n == 1 ? 10000 : 1, n, [&](int) {
-        vdRngUniform(RNG_UNIFORM_PLAIN, stream, static_cast<std::int32_t>(n), r.data(), 0.0, 1.0);
-      });
+      row(std::string("fill of ") + std::to_string(n) + ", " + generator.name, n == 1 ? 10000 : 1, n,
+          [&](int) {
+            vdRngUniform(RNG_UNIFORM_PLAIN, stream, static_cast<std::int32_t>(n), r.data(), 0.0, 1.0);
+          });
     rsgDeleteStream(&stream);
   }
 }
@@ -163,7 +172,8 @@ void rowsOfSystems() {
     std::fill(d.begin(), d.end(), 4.0);
     std::fill(b.begin(), b.end(), 1.0);
     DDTTRFB(&n, dl.data(), d.data(), du.data(), &info);
-    row("solve by factors, n 1024, nrhs " + std::to_string(nrhs), 10, std::size_t{1024} * static_cast<std::size_t>(nrhs),
+    row("solve by factors, n 1024, nrhs " + std::to_string(nrhs), 10,
+        std::size_t{1024} * static_cast<std::size_t>(nrhs),
         [&](int) { DDTTRSB("N", &n, &nrhs, dl.data(), d.data(), du.data(), b.data(), &n, &info); });
   }
 }

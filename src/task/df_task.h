@@ -16,6 +16,9 @@ struct LookupCell {
   std::uint32_t hi;
 };
 
+// Partitions up to this size are counted through, and need no brackets.
+static constexpr std::int64_t countedThrough = 16;
+
 // Coarse cells of a partition: one for 16 breakpoints, 16 to 1024 of them.
 static constexpr std::int64_t lookupCellsOf(std::int64_t nx) {
   return nx < 256 ? 16 : nx / 16 > 1024 ? 1024 : nx / 16;
