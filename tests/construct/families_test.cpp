@@ -300,7 +300,7 @@ TEST(Families, FewerThanOneFunctionCountsAsOne) {
   EXPECT_EQ(task.coeff(), constructed(p));
 }
 
-// One block at most for a whole construction, and none for broken lines and short quadratic splines; a block
+// One block at most for a whole construction, and none for broken lines, local cubics and one short system; a block
 // that cannot be had leaves the coefficients alone.
 TEST(Families, TakeOneBlockAndGiveItBack) {
   const auto check = [](const Problem& p) {
