@@ -58,7 +58,7 @@ typedef struct RsgInfo {
   int32_t wordBytes;  /* of a raw output: 4; MCG59 8; Wichmann-Hill 16, four components in a row */
   int32_t bits;       /* that count in a raw output; Wichmann-Hill: in a component */
   int32_t stateBytes; /* of a stream in memory */
-  int32_t seedWords;  /* that rsgNewStreamFromSeeds can make use of; Mersenne Twisters use any number */
+  int32_t seedWords;  /* that rsgNewStreamFromSeeds makes use of; 0: any number of them */
   int32_t moves;      /* RSG_MOVE_* */
   int32_t split;      /* RSG_SPLIT_* */
   int32_t
@@ -103,7 +103,7 @@ RVN_API int32_t rsgNewStreamFromSeeds(RsgStream** stream, int32_t brngId, int32_
  */
 RVN_API int32_t rsgCopyStream(RsgStream** copy, const RsgStream* source);
 
-/* The bytes that rsgSaveStream writes, at most 2544; or -5, -1006. */
+/* The bytes that rsgSaveStream writes, at most 2528; or -5, -1006. */
 RVN_API int32_t rsgSaveSize(const RsgStream* stream);
 
 /*

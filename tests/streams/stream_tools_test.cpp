@@ -1,0 +1,513 @@
+// The operations of stream_tools.h against models that make one output at a time, against each other, and on damaged
+// input.
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "streams/generators.h"
+#include "streams/stream.h"
+#include "support/compare.h"
+#include "support/failing_heap.h"
+#include "support/printed.h"
+
+#include <ravenfit/stream_tools.h>
+
+namespace {
+
+using support::Generator;
+using support::printed;
+using support::same;
+using support::Seeds;
+using Bytes = std::vector<unsigned char>;
+using Words = std::vector<std::uint32_t>;
+
+class Stream {
+ public:
+  explicit Stream(RsgStream* made = nullptr) : stream_(made) {}
+  Stream(std::int32_t brngId, const Seeds& seeds) {
+    EXPECT_EQ(rsgNewStreamFromSeeds(&stream_, brngId, static_cast<std::int32_t>(seeds.size()), seeds.data()),
+              0);
+  }
+  Stream(const Stream& other) { EXPECT_EQ(rsgCopyStream(&stream_, other), 0); }
+  Stream(Stream&& other) noexcept : stream_(std::exchange(other.stream_, nullptr)) {}
+  Stream& operator=(const Stream&) = delete;
+  ~Stream() {
+    if (stream_ != nullptr) rsgDeleteStream(&stream_);
+  }
+  operator RsgStream*() const { return stream_; }
+
+  template <class Value, class Fill>
+  std::vector<Value> filled(std::size_t n, Fill fill) const {
+    std::vector<Value> r(n + 1);
+    EXPECT_EQ(fill(stream_, static_cast<std::int32_t>(n), r.data()), 0);
+    EXPECT_EQ(r.back(), Value{}) << "behind the end";
+    r.pop_back();
+    return r;
+  }
+  Words words(std::size_t n) const { return filled<std::uint32_t>(n, rsgWords32); }
+  std::vector<double> doubles(std::size_t n) const {
+    return filled<double>(n,
+                          [](auto s, auto count, auto r) { return vdRngUniform(0, s, count, r, 0.0, 1.0); });
+  }
+  RsgInfo info() const {
+    RsgInfo info;
+    EXPECT_EQ(rsgStreamInfo(stream_, &info), 0);
+    return info;
+  }
+  Bytes saved() const {
+    Bytes bytes(static_cast<std::size_t>(rsgSaveSize(stream_)));
+    EXPECT_EQ(rsgSaveStream(stream_, bytes.data(), static_cast<std::int32_t>(bytes.size())), 0);
+    return bytes;
+  }
+  std::vector<Stream> split(std::int32_t count, std::uint64_t stretch = 0) const {
+    std::vector<RsgStream*> made(static_cast<std::size_t>(count));
+    EXPECT_EQ(rsgSplit(stream_, count, stretch, made.data()), 0);
+    std::vector<Stream> parts;
+    for (RsgStream* const one : made)
+      parts.emplace_back(one);
+    return parts;
+  }
+
+ private:
+  RsgStream* stream_ = nullptr;
+};
+
+// A stream that gives these words first, at most 103: R250 whose lagged words are zero.
+Stream streamOf(Words words) {
+  words.resize(250);
+  return {RSG_BRNG_R250, words};
+}
+
+Words modelledWords(const Generator& which, const Seeds& seeds, std::size_t n) {
+  const support::RawOutputs next = which.model(seeds);
+  Words words(n);
+  for (std::uint32_t& word : words) {
+    const std::uint64_t x = next();
+    word = static_cast<std::uint32_t>(x);
+    if (which.name == "MCG31") word = static_cast<std::uint32_t>(next() >> 15 << 16 | x >> 15);
+    if (which.name == "MCG59") word = static_cast<std::uint32_t>(x >> 27);
+    if (which.name.starts_with("Wichmann"))
+      word = static_cast<std::uint32_t>(std::floor(std::bit_cast<double>(x) * 0x1p32));
+  }
+  return words;
+}
+
+bool bears(const RsgInfo& info, int move) {
+  return (info.moves & move) != 0;
+}
+
+class StreamTools : public testing::TestWithParam<Generator> {
+ protected:
+  const Generator& which = GetParam();
+  Stream make(const Seeds& seeds) const { return {which.brngId, seeds}; }
+};
+
+TEST_P(StreamTools, ValuesAreMadeOfWords) {
+  for (const Seeds& seeds : which.seeds) {
+    const Words all = modelledWords(which, seeds, 6000);
+    const Stream stream = make(seeds);
+    Words words;
+    for (const std::size_t n : {0u, 1u, 2u, 511u, 512u, 513u, 1500u, 2961u}) {
+      const Words more = stream.words(n);
+      words.insert(words.end(), more.begin(), more.end());
+    }
+    ASSERT_TRUE(same(words, Words(all.begin(), all.begin() + 6000)));
+    if (stream.info().dimension != 0) continue;
+    std::vector<std::uint64_t> pairs;
+    std::vector<double> doubles;
+    for (std::size_t i = 0; i < 6000; i += 2) {
+      pairs.push_back(all[i] | std::uint64_t{all[i + 1]} << 32);
+      doubles.push_back(std::ldexp((all[i] >> 5) * 67108864.0 + (all[i + 1] >> 6), -53));
+    }
+    ASSERT_TRUE(same(make(seeds).filled<std::uint64_t>(3000, rsgWords64), pairs));
+    ASSERT_TRUE(same(make(seeds).filled<double>(3000, rsgUniform53), doubles));
+  }
+}
+
+TEST_P(StreamTools, MovesEqualDrawing) {
+  const Stream first = make(which.seeds.back());
+  const std::vector<double> all = Stream(first).doubles(9000);
+  const RsgInfo info = first.info();
+  for (const std::size_t drawn : {0u, 1u, 7u, 700u}) {
+    for (const std::size_t n : {0u, 3u, 5000u}) {
+      const Stream stream = first;
+      stream.doubles(drawn);
+      const bool skips = bears(info, RSG_MOVE_SKIP_AHEAD);
+      if (skips) {
+        EXPECT_EQ(rsgSkipAhead(stream, n), 0);
+      } else {
+        EXPECT_NE(printed([&] { EXPECT_EQ(rsgSkipAhead(stream, n), RSG_ERROR_SKIP_AHEAD); }), "");
+      }
+      EXPECT_EQ(stream.doubles(1)[0], all[drawn + (skips ? n : 0)]);
+    }
+    const std::int32_t count = bears(info, RSG_MOVE_COORDINATE) ? info.dimension : 5;
+    for (std::int32_t k = 0; k < count; ++k) {
+      const Stream stream = first;
+      stream.doubles(drawn);
+      const bool leaps = bears(info, RSG_MOVE_LEAPFROG | RSG_MOVE_COORDINATE);
+      const std::string report =
+          printed([&] { EXPECT_EQ(rsgLeapfrog(stream, k, count), leaps ? 0 : RSG_ERROR_LEAPFROG); });
+      EXPECT_EQ(report.empty(), leaps);
+      const std::vector<double> values = stream.doubles(100);
+      for (std::size_t i = 0; i < 100; ++i)
+        ASSERT_EQ(
+            values[i],
+            all[drawn + (leaps ? static_cast<std::size_t>(k) + i * static_cast<std::size_t>(count) : i)]);
+    }
+  }
+}
+
+TEST_P(StreamTools, PartsShareTheSequence) {
+  const Stream stream = make(which.seeds.back());
+  stream.doubles(3);
+  const std::vector<double> all = Stream(stream).doubles(900);
+  const RsgInfo info = stream.info();
+  if (bears(info, RSG_MOVE_SKIP_AHEAD)) {
+    std::vector<double> joined;
+    for (const Stream& part : stream.split(9, 100)) {
+      const std::vector<double> values = part.doubles(100);
+      joined.insert(joined.end(), values.begin(), values.end());
+    }
+    EXPECT_TRUE(same(joined, all));
+  }
+  if (info.split == RSG_SPLIT_LEAPFROG) {
+    const std::vector<Stream> parts = stream.split(9);
+    for (std::size_t i = 0; i < 900; ++i)
+      ASSERT_EQ(parts[i % 9].doubles(1)[0], all[i]);
+  }
+  if (info.split == RSG_SPLIT_SKIP) {
+    const std::uint64_t points = ((std::uint64_t{1} << 32) - 1) / 3;
+    const Stream moved = stream;
+    EXPECT_EQ(rsgSkipAhead(moved, info.dimension == 0 ? std::uint64_t{1} << 63
+                                                      : points * static_cast<std::uint64_t>(info.dimension)),
+              0);
+    EXPECT_TRUE(same(stream.split(3)[1].words(50), moved.words(50)));
+  }
+  EXPECT_TRUE(same(stream.doubles(900), all)) << "the stream itself stays";
+}
+
+TEST_P(StreamTools, CopiesAndSavedStreamsGoOn) {
+  const Stream stream = make(which.seeds.back());
+  for (const std::size_t drawn : {0u, 1u, 2u, 250u, 623u}) {
+    stream.doubles(drawn);
+    const Stream copy = stream;
+    Bytes bytes = stream.saved();
+    bytes.push_back(99);
+    RsgStream* loaded = nullptr;
+    ASSERT_EQ(rsgLoadStream(&loaded, bytes.data(), static_cast<std::int32_t>(bytes.size())), 0);
+    const Stream again(loaded);
+    EXPECT_EQ(Stream(again).saved(), Stream(copy).saved());
+    const Words words = copy.words(2000);
+    EXPECT_TRUE(same(again.words(2000), words));
+    EXPECT_TRUE(same(Stream(stream).words(2000), words)) << "drawing from the copy moved the source";
+  }
+}
+
+std::uint64_t fnv(const Bytes& bytes, std::size_t size) {
+  std::uint64_t sum = 14695981039346656037u;
+  for (std::size_t i = 0; i < size; ++i)
+    sum = (sum ^ bytes[i]) * 1099511628211u;
+  return sum;
+}
+
+std::int32_t loadStatus(const Bytes& bytes, std::size_t size) {
+  RsgStream marker = {};
+  RsgStream* stream = &marker;
+  const std::vector<unsigned char> exact(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+  const unsigned char nothing = 0;
+  std::int32_t status = 0;
+  const std::string report = printed([&] {
+    status = rsgLoadStream(&stream, size == 0 ? &nothing : exact.data(), static_cast<std::int32_t>(size));
+  });
+  EXPECT_EQ(report.empty(), status == 0);
+  EXPECT_EQ(stream == &marker, status != 0);
+  if (status != 0) return status;
+  const Stream loaded(stream);
+  loaded.words(700);
+  return status;
+}
+
+// Cut at every byte, with every bit turned over, and with other words under a right check sum.
+TEST_P(StreamTools, DamagedStreamsAreRefused) {
+  const Stream stream = make({5});
+  stream.doubles(5);
+  const Bytes good = stream.saved();
+  const std::size_t size = good.size();
+  for (std::size_t cut = 0; cut < size; ++cut)
+    ASSERT_EQ(loadStatus(good, cut), RSG_ERROR_SAVED_STREAM) << cut << " bytes";
+  for (std::size_t bit = 0; bit < 8 * size; bit += bit < 400 || size < 200 ? 1 : 7) {
+    Bytes bytes = good;
+    bytes[bit / 8] = static_cast<unsigned char>(bytes[bit / 8] ^ 1u << bit % 8);
+    const std::int32_t status = loadStatus(bytes, size);
+    ASSERT_TRUE(status == RSG_ERROR_SAVED_STREAM || (bit / 32 == 2 && status == RSG_ERROR_SAVED_VERSION))
+        << bit;
+  }
+  std::mt19937 random(1);
+  int refused = 0;
+  for (int round = 0; round < 400; ++round) {
+    Bytes bytes = good;
+    for (std::size_t changes = 1 + random() % 3; changes > 0; --changes) {
+      const std::size_t at = 8 + 4 * (random() % ((size - 16) / 4));
+      const std::uint32_t picked[] = {0, 1, 0xFFFFFFFF, 0x7FFFFFFF, static_cast<std::uint32_t>(random())};
+      std::memcpy(&bytes[at], &picked[random() % 5], 4);
+    }
+    const std::uint64_t sum = fnv(bytes, size - 8);
+    for (std::size_t i = 0; i < 8; ++i)
+      bytes[size - 8 + i] = static_cast<unsigned char>(sum >> 8 * i);
+    refused += loadStatus(bytes, size) != 0;
+  }
+  EXPECT_GT(refused, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, StreamTools, testing::ValuesIn(support::generators()),
+                         [](const auto& tested) { return tested.param.name; });
+
+// Bytes written by hand: MCG31 with seed 0x01020304, multiplier 1132489760.
+TEST(StreamToolsFormat, BytesAreTheSameEverywhere) {
+  Bytes expected = {0xD7, 'r', 's', 'g', '\r', '\n', 0x1A, '\n', 1, 0, 0,    0,    0,    0,
+                    0x10, 0,   2,   0,   0,    0,    4,    3,    2, 1, 0x20, 0x6C, 0x80, 0x43};
+  const std::uint64_t sum = fnv(expected, expected.size());
+  for (int i = 0; i < 8; ++i)
+    expected.push_back(static_cast<unsigned char>(sum >> 8 * i));
+  EXPECT_EQ(Stream(RSG_BRNG_MCG31, {0x01020304}).saved(), expected);
+}
+
+// Python's random.seed(42): the same seeding and the same doubles (its getrandbits(32) and random()).
+TEST(StreamToolsValues, MersenneTwisterIsThatOfPython) {
+  EXPECT_TRUE(same(Stream(RSG_BRNG_MT19937, {42}).filled<double>(3, rsgUniform53),
+                   std::vector<double>{0.6394267984578837, 0.025010755222666936, 0.27502931836911926}));
+  EXPECT_TRUE(same(Stream(RSG_BRNG_MT19937, {42}).words(2), Words{2746317213, 478163327}));
+}
+
+// Exact: the words of a value are a run, all runs have floor(2^32 / s) words or one more, and in a longer run the first
+// word is dropped.
+TEST(StreamToolsValues, IntegersHaveEquallyManyWords) {
+  for (const std::int64_t s :
+       {1ll, 2ll, 3ll, 10ll, 65537ll, 2147483647ll, 2147483648ll, 3000000000ll, 4294967295ll}) {
+    const std::uint64_t all = std::uint64_t{1} << 32;
+    const std::int64_t low = s > 2147483648 ? -2147483648 : -1;
+    Words words;
+    std::vector<std::int32_t> expected;
+    const auto count = static_cast<std::uint64_t>(s);
+    const auto first = [=](std::int64_t v) {
+      return ((static_cast<std::uint64_t>(v) << 32) + count - 1) / count;
+    };
+    for (const std::int64_t v : {std::int64_t{0}, s / 3, s / 2, s - 1})
+      for (std::uint64_t w = first(v); w < std::min(first(v) + 3, first(v + 1)); ++w) {
+        words.push_back(static_cast<std::uint32_t>(w));
+        const bool dropped = w == first(v) && first(v + 1) - first(v) > all / count;
+        if (!dropped) expected.push_back(static_cast<std::int32_t>(low + v));
+      }
+    const Stream stream = streamOf(words);
+    const auto got = stream.filled<std::int32_t>(expected.size(), [=](RsgStream* of, std::int32_t n,
+                                                                      std::int32_t* r) {
+      return rsgIntegers(of, n, r, static_cast<std::int32_t>(low), static_cast<std::int32_t>(low + s - 1));
+    });
+    EXPECT_TRUE(same(got, expected)) << s;
+  }
+  // Nothing behind the last value is drawn, however a fill is cut; the whole range takes every word.
+  const auto draw = [](const Stream& stream, std::size_t n, std::int32_t low, std::int32_t high) {
+    return stream.filled<std::int32_t>(n, [=](RsgStream* s, std::int32_t count, std::int32_t* r) {
+      return rsgIntegers(s, count, r, low, high);
+    });
+  };
+  const Stream whole(RSG_BRNG_MT19937, {7});
+  const Stream parts = whole;
+  const std::vector<std::int32_t> values = draw(whole, 3000, 0, 2147483646);
+  std::vector<std::int32_t> joined;
+  for (const std::size_t n : {1u, 511u, 2000u, 488u})
+    for (const std::int32_t one : draw(parts, n, 0, 2147483646))
+      joined.push_back(one);
+  EXPECT_TRUE(same(joined, values));
+  EXPECT_EQ(parts.words(1), whole.words(1));
+  EXPECT_EQ(draw(streamOf({0, 5, 0xFFFFFFFF}), 3, INT32_MIN, INT32_MAX),
+            (std::vector<std::int32_t>{INT32_MIN, INT32_MIN + 5, INT32_MAX}));
+}
+
+TEST(StreamToolsValues, FloatsStayBelowTheUpperEnd) {
+  const Words ends = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFF00, 0xFFFFFFFF};
+  for (const auto& [a, b] :
+       {std::pair{0.0F, 1.0F}, {-0.1F, 2.5F}, {1.0F, std::nextafter(1.0F, 2.0F)}, {-3e38F, 1e37F}}) {
+    const auto values = streamOf(ends).filled<float>(
+        6, [=](auto s, auto n, auto r) { return rsgUniformFloat(s, n, r, a, b); });
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+      const auto rounded = static_cast<float>(ends[i] * ((double{b} - double{a}) * 0x1p-32) + double{a});
+      EXPECT_EQ(values[i], rounded < b ? std::max(rounded, a) : std::nextafter(b, a)) << a << " " << b;
+    }
+  }
+}
+
+// Greatest unevenness of a position among the first 1000, over the parts: chi-squared of 16 classes, 15 degrees of
+// freedom. Above 75 lies one of 10^9 fair ones.
+double unevenness(const std::vector<Stream>& parts) {
+  std::vector<std::int64_t> counts(16000);
+  for (const Stream& part : parts) {
+    const std::vector<double> values = part.doubles(1000);
+    for (std::size_t i = 0; i < 1000; ++i)
+      ++counts[16 * i + static_cast<std::size_t>(values[i] * 16)];
+  }
+  const double expected = static_cast<double>(parts.size()) / 16;
+  double greatest = 0;
+  for (std::size_t i = 0; i < 16000; i += 16) {
+    double sum = 0;
+    for (std::size_t k = 0; k < 16; ++k)
+      sum +=
+          (static_cast<double>(counts[i + k]) - expected) * (static_cast<double>(counts[i + k]) - expected);
+    greatest = std::max(greatest, sum / expected);
+  }
+  return greatest;
+}
+
+TEST(StreamToolsSplit, MembersDoNotBeginAlike) {
+  for (const auto& [brngId, members] :
+       {std::pair{RSG_BRNG_MT2203 + 3, 6024}, {RSG_BRNG_WICHMANN_HILL + 200, 273}}) {
+    const Stream stream(brngId, {1});
+    const std::vector<Stream> parts = stream.split(members);
+    std::set<std::int32_t> ids;
+    std::vector<Stream> alike;
+    for (const Stream& part : parts) {
+      ids.insert(part.info().brngId);
+      alike.emplace_back(part.info().brngId, Seeds{1});
+    }
+    EXPECT_EQ(ids.size(), parts.size());
+    EXPECT_EQ(parts[0].info().brngId, brngId);
+    EXPECT_LT(unevenness(parts), 75);
+    EXPECT_GT(unevenness(alike), 75) << "members with one seed";
+    double worst = 0;
+    std::vector<double> before = parts.back().doubles(1000);
+    for (const Stream& part : parts) {
+      const std::vector<double> values = part.doubles(1000);
+      double sum = 0;
+      for (std::size_t i = 0; i < 1000; ++i)
+        sum += (values[i] - 0.5) * (before[i] - 0.5) * 12;
+      worst = std::max(worst, std::fabs(sum) / std::sqrt(1000.0));
+      before = values;
+    }
+    EXPECT_LT(worst, 6.5) << "correlation of neighbours, in standard deviations";
+  }
+}
+
+TEST(StreamToolsSplit, WithoutMemoryNothingIsLeft) {
+  for (const std::int32_t brngId : {RSG_BRNG_MCG59, RSG_BRNG_MT2203, RSG_BRNG_MT19937, RSG_BRNG_RDRAND}) {
+    const Stream stream(brngId, {1});
+    bool failed = true;
+    for (int n = 1; failed; ++n) {
+      const support::FailingHeap heap(n);
+      RsgStream* parts[3] = {};
+      const std::int32_t status = rsgSplit(stream, 3, 0, parts);
+      failed = heap.failed();
+      EXPECT_EQ(status, failed ? RSG_ERROR_MEMORY : 0);
+      for (RsgStream*& part : parts) {
+        EXPECT_EQ(part == nullptr, failed);
+        if (!failed) rsgDeleteStream(&part);
+      }
+      EXPECT_EQ(heap.live(), 0);
+    }
+  }
+}
+
+// Behind the last point there is nothing.
+TEST(StreamToolsMoves, QuasiRandomSequencesEnd) {
+  const std::uint64_t all = (std::uint64_t{1} << 32) - 1;
+  const Stream stream(RSG_BRNG_SOBOL, {3});
+  const Words first = Stream(stream).words(9);
+  EXPECT_NE(printed([&] { EXPECT_EQ(rsgSkipAhead(stream, 3 * all), RSG_ERROR_SKIP_AHEAD); }), "");
+  EXPECT_NE(printed([&] { EXPECT_EQ(rsgSkipAhead(stream, UINT64_MAX), RSG_ERROR_SKIP_AHEAD); }), "");
+  EXPECT_EQ(stream.words(3), Words(first.begin(), first.begin() + 3));
+  EXPECT_EQ(rsgSelectCoordinate(stream, 1), 0);
+  EXPECT_EQ(stream.words(2), (Words{first[4], first[7]}));
+  EXPECT_EQ(stream.info().coordinate, 1);
+  EXPECT_EQ(rsgSkipAhead(stream, all - 4), 0);
+  RsgStream* parts[3] = {};
+  EXPECT_NE(printed([&] { EXPECT_EQ(rsgSplit(stream, 3, 1, parts), RSG_ERROR_SKIP_AHEAD); }), "");
+  EXPECT_EQ(parts[0], nullptr);
+}
+
+TEST(StreamToolsArguments, AreRefusedInOrder) {
+  const Stream stream(RSG_BRNG_SOBOL, {2});
+  const Stream twister(RSG_BRNG_MT2203 + 6023, {2});
+  RsgStream noStream = {};
+  RsgStream* made = nullptr;
+  RsgInfo info;
+  std::uint32_t w[8] = {};
+  std::uint64_t u = 0;
+  std::int32_t k = 0;
+  float f = 0;
+  double d = 0;
+  unsigned char bytes[64];
+  const float infinity = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const struct {
+    std::int32_t status;
+    std::int32_t position;
+    const char* routine;
+    std::function<std::int32_t()> call;
+  } cases[] = {
+      {-1000, 1, "rsgGeneratorInfo", [&] { return rsgGeneratorInfo(0x600001, &info); }},
+      {-1000, 1, "rsgGeneratorInfo", [&] { return rsgGeneratorInfo(-1, &info); }},
+      {-3, 2, "rsgGeneratorInfo", [&] { return rsgGeneratorInfo(RSG_BRNG_SOBOL, nullptr); }},
+      {-5, 1, "rsgStreamInfo", [&] { return rsgStreamInfo(nullptr, &info); }},
+      {-1006, 1, "rsgStreamInfo", [&] { return rsgStreamInfo(&noStream, &info); }},
+      {-3, 2, "rsgStreamInfo", [&] { return rsgStreamInfo(stream, nullptr); }},
+      {-5, 1, "rsgCopyStream", [&] { return rsgCopyStream(nullptr, stream); }},
+      {-1006, 2, "rsgCopyStream", [&] { return rsgCopyStream(&made, &noStream); }},
+      {-5, 1, "rsgSaveSize", [&] { return rsgSaveSize(nullptr); }},
+      {-3, 2, "rsgSaveStream", [&] { return rsgSaveStream(stream, nullptr, 64); }},
+      {-3, 3, "rsgSaveStream", [&] { return rsgSaveStream(stream, bytes, -1); }},
+      {-1201, 3, "rsgSaveStream", [&] { return rsgSaveStream(stream, bytes, 43); }},
+      {-5, 1, "rsgLoadStream", [&] { return rsgLoadStream(nullptr, bytes, 8); }},
+      {-3, 2, "rsgLoadStream", [&] { return rsgLoadStream(&made, nullptr, 8); }},
+      {-3, 3, "rsgLoadStream", [&] { return rsgLoadStream(&made, bytes, INT32_MIN); }},
+      {-1006, 1, "rsgSkipAhead", [&] { return rsgSkipAhead(&noStream, 1); }},
+      {-1003, 1, "rsgSkipAhead", [&] { return rsgSkipAhead(twister, 1); }},
+      {-3, 3, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, 0, 0); }},
+      {-3, 2, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, 2, 2); }},
+      {-3, 2, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, -1, 2); }},
+      {-1002, 3, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, 0, 3); }},
+      {-1002, 1, "rsgLeapfrog", [&] { return rsgLeapfrog(twister, 0, 3); }},
+      {-1002, 1, "rsgSelectCoordinate", [&] { return rsgSelectCoordinate(twister, 0); }},
+      {-3, 2, "rsgSelectCoordinate", [&] { return rsgSelectCoordinate(stream, 2); }},
+      {-3, 2, "rsgSplit", [&] { return rsgSplit(stream, 0, 0, &made); }},
+      {-3, 4, "rsgSplit", [&] { return rsgSplit(stream, 1, 0, nullptr); }},
+      {-1200, 2, "rsgSplit", [&] { return rsgSplit(twister, 6025, 0, &made); }},
+      {-1003, 3, "rsgSplit", [&] { return rsgSplit(twister, 1, 5, &made); }},
+      {-5, 1, "rsgWords32", [&] { return rsgWords32(nullptr, 1, w); }},
+      {-3, 2, "rsgWords32", [&] { return rsgWords32(stream, -1, w); }},
+      {-3, 3, "rsgWords32", [&] { return rsgWords32(stream, 1, nullptr); }},
+      {-1204, 1, "rsgWords64", [&] { return rsgWords64(stream, 1, &u); }},
+      {-1204, 1, "rsgUniform53", [&] { return rsgUniform53(stream, 1, &d); }},
+      {-1204, 1, "rsgIntegers", [&] { return rsgIntegers(stream, 1, &k, 0, 1); }},
+      {-3, 4, "rsgIntegers", [&] { return rsgIntegers(twister, 1, &k, 1, 0); }},
+      {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, 1.0F, 1.0F); }},
+      {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, nan, 1.0F); }},
+      {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, 0.0F, infinity); }},
+      {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, -3e38F, 3e38F); }},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(printed([&] { EXPECT_EQ(c.call(), c.status) << c.routine; }),
+              support::parameterReport(c.position, c.routine))
+        << c.status;
+  EXPECT_EQ(made, nullptr);
+  EXPECT_EQ(w[0] + u + static_cast<std::uint32_t>(k), 0u);
+  const Words seeds = {1};
+  for (const auto& [id, count, given, position] :
+       {std::tuple{-7, 1, seeds.data(), 2},
+        {RSG_BRNG_R250, -1, seeds.data(), 3},
+        {RSG_BRNG_R250, 1, static_cast<const std::uint32_t*>(nullptr), 4}})
+    EXPECT_EQ(printed([&] { EXPECT_LT(rsgNewStreamFromSeeds(&made, id, count, given), 0); }),
+              support::parameterReport(position, "rsgNewStreamFromSeed"));
+}
+
+}  // namespace
