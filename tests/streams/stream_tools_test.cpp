@@ -9,10 +9,10 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
+#include <list>
 #include <random>
 #include <set>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -23,6 +23,7 @@
 #include "support/printed.h"
 
 #include <ravenfit/stream_tools.h>
+#include <ravenfit/tools.h>
 
 namespace {
 
@@ -35,17 +36,14 @@ using Words = std::vector<std::uint32_t>;
 
 class Stream {
  public:
-  explicit Stream(RsgStream* made = nullptr) : stream_(made) {}
+  explicit Stream(RsgStream* made) : stream_(made) {}
   Stream(std::int32_t brngId, const Seeds& seeds) {
     EXPECT_EQ(rsgNewStreamFromSeeds(&stream_, brngId, static_cast<std::int32_t>(seeds.size()), seeds.data()),
               0);
   }
   Stream(const Stream& other) { EXPECT_EQ(rsgCopyStream(&stream_, other), 0); }
-  Stream(Stream&& other) noexcept : stream_(std::exchange(other.stream_, nullptr)) {}
   Stream& operator=(const Stream&) = delete;
-  ~Stream() {
-    if (stream_ != nullptr) rsgDeleteStream(&stream_);
-  }
+  ~Stream() { rsgDeleteStream(&stream_); }
   operator RsgStream*() const { return stream_; }
 
   template <class Value, class Fill>
@@ -71,13 +69,10 @@ class Stream {
     EXPECT_EQ(rsgSaveStream(stream_, bytes.data(), static_cast<std::int32_t>(bytes.size())), 0);
     return bytes;
   }
-  std::vector<Stream> split(std::int32_t count, std::uint64_t stretch = 0) const {
-    std::vector<RsgStream*> made(static_cast<std::size_t>(count));
-    EXPECT_EQ(rsgSplit(stream_, count, stretch, made.data()), 0);
-    std::vector<Stream> parts;
-    for (RsgStream* const one : made)
-      parts.emplace_back(one);
-    return parts;
+  std::list<Stream> split(std::size_t count, std::uint64_t stretch = 0) const {
+    std::vector<RsgStream*> made(count);
+    EXPECT_EQ(rsgSplit(stream_, static_cast<std::int32_t>(count), stretch, made.data()), 0);
+    return {made.begin(), made.end()};
   }
 
  private:
@@ -136,66 +131,52 @@ TEST_P(StreamTools, ValuesAreMadeOfWords) {
   }
 }
 
-TEST_P(StreamTools, MovesEqualDrawing) {
+TEST_P(StreamTools, MovesAndPartsEqualDrawing) {
   const Stream first = make(which.seeds.back());
   const std::vector<double> all = Stream(first).doubles(9000);
   const RsgInfo info = first.info();
+  const bool skips = bears(info, RSG_MOVE_SKIP_AHEAD);
+  const bool leaps = bears(info, RSG_MOVE_LEAPFROG | RSG_MOVE_COORDINATE);
+  const auto count = static_cast<std::size_t>(bears(info, RSG_MOVE_COORDINATE) ? info.dimension : 9);
+  const auto expectMoved = [&](const Stream& stream, std::size_t from, std::size_t step) {
+    const std::vector<double> values = stream.doubles(100);
+    for (std::size_t i = 0; i < 100; ++i)
+      ASSERT_EQ(values[i], all[from + i * step]) << i << " from " << from << " by " << step;
+  };
+  const auto expectReport = [](std::int32_t status, auto move) {
+    EXPECT_EQ(printed([&] { EXPECT_EQ(move(), status); }).empty(), status == 0);
+  };
   for (const std::size_t drawn : {0u, 1u, 7u, 700u}) {
+    const Stream stream = first;
+    stream.doubles(drawn);
     for (const std::size_t n : {0u, 3u, 5000u}) {
-      const Stream stream = first;
-      stream.doubles(drawn);
-      const bool skips = bears(info, RSG_MOVE_SKIP_AHEAD);
-      if (skips) {
-        EXPECT_EQ(rsgSkipAhead(stream, n), 0);
-      } else {
-        EXPECT_NE(printed([&] { EXPECT_EQ(rsgSkipAhead(stream, n), RSG_ERROR_SKIP_AHEAD); }), "");
-      }
-      EXPECT_EQ(stream.doubles(1)[0], all[drawn + (skips ? n : 0)]);
+      const Stream moved = stream;
+      expectReport(skips ? 0 : RSG_ERROR_SKIP_AHEAD, [&] { return rsgSkipAhead(moved, n); });
+      expectMoved(moved, drawn + (skips ? n : 0), 1);
     }
-    const std::int32_t count = bears(info, RSG_MOVE_COORDINATE) ? info.dimension : 5;
-    for (std::int32_t k = 0; k < count; ++k) {
-      const Stream stream = first;
-      stream.doubles(drawn);
-      const bool leaps = bears(info, RSG_MOVE_LEAPFROG | RSG_MOVE_COORDINATE);
-      const std::string report =
-          printed([&] { EXPECT_EQ(rsgLeapfrog(stream, k, count), leaps ? 0 : RSG_ERROR_LEAPFROG); });
-      EXPECT_EQ(report.empty(), leaps);
-      const std::vector<double> values = stream.doubles(100);
-      for (std::size_t i = 0; i < 100; ++i)
-        ASSERT_EQ(
-            values[i],
-            all[drawn + (leaps ? static_cast<std::size_t>(k) + i * static_cast<std::size_t>(count) : i)]);
+    for (std::size_t k = 0; k < count; ++k) {
+      const Stream moved = stream;
+      expectReport(leaps ? 0 : RSG_ERROR_LEAPFROG, [&] {
+        return rsgLeapfrog(moved, static_cast<std::int32_t>(k), static_cast<std::int32_t>(count));
+      });
+      expectMoved(moved, drawn + (leaps ? k : 0), leaps ? count : 1);
     }
+    std::size_t from = drawn;
+    if (skips)
+      for (const Stream& part : stream.split(9, 100))
+        expectMoved(part, std::exchange(from, from + 100), 1);
   }
-}
-
-TEST_P(StreamTools, PartsShareTheSequence) {
-  const Stream stream = make(which.seeds.back());
-  stream.doubles(3);
-  const std::vector<double> all = Stream(stream).doubles(900);
-  const RsgInfo info = stream.info();
-  if (bears(info, RSG_MOVE_SKIP_AHEAD)) {
-    std::vector<double> joined;
-    for (const Stream& part : stream.split(9, 100)) {
-      const std::vector<double> values = part.doubles(100);
-      joined.insert(joined.end(), values.begin(), values.end());
-    }
-    EXPECT_TRUE(same(joined, all));
-  }
-  if (info.split == RSG_SPLIT_LEAPFROG) {
-    const std::vector<Stream> parts = stream.split(9);
-    for (std::size_t i = 0; i < 900; ++i)
-      ASSERT_EQ(parts[i % 9].doubles(1)[0], all[i]);
-  }
+  std::size_t k = 0;
+  if (info.split == RSG_SPLIT_LEAPFROG)
+    for (const Stream& part : first.split(9))
+      expectMoved(part, k++, 9);
   if (info.split == RSG_SPLIT_SKIP) {
-    const std::uint64_t points = ((std::uint64_t{1} << 32) - 1) / 3;
-    const Stream moved = stream;
-    EXPECT_EQ(rsgSkipAhead(moved, info.dimension == 0 ? std::uint64_t{1} << 63
-                                                      : points * static_cast<std::uint64_t>(info.dimension)),
-              0);
-    EXPECT_TRUE(same(stream.split(3)[1].words(50), moved.words(50)));
+    const std::uint64_t third = UINT32_MAX / 3 * static_cast<std::uint64_t>(info.dimension);
+    const Stream moved = first;
+    EXPECT_EQ(rsgSkipAhead(moved, info.dimension == 0 ? std::uint64_t{1} << 63 : third), 0);
+    EXPECT_TRUE(same((++first.split(3).begin())->words(50), moved.words(50)));
   }
-  EXPECT_TRUE(same(stream.doubles(900), all)) << "the stream itself stays";
+  EXPECT_TRUE(same(first.doubles(9000), all)) << "the stream itself stays";
 }
 
 TEST_P(StreamTools, CopiesAndSavedStreamsGoOn) {
@@ -225,13 +206,13 @@ std::uint64_t fnv(const Bytes& bytes, std::size_t size) {
 std::int32_t loadStatus(const Bytes& bytes, std::size_t size) {
   RsgStream marker = {};
   RsgStream* stream = &marker;
-  const std::vector<unsigned char> exact(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
-  const unsigned char nothing = 0;
-  std::int32_t status = 0;
-  const std::string report = printed([&] {
-    status = rsgLoadStream(&stream, size == 0 ? &nothing : exact.data(), static_cast<std::int32_t>(size));
-  });
-  EXPECT_EQ(report.empty(), status == 0);
+  Bytes exact(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+  exact.reserve(1);
+  int reports = 0;
+  rvnSetMessageHandler([](void* count, const char*) { ++*static_cast<int*>(count); }, &reports);
+  const std::int32_t status = rsgLoadStream(&stream, exact.data(), static_cast<std::int32_t>(size));
+  rvnSetMessageHandler(nullptr, nullptr);
+  EXPECT_EQ(reports, status == 0 ? 0 : 1);
   EXPECT_EQ(stream == &marker, status != 0);
   if (status != 0) return status;
   const Stream loaded(stream);
@@ -291,49 +272,41 @@ TEST(StreamToolsValues, MersenneTwisterIsThatOfPython) {
   EXPECT_TRUE(same(Stream(RSG_BRNG_MT19937, {42}).words(2), Words{2746317213, 478163327}));
 }
 
+std::vector<std::int32_t> integers(const Stream& stream, std::size_t n, std::int64_t low, std::int64_t high) {
+  return stream.filled<std::int32_t>(n, [=](RsgStream* s, std::int32_t count, std::int32_t* r) {
+    return rsgIntegers(s, count, r, static_cast<std::int32_t>(low), static_cast<std::int32_t>(high));
+  });
+}
+
 // Exact: the words of a value are a run, all runs have floor(2^32 / s) words or one more, and in a longer run the first
 // word is dropped.
 TEST(StreamToolsValues, IntegersHaveEquallyManyWords) {
-  for (const std::int64_t s :
-       {1ll, 2ll, 3ll, 10ll, 65537ll, 2147483647ll, 2147483648ll, 3000000000ll, 4294967295ll}) {
-    const std::uint64_t all = std::uint64_t{1} << 32;
-    const std::int64_t low = s > 2147483648 ? -2147483648 : -1;
+  for (const std::uint64_t s :
+       {1u, 2u, 3u, 10u, 65537u, 2147483647u, 2147483648u, 3000000000u, 4294967295u}) {
+    const std::int64_t low = s > 2147483648 ? INT32_MIN : -1;
+    const auto first = [=](std::uint64_t v) { return ((v << 32) + s - 1) / s; };
     Words words;
     std::vector<std::int32_t> expected;
-    const auto count = static_cast<std::uint64_t>(s);
-    const auto first = [=](std::int64_t v) {
-      return ((static_cast<std::uint64_t>(v) << 32) + count - 1) / count;
-    };
-    for (const std::int64_t v : {std::int64_t{0}, s / 3, s / 2, s - 1})
+    for (const std::uint64_t v : {std::uint64_t{0}, s / 3, s / 2, s - 1})
       for (std::uint64_t w = first(v); w < std::min(first(v) + 3, first(v + 1)); ++w) {
         words.push_back(static_cast<std::uint32_t>(w));
-        const bool dropped = w == first(v) && first(v + 1) - first(v) > all / count;
-        if (!dropped) expected.push_back(static_cast<std::int32_t>(low + v));
+        if (w == first(v) && first(v + 1) - w > (std::uint64_t{1} << 32) / s) continue;
+        expected.push_back(static_cast<std::int32_t>(low + static_cast<std::int64_t>(v)));
       }
-    const Stream stream = streamOf(words);
-    const auto got = stream.filled<std::int32_t>(expected.size(), [=](RsgStream* of, std::int32_t n,
-                                                                      std::int32_t* r) {
-      return rsgIntegers(of, n, r, static_cast<std::int32_t>(low), static_cast<std::int32_t>(low + s - 1));
-    });
-    EXPECT_TRUE(same(got, expected)) << s;
+    const auto last = low + static_cast<std::int64_t>(s) - 1;
+    EXPECT_TRUE(same(integers(streamOf(words), expected.size(), low, last), expected)) << s;
   }
-  // Nothing behind the last value is drawn, however a fill is cut; the whole range takes every word.
-  const auto draw = [](const Stream& stream, std::size_t n, std::int32_t low, std::int32_t high) {
-    return stream.filled<std::int32_t>(n, [=](RsgStream* s, std::int32_t count, std::int32_t* r) {
-      return rsgIntegers(s, count, r, low, high);
-    });
-  };
+  EXPECT_EQ(integers(streamOf({0, 5, 0xFFFFFFFF}), 3, INT32_MIN, INT32_MAX),
+            (std::vector<std::int32_t>{INT32_MIN, INT32_MIN + 5, INT32_MAX}));
+  // Nothing behind the last value is drawn, however a fill is cut.
   const Stream whole(RSG_BRNG_MT19937, {7});
   const Stream parts = whole;
-  const std::vector<std::int32_t> values = draw(whole, 3000, 0, 2147483646);
   std::vector<std::int32_t> joined;
   for (const std::size_t n : {1u, 511u, 2000u, 488u})
-    for (const std::int32_t one : draw(parts, n, 0, 2147483646))
+    for (const std::int32_t one : integers(parts, n, INT32_MIN, 0))
       joined.push_back(one);
-  EXPECT_TRUE(same(joined, values));
+  EXPECT_TRUE(same(joined, integers(whole, 3000, INT32_MIN, 0)));
   EXPECT_EQ(parts.words(1), whole.words(1));
-  EXPECT_EQ(draw(streamOf({0, 5, 0xFFFFFFFF}), 3, INT32_MIN, INT32_MAX),
-            (std::vector<std::int32_t>{INT32_MIN, INT32_MIN + 5, INT32_MAX}));
 }
 
 TEST(StreamToolsValues, FloatsStayBelowTheUpperEnd) {
@@ -351,8 +324,8 @@ TEST(StreamToolsValues, FloatsStayBelowTheUpperEnd) {
 
 // Greatest unevenness of a position among the first 1000, over the parts: chi-squared of 16 classes, 15 degrees of
 // freedom. Above 75 lies one of 10^9 fair ones.
-double unevenness(const std::vector<Stream>& parts) {
-  std::vector<std::int64_t> counts(16000);
+double unevenness(const std::list<Stream>& parts) {
+  std::vector<double> counts(16000);
   for (const Stream& part : parts) {
     const std::vector<double> values = part.doubles(1000);
     for (std::size_t i = 0; i < 1000; ++i)
@@ -362,9 +335,8 @@ double unevenness(const std::vector<Stream>& parts) {
   double greatest = 0;
   for (std::size_t i = 0; i < 16000; i += 16) {
     double sum = 0;
-    for (std::size_t k = 0; k < 16; ++k)
-      sum +=
-          (static_cast<double>(counts[i + k]) - expected) * (static_cast<double>(counts[i + k]) - expected);
+    for (std::size_t k = i; k < i + 16; ++k)
+      sum += std::pow(counts[k] - expected, 2);
     greatest = std::max(greatest, sum / expected);
   }
   return greatest;
@@ -372,30 +344,19 @@ double unevenness(const std::vector<Stream>& parts) {
 
 TEST(StreamToolsSplit, MembersDoNotBeginAlike) {
   for (const auto& [brngId, members] :
-       {std::pair{RSG_BRNG_MT2203 + 3, 6024}, {RSG_BRNG_WICHMANN_HILL + 200, 273}}) {
+       {std::pair{RSG_BRNG_MT2203 + 3, 6024u}, {RSG_BRNG_WICHMANN_HILL + 200, 273u}}) {
     const Stream stream(brngId, {1});
-    const std::vector<Stream> parts = stream.split(members);
+    const std::list<Stream> parts = stream.split(members);
     std::set<std::int32_t> ids;
-    std::vector<Stream> alike;
+    std::list<Stream> alike;
     for (const Stream& part : parts) {
       ids.insert(part.info().brngId);
       alike.emplace_back(part.info().brngId, Seeds{1});
     }
     EXPECT_EQ(ids.size(), parts.size());
-    EXPECT_EQ(parts[0].info().brngId, brngId);
+    EXPECT_EQ(parts.front().info().brngId, brngId);
     EXPECT_LT(unevenness(parts), 75);
     EXPECT_GT(unevenness(alike), 75) << "members with one seed";
-    double worst = 0;
-    std::vector<double> before = parts.back().doubles(1000);
-    for (const Stream& part : parts) {
-      const std::vector<double> values = part.doubles(1000);
-      double sum = 0;
-      for (std::size_t i = 0; i < 1000; ++i)
-        sum += (values[i] - 0.5) * (before[i] - 0.5) * 12;
-      worst = std::max(worst, std::fabs(sum) / std::sqrt(1000.0));
-      before = values;
-    }
-    EXPECT_LT(worst, 6.5) << "correlation of neighbours, in standard deviations";
   }
 }
 
@@ -447,7 +408,6 @@ TEST(StreamToolsArguments, AreRefusedInOrder) {
   float f = 0;
   double d = 0;
   unsigned char bytes[64];
-  const float infinity = std::numeric_limits<float>::infinity();
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const struct {
     std::int32_t status;
@@ -456,43 +416,29 @@ TEST(StreamToolsArguments, AreRefusedInOrder) {
     std::function<std::int32_t()> call;
   } cases[] = {
       {-1000, 1, "rsgGeneratorInfo", [&] { return rsgGeneratorInfo(0x600001, &info); }},
-      {-1000, 1, "rsgGeneratorInfo", [&] { return rsgGeneratorInfo(-1, &info); }},
-      {-3, 2, "rsgGeneratorInfo", [&] { return rsgGeneratorInfo(RSG_BRNG_SOBOL, nullptr); }},
-      {-5, 1, "rsgStreamInfo", [&] { return rsgStreamInfo(nullptr, &info); }},
       {-1006, 1, "rsgStreamInfo", [&] { return rsgStreamInfo(&noStream, &info); }},
       {-3, 2, "rsgStreamInfo", [&] { return rsgStreamInfo(stream, nullptr); }},
-      {-5, 1, "rsgCopyStream", [&] { return rsgCopyStream(nullptr, stream); }},
       {-1006, 2, "rsgCopyStream", [&] { return rsgCopyStream(&made, &noStream); }},
       {-5, 1, "rsgSaveSize", [&] { return rsgSaveSize(nullptr); }},
-      {-3, 2, "rsgSaveStream", [&] { return rsgSaveStream(stream, nullptr, 64); }},
       {-3, 3, "rsgSaveStream", [&] { return rsgSaveStream(stream, bytes, -1); }},
       {-1201, 3, "rsgSaveStream", [&] { return rsgSaveStream(stream, bytes, 43); }},
-      {-5, 1, "rsgLoadStream", [&] { return rsgLoadStream(nullptr, bytes, 8); }},
-      {-3, 2, "rsgLoadStream", [&] { return rsgLoadStream(&made, nullptr, 8); }},
       {-3, 3, "rsgLoadStream", [&] { return rsgLoadStream(&made, bytes, INT32_MIN); }},
       {-1006, 1, "rsgSkipAhead", [&] { return rsgSkipAhead(&noStream, 1); }},
-      {-1003, 1, "rsgSkipAhead", [&] { return rsgSkipAhead(twister, 1); }},
       {-3, 3, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, 0, 0); }},
       {-3, 2, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, 2, 2); }},
-      {-3, 2, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, -1, 2); }},
       {-1002, 3, "rsgLeapfrog", [&] { return rsgLeapfrog(stream, 0, 3); }},
-      {-1002, 1, "rsgLeapfrog", [&] { return rsgLeapfrog(twister, 0, 3); }},
       {-1002, 1, "rsgSelectCoordinate", [&] { return rsgSelectCoordinate(twister, 0); }},
       {-3, 2, "rsgSelectCoordinate", [&] { return rsgSelectCoordinate(stream, 2); }},
       {-3, 2, "rsgSplit", [&] { return rsgSplit(stream, 0, 0, &made); }},
-      {-3, 4, "rsgSplit", [&] { return rsgSplit(stream, 1, 0, nullptr); }},
       {-1200, 2, "rsgSplit", [&] { return rsgSplit(twister, 6025, 0, &made); }},
       {-1003, 3, "rsgSplit", [&] { return rsgSplit(twister, 1, 5, &made); }},
       {-5, 1, "rsgWords32", [&] { return rsgWords32(nullptr, 1, w); }},
       {-3, 2, "rsgWords32", [&] { return rsgWords32(stream, -1, w); }},
-      {-3, 3, "rsgWords32", [&] { return rsgWords32(stream, 1, nullptr); }},
       {-1204, 1, "rsgWords64", [&] { return rsgWords64(stream, 1, &u); }},
       {-1204, 1, "rsgUniform53", [&] { return rsgUniform53(stream, 1, &d); }},
       {-1204, 1, "rsgIntegers", [&] { return rsgIntegers(stream, 1, &k, 0, 1); }},
       {-3, 4, "rsgIntegers", [&] { return rsgIntegers(twister, 1, &k, 1, 0); }},
-      {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, 1.0F, 1.0F); }},
       {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, nan, 1.0F); }},
-      {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, 0.0F, infinity); }},
       {-3, 4, "rsgUniformFloat", [&] { return rsgUniformFloat(stream, 1, &f, -3e38F, 3e38F); }},
   };
   for (const auto& c : cases)
@@ -501,13 +447,8 @@ TEST(StreamToolsArguments, AreRefusedInOrder) {
         << c.status;
   EXPECT_EQ(made, nullptr);
   EXPECT_EQ(w[0] + u + static_cast<std::uint32_t>(k), 0u);
-  const Words seeds = {1};
-  for (const auto& [id, count, given, position] :
-       {std::tuple{-7, 1, seeds.data(), 2},
-        {RSG_BRNG_R250, -1, seeds.data(), 3},
-        {RSG_BRNG_R250, 1, static_cast<const std::uint32_t*>(nullptr), 4}})
-    EXPECT_EQ(printed([&] { EXPECT_LT(rsgNewStreamFromSeeds(&made, id, count, given), 0); }),
-              support::parameterReport(position, "rsgNewStreamFromSeed"));
+  EXPECT_EQ(printed([&] { EXPECT_EQ(rsgNewStreamFromSeeds(&made, RSG_BRNG_R250, 1, nullptr), -3); }),
+            support::parameterReport(4, "rsgNewStreamFromSeed"));
 }
 
 }  // namespace
