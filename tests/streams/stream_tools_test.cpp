@@ -311,8 +311,11 @@ TEST(StreamToolsValues, IntegersHaveEquallyManyWords) {
 
 TEST(StreamToolsValues, FloatsStayBelowTheUpperEnd) {
   const Words ends = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFF00, 0xFFFFFFFF};
-  for (const auto& [a, b] :
-       {std::pair{0.0F, 1.0F}, {-0.1F, 2.5F}, {1.0F, std::nextafter(1.0F, 2.0F)}, {-3e38F, 1e37F}}) {
+  const std::pair<float, float> intervals[] = {
+      {0.0F, 1.0F}, {-0.1F, 2.5F}, {1.0F, std::nextafter(1.0F, 2.0F)}, {-3e38F, 1e37F}};
+  for (const auto& interval : intervals) {
+    const float a = interval.first;
+    const float b = interval.second;
     const auto values = streamOf(ends).filled<float>(
         6, [=](auto s, auto n, auto r) { return rsgUniformFloat(s, n, r, a, b); });
     for (std::size_t i = 0; i < ends.size(); ++i) {
