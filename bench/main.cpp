@@ -86,6 +86,7 @@ int main(int argc, char** argv) {
   bench::registerConstructRows();
   bench::registerSolveRows();
   bench::registerStreamRows();
+  bench::registerStreamToolRows();
   bench::registerCallRows();
   bench::registerSearchRows();
   bench::registerEvaluateRows();

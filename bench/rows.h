@@ -9,6 +9,7 @@ namespace bench {
 void registerConstructRows();
 void registerSolveRows();
 void registerStreamRows();
+void registerStreamToolRows();
 void registerCallRows();
 void registerSearchRows();
 void registerEvaluateRows();

@@ -20,7 +20,7 @@ namespace {
 
 // A family that a caller's buffer would feed: no stream of it can exist.
 template <std::int32_t number, std::uint32_t bytes>
-constexpr BrngRecord bufferFed = {number, 1, bytes, 0, 1, 4, 32, nullptr};
+constexpr BrngRecord bufferFed = {number, 1, bytes, 0, 1, 4, 32, nullptr, nullptr, 0, RSG_SPLIT_NONE};
 
 // In the order of their numbers.
 constexpr const BrngRecord* families[] = {
