@@ -81,7 +81,8 @@ RVN_API int32_t dfCheckBreakpoints(int32_t nx, const double* x, int32_t* firstBa
  * nor is DF_KIND_LOOKUP. Under DF_OUTSIDE_REFUSE all sites are tested before anything is written, and a NaN counts as
  * outside; in the other modes a NaN goes through the formulas. Wrapping an infinite site gives NaN, and one that is
  * further away than 2^52 periods an unspecified site of the partition. Nothing makes the two ends of a wrapped spline
- * meet but its boundary conditions; the last breakpoint itself belongs to the last piece.
+ * meet but its boundary conditions: sites fall on x[0] <= s < x[nx-1], and the last breakpoint itself stays the end of
+ * the last piece. Results may not replace the sites of the call.
  *
  * Returns 0; -1000 null task; -1041 unknown mode.
  */
