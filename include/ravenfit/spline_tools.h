@@ -105,10 +105,10 @@ RVN_API int32_t dfTaskSetOutside(DfTask* task, int32_t below, int32_t above, dou
  *
  * The first call builds 16 bytes a breakpoint and function and keeps them in the task until dfTaskConstruct,
  * dfTaskEditSpline or dfTaskDestroy: a caller who changes breakpoints or coefficients in place calls dfTaskEditSpline
- * again. Threads may meet in the first call.
+ * again. Threads may meet in the first call. Behind a piece whose integral is not finite, integrals across pieces are NaN.
  *
- * Returns 0; -1000 null task; -1030, -1031, -1032, -1033, -1034; -1016 a row of coefficients missing; -1011 a kind
- * without pieces; -1001 out of memory; -1042.
+ * Returns 0; -1000 null task; -1030, -1031, -1032, -1033, -1034; -1011 a kind without pieces; -1016 a row of
+ * coefficients missing; -1001 out of memory; -1042.
  */
 RVN_API int32_t dfTaskIntegrate(const DfTask* task, int32_t n, const double* left, const double* right,
                                 double* r, int32_t rhint);
@@ -120,8 +120,8 @@ RVN_API int32_t dfTaskIntegrate(const DfTask* task, int32_t n, const double* lef
  *
  * coeff  room for ny rows (ny 0 counts as 1) of (order + 1) * (nx - 1) doubles, apart from the task's own.
  *
- * Returns 0; -1000 null task; -1016 coeff null or a row of coefficients missing; -1011 a kind without pieces, or
- * DF_KIND_SUBBOTIN, whose pieces do not join at breakpoints; -1001 a size that does not fit this machine.
+ * Returns 0; -1000 null task; -1016 null coeff; -1011 a kind without pieces, or DF_KIND_SUBBOTIN, whose pieces do not
+ * join at breakpoints; -1016 a row of coefficients missing; -1001 a size that does not fit this machine.
  */
 RVN_API int32_t dfTaskAntiderivative(const DfTask* task, double* coeff);
 

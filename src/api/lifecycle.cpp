@@ -3,6 +3,7 @@
 #include "dispatch/kernel_slot.h"
 #include "runtime/memory.h"
 #include "task/df_task.h"
+#include "task/integral_sums.h"
 
 namespace {
 
@@ -34,6 +35,7 @@ std::int32_t dfTaskCreate(DfTask** task, std::int32_t nx, const double* x, std::
 std::int32_t dfTaskEditSpline(DfTask* task, std::int32_t order, std::int32_t kind, std::int32_t bcType,
                               const double* bc, std::int32_t icType, const double* ic, double* coeff,
                               std::int32_t coeffHint) {
+  if (task != nullptr) rvn::dropIntegralSums(*task);
   const auto edit = loadKernel(editSlot, [](const LevelTable& table) { return table.task->edit; });
   return edit(task, order, kind, bcType, bc, icType, ic, coeff, coeffHint);
 }
@@ -42,6 +44,7 @@ std::int32_t dfTaskDestroy(DfTask** task) {
   if (task == nullptr || *task == nullptr) return DF_ERROR_NULL_TASK;
   DfTask* record = *task;
   if (record->coeffRows != record->coeffRoom) rvn::rvnFree(record->coeffRows);
+  rvn::dropIntegralSums(*record);
   rvn::rvnFree(record);
   *task = nullptr;
   return DF_STATUS_OK;

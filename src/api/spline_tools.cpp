@@ -1,6 +1,8 @@
+#include <cstddef>
 #include <cstdint>
 
 #include "dispatch/kernel_slot.h"
+#include "dispatch/spline_kinds.h"
 #include "task/df_task.h"
 
 #include <ravenfit/spline_tools.h>
@@ -15,6 +17,44 @@ const rvn::SplineToolKernels& tools() {
 
 bool isOutsideMode(std::int32_t mode) {
   return mode >= DF_OUTSIDE_CONTINUE && mode <= DF_OUTSIDE_REFUSE;
+}
+
+// The record of a task's kind, where it has polynomial pieces.
+const rvn::SplineKind* kindWithPieces(const DfTask& task) {
+  const rvn::SplineKind* const kind = rvn::findSplineKind(task.order, task.kind);
+  return kind != nullptr && kind->pieces < rvn::stepLeftPieces ? kind : nullptr;
+}
+
+bool hasRows(const DfTask& task) {
+  if (task.coeffRows == nullptr) return false;
+  for (std::int64_t f = 0; f < task.ny; ++f)
+    if (task.coeffRows[f] == nullptr) return false;
+  return true;
+}
+
+bool isIntegralLayout(std::int32_t rhint) {
+  constexpr std::int32_t derivsInnerToo = 128;
+  return rhint == DF_RESULTS_DEFAULT || rhint == DF_RESULTS_DERIVS_INNER || rhint == derivsInnerToo ||
+         rhint == DF_RESULTS_SITES_INNER || rhint == DF_RESULTS_BY_SITE;
+}
+
+// Whether rows of `order` coefficients a piece lie inside the address space.
+bool fitsMachine(const DfTask& task, std::int64_t order) {
+  std::ptrdiff_t bytes = 0;
+  return !__builtin_mul_overflow(task.ny > 1 ? task.ny : 1, order, &bytes) &&
+         !__builtin_mul_overflow(bytes, task.nx - 1, &bytes) &&
+         !__builtin_mul_overflow(bytes, std::ptrdiff_t{sizeof(double)}, &bytes);
+}
+
+// What both rows of coefficients ask of a task.
+std::int32_t checkCalculus(const DfTask* task, const double* coeff, std::int64_t step) {
+  if (task == nullptr) return DF_ERROR_NULL_TASK;
+  if (coeff == nullptr) return DF_ERROR_NULL_COEFFICIENTS;
+  const rvn::SplineKind* const kind = kindWithPieces(*task);
+  if (kind == nullptr || kind->pieces == rvn::knotPieces) return DF_ERROR_SPLINE_KIND;
+  if (task->order + step < DF_ORDER_LINEAR) return DF_ERROR_SPLINE_ORDER;
+  if (!hasRows(*task)) return DF_ERROR_NULL_COEFFICIENTS;
+  return fitsMachine(*task, task->order + step) ? DF_STATUS_OK : DF_ERROR_MEMORY;
 }
 
 }  // namespace
@@ -37,6 +77,32 @@ std::int32_t dfTaskSetOutside(DfTask* task, std::int32_t below, std::int32_t abo
   task->outsideAbove = above;
   task->outsideValue = value;
   return DF_STATUS_OK;
+}
+
+std::int32_t dfTaskIntegrate(const DfTask* task, std::int32_t n, const double* left, const double* right,
+                             double* r, std::int32_t rhint) {
+  if (task == nullptr) return DF_ERROR_NULL_TASK;
+  if (n < 1) return DF_ERROR_LIMIT_COUNT;
+  if (left == nullptr) return DF_ERROR_LEFT_LIMITS;
+  if (right == nullptr) return DF_ERROR_RIGHT_LIMITS;
+  if (r == nullptr) return DF_ERROR_NULL_INTEGRALS;
+  if (!isIntegralLayout(rhint)) return DF_ERROR_INTEGRALS_HINT;
+  const rvn::SplineKind* const kind = kindWithPieces(*task);
+  if (kind == nullptr) return DF_ERROR_SPLINE_KIND;
+  if (!hasRows(*task)) return DF_ERROR_NULL_COEFFICIENTS;
+  return (*tools().integrate)(*task, kind->pieces, {n, left, right, r, rhint == DF_RESULTS_BY_SITE});
+}
+
+std::int32_t dfTaskAntiderivative(const DfTask* task, double* coeff) {
+  const std::int32_t status = checkCalculus(task, coeff, 1);
+  if (status == DF_STATUS_OK) tools().calculus->antiderivative(*task, coeff);
+  return status;
+}
+
+std::int32_t dfTaskDerivative(const DfTask* task, double* coeff) {
+  const std::int32_t status = checkCalculus(task, coeff, -1);
+  if (status == DF_STATUS_OK) tools().calculus->derivative(*task, coeff);
+  return status;
 }
 
 }  // extern "C"

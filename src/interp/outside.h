@@ -6,6 +6,7 @@
 
 #include "interp/evaluate.h"
 #include "interp/interp_kernels.h"
+#include "interp/piece_range.h"
 #include "interp/search_choice.h"
 #include "vector/level.h"
 #include "vector/simd.h"
@@ -23,10 +24,6 @@ struct Outside {
   double value;
   bool active;  // whether anything but the end polynomials is asked for
 };
-
-inline double lastBreakpoint(const DfTask& task) {
-  return task.x[isUniform(task) ? 1 : task.nx - 1];
-}
 
 // A look-up has no outside: what is no breakpoint is refused.
 inline Outside outsideOf(const DfTask& task, Pieces pieces) {

@@ -1,6 +1,7 @@
 #pragma once
 
-// The per-level kernels of what is done with splines beside building and evaluating them.
+// The per-level kernels of what is done with splines beside building and evaluating them. Tasks that get here have
+// polynomial pieces of the form `pieces`, and all their rows of coefficients.
 
 #include <cstdint>
 
@@ -11,9 +12,27 @@ namespace rvn {
 // The index of the first of nx >= 1 breakpoints that is not finite or not above its predecessor, or -1.
 using CheckBreakpoints = std::int64_t (*)(std::int64_t nx, const double* x);
 
+struct IntegrateCall {
+  std::int64_t n;
+  const double* left;
+  const double* right;
+  double* r;
+  bool bySite;  // the integrals of all functions over a pair stand side by side
+};
+
+using Integrate = std::int32_t (*)(const DfTask& task, Pieces pieces, const IntegrateCall& call);
+
+// Rows of coefficients, one after another, for pieces that join at breakpoints.
+struct CalculusKernels {
+  void (*antiderivative)(const DfTask& task, double* coeff);
+  void (*derivative)(const DfTask& task, double* coeff);
+};
+
 // Each by the address of its record, which another unit fills in.
 struct SplineToolKernels {
   const CheckBreakpoints* checkBreakpoints;
+  const Integrate* integrate;
+  const CalculusKernels* calculus;
 };
 
 }  // namespace rvn

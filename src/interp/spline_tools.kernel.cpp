@@ -4,8 +4,10 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 
 extern const CheckBreakpoints breakpointCheck;
+extern const Integrate integration;
+extern const CalculusKernels calculusKernels;
 
 extern const SplineToolKernels splineToolKernels;
-const SplineToolKernels splineToolKernels = {&breakpointCheck};
+const SplineToolKernels splineToolKernels = {&breakpointCheck, &integration, &calculusKernels};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

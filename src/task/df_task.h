@@ -51,7 +51,7 @@ struct DfTask {
   std::int32_t outsideBelow;  // DF_OUTSIDE_*, what splines are left of the partition
   std::int32_t outsideAbove;  // and right of it
   double outsideValue;
-  mutable double* integralSums;  // a block of its own, published by the first of the threads that integrate
+  mutable void* integralSums;  // a block of its own, published by the first of the threads that integrate
 };
 
 namespace rvn {
