@@ -136,8 +136,8 @@ RVN_API int32_t dfTaskDerivative(const DfTask* task, double* coeff);
 
 /*
  * All sites of an interval at which a function has a value, in ascending order. Extrema by the quadratic formula cut every
- * piece into monotone stretches; one whose ends lie on both sides of the value has one such site, found by a formula (up
- * to order 3) or by Newton's steps inside a bracket that at least halves (order 4), which cannot fail.
+ * piece into monotone stretches; one whose ends lie on both sides of the value has one such site: by the formulas of lines
+ * and parabolas, or for cubics by Newton's steps inside a bracket, halved where they are slow, which cannot fail.
  *
  * function  0 .. ny - 1.
  * value     the value; any number.
@@ -148,9 +148,9 @@ RVN_API int32_t dfTaskDerivative(const DfTask* task, double* coeff);
  * sites     receives the first `room` sites; may be null if room is 0.
  * count     receives how many there are, which may be more than `room`.
  *
- * Where an extremum or the function at an end of its piece equals the value within the rounding of its evaluation (at a
- * breakpoint: equals it exactly), it counts as one site. A stretch that equals the value from one of these to the next is
- * one site, its first. A jump across the value, as coefficients of the caller may have, is none. Pieces with a
+ * An extremum, a or b at which the function equals the value within the rounding of its piece counts as one site, and so
+ * does a breakpoint at which it equals it exactly. A stretch that equals the value from one of these to the next is one
+ * site, its first. So is a jump across the value, as coefficients of the caller may have, at its breakpoint. Pieces with a
  * coefficient that is not finite have none.
  *
  * Returns 0; -1000 null task; -1045, -1044, -1047; -1043 function; -1011 a kind without pieces; -1010 order above 4;

@@ -46,6 +46,15 @@ bool fitsMachine(const DfTask& task, std::int64_t order) {
          !__builtin_mul_overflow(bytes, std::ptrdiff_t{sizeof(double)}, &bytes);
 }
 
+// What roots and the inverse ask of a task: a function, of pieces with closed forms of their extrema.
+std::int32_t checkFunction(const DfTask& task, std::int32_t function) {
+  if (function < 0 || function >= (task.ny == 0 ? 1 : task.ny)) return DF_ERROR_FUNCTION_INDEX;
+  if (kindWithPieces(task) == nullptr) return DF_ERROR_SPLINE_KIND;
+  if (task.order > DF_ORDER_CUBIC) return DF_ERROR_SPLINE_ORDER;
+  if (task.coeffRows == nullptr || task.coeffRows[function] == nullptr) return DF_ERROR_NULL_COEFFICIENTS;
+  return DF_STATUS_OK;
+}
+
 // What both rows of coefficients ask of a task.
 std::int32_t checkCalculus(const DfTask* task, const double* coeff, std::int64_t step) {
   if (task == nullptr) return DF_ERROR_NULL_TASK;
@@ -103,6 +112,28 @@ std::int32_t dfTaskDerivative(const DfTask* task, double* coeff) {
   const std::int32_t status = checkCalculus(task, coeff, -1);
   if (status == DF_STATUS_OK) tools().calculus->derivative(*task, coeff);
   return status;
+}
+
+std::int32_t dfTaskSolve(const DfTask* task, std::int32_t function, double value, double a, double b,
+                         std::int64_t room, double* sites, std::int64_t* count) {
+  if (task == nullptr) return DF_ERROR_NULL_TASK;
+  if (room < 0 || (sites == nullptr && room > 0) || count == nullptr) return DF_ERROR_ROOM;
+  if (!(a <= b)) return DF_ERROR_INTERVAL;
+  if (value != value) return DF_ERROR_VALUES;
+  if (const std::int32_t status = checkFunction(*task, function); status != DF_STATUS_OK) return status;
+  const rvn::SplineKind* const kind = kindWithPieces(*task);
+  return (*tools().solve)(*task, kind->pieces, {function, value, a, b, room, sites, count});
+}
+
+std::int32_t dfTaskInverse(const DfTask* task, std::int32_t function, std::int32_t n, const double* values,
+                           double* sites) {
+  if (task == nullptr) return DF_ERROR_NULL_TASK;
+  if (n < 1) return DF_ERROR_VALUE_COUNT;
+  if (values == nullptr) return DF_ERROR_VALUES;
+  if (sites == nullptr) return DF_ERROR_SITES;
+  if (const std::int32_t status = checkFunction(*task, function); status != DF_STATUS_OK) return status;
+  const rvn::SplineKind* const kind = kindWithPieces(*task);
+  return (*tools().invert)(*task, kind->pieces, {function, n, values, sites});
 }
 
 }  // extern "C"

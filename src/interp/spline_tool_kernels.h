@@ -28,11 +28,35 @@ struct CalculusKernels {
   void (*derivative)(const DfTask& task, double* coeff);
 };
 
+struct SolveCall {
+  std::int64_t f;
+  double value;
+  double a;
+  double b;
+  std::int64_t room;
+  double* sites;
+  std::int64_t* count;
+};
+
+// For pieces up to order 4.
+using Solve = std::int32_t (*)(const DfTask& task, Pieces pieces, const SolveCall& call);
+
+struct InverseCall {
+  std::int64_t f;
+  std::int64_t n;
+  const double* values;
+  double* sites;
+};
+
+using Invert = std::int32_t (*)(const DfTask& task, Pieces pieces, const InverseCall& call);
+
 // Each by the address of its record, which another unit fills in.
 struct SplineToolKernels {
   const CheckBreakpoints* checkBreakpoints;
   const Integrate* integrate;
   const CalculusKernels* calculus;
+  const Solve* solve;
+  const Invert* invert;
 };
 
 }  // namespace rvn
