@@ -31,6 +31,12 @@ inline int extrema(const double* c, double a, double b, double* t) {
   if constexpr (order == 3) {
     at[n++] = -0.5 * c[1] / c[2];
   } else if constexpr (order == 4) {
+    // Bernstein's coefficients of the derivative: of one sign for most pieces.
+    const double first = formula<4, 1>(c, a);
+    const double second = first + 0.5 * (b - a) * formula<4, 2>(c, a);
+    const double third = formula<4, 1>(c, b);
+    if ((first > 0.0 && second > 0.0 && third > 0.0) || (first < 0.0 && second < 0.0 && third < 0.0))
+      return 0;
     const double largest = greaterOf(greaterOf(magnitude(c[1]), magnitude(c[2])), magnitude(c[3]));
     const double c1 = c[1] / largest;
     const double c2 = c[2] / largest;
@@ -41,9 +47,9 @@ inline int extrema(const double* c, double a, double b, double* t) {
       at[n++] = q / c3;
       at[n++] = c1 / q;
       if (at[0] > at[1]) {
-        const double first = at[1];
+        const double least = at[1];
         at[1] = at[0];
-        at[0] = first;
+        at[0] = least;
       }
     }
   }

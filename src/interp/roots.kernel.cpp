@@ -43,6 +43,57 @@ struct Marks {
   }
 };
 
+// Sites found, in order: each known, or a crossing between two marks that waits for others, to be solved in lanes. A known
+// one has that site at both marks.
+template <int order>
+struct Waiting {
+  static constexpr std::int64_t room = 64;
+  static constexpr std::int64_t perPiece = 8;
+  static_assert(room % laneCount == 0);
+
+  std::int64_t n = 0;
+  double c[order][room] = {};  // of the rising piece
+  double low[room];
+  double high[room];
+  double origin[room];
+  double lowSite[room];
+  double highSite[room];
+
+  void add(double site) {
+    low[n] = high[n] = origin[n] = 0.0;
+    lowSite[n] = highSite[n] = site;
+    ++n;
+  }
+
+  void add(const double* piece, double from, const Marks& marks, int i) {
+    for (int k = 0; k < order; ++k)
+      c[k][n] = static_cast<double>(marks.sign[i]) * piece[k];
+    low[n] = marks.t[i - 1];
+    high[n] = marks.t[i];
+    origin[n] = from;
+    lowSite[n] = marks.site[i - 1];
+    highSite[n] = marks.site[i];
+    ++n;
+  }
+
+  // Hands the sites to take(site), and is empty then. What fills the last vector up is of an earlier time, or 0.
+  template <class Take>
+  void release(Take take) {
+    for (std::int64_t i = n; i % laneCount != 0; ++i)
+      low[i] = high[i] = 0.0;
+    for (std::int64_t i = 0; i < n; i += laneCount) {
+      Lanes lanes[order];
+      for (int k = 0; k < order; ++k)
+        lanes[k] = load<Lanes>(c[k] + i);
+      double t[laneCount];
+      store(t, risingCrossing<order>(lanes, load<Lanes>(low + i), load<Lanes>(high + i)));
+      for (std::int64_t j = i; j < i + laneCount && j < n; ++j)
+        take(within(origin[j] + t[j - i], lowSite[j], highSite[j]));
+    }
+    n = 0;
+  }
+};
+
 template <int order>
 struct RootFinder {
   const PieceRange& range;
@@ -53,6 +104,7 @@ struct RootFinder {
   std::int64_t count = 0;
   double lastSite = -infinity;
   bool inStretch = false;  // the mark before was a site
+  Waiting<order> waiting = {};
 
   // The last piece that begins at or below s.
   std::int64_t pieceAt(double s) const {
@@ -71,15 +123,17 @@ struct RootFinder {
     c[0] -= call.value;
   }
 
-  void emit(double site) {
-    if (!(site > lastSite)) return;
-    lastSite = site;
-    if (count < call.room) call.sites[count] = site;
-    ++count;
+  void emitWaiting() {
+    waiting.release([&](double site) {
+      if (!(site > lastSite)) return;
+      lastSite = site;
+      if (count < call.room) call.sites[count] = site;
+      ++count;
+    });
   }
 
   void pass(double site, int sign) {
-    if (sign == 0 && !inStretch) emit(site);
+    if (sign == 0 && !inStretch) waiting.add(site);
     inStretch = sign == 0;
   }
 
@@ -92,15 +146,12 @@ struct RootFinder {
 
   void cross(const double* c, double origin, const Marks& marks, int i) {
     if (marks.sign[i - 1] * marks.sign[i] >= 0) return;
-    double rising[order];
-    for (int k = 0; k < order; ++k)
-      rising[k] = static_cast<double>(marks.sign[i]) * c[k];
-    const double t = risingCrossing<order>(rising, marks.t[i - 1], marks.t[i]);
-    emit(within(origin + t, marks.site[i - 1], marks.site[i]));
+    waiting.add(c, origin, marks, i);
     inStretch = false;
   }
 
   void solvePiece(std::int64_t q, bool isFirst, bool isLast) {
+    if (waiting.n + Waiting<order>::perPiece > Waiting<order>::room) emitWaiting();
     double c[order];
     loadPiece(q, c);
     const double origin = range.origin(q);
@@ -142,12 +193,12 @@ struct RootFinder {
       // The end of a piece is the beginning of the next one, unless a jump leads away from the value there.
       if (i + 1 < marks.n || isLast || marks.sign[i] != after) pass(marks.site[i], marks.sign[i]);
     }
-    if (marks.sign[marks.n - 1] * after < 0) emit(marks.site[marks.n - 1]);
+    if (marks.sign[marks.n - 1] * after < 0) waiting.add(marks.site[marks.n - 1]);
   }
 
-  // Whether none of the pieces q .. of a vector, nor the beginning of the one behind each, comes near the value: S. N.
-  // Bernstein's coefficients enclose a piece (1912).
-  bool stayAway(std::int64_t q) const {
+  // Which of the pieces q .. of a vector, or the beginning of the one behind each, may come near the value: S. N.
+  // Bernstein's coefficients enclose a piece (1912). False if none does.
+  bool comeNear(std::int64_t q, std::int64_t* near) const {
     std::int32_t piece[laneCount];
     std::int64_t next[laneCount];
     for (int i = 0; i < laneCount; ++i) {
@@ -187,22 +238,31 @@ struct RootFinder {
       above &= hull[k] > margin;
       below &= hull[k] < -margin;
     }
-    return !holdsAnywhere(~(above | below));
+    const LaneMask may = ~(above | below);
+    store(near, may);
+    return holdsAnywhere(may);
   }
 
   void solve() {
     const std::int64_t first = pieceAt(a);
     const std::int64_t last = pieceAt(b);
     for (std::int64_t q = first; q <= last;) {
-      const bool inner = q > first && q + laneCount <= last && !range.joinsAtKnots;
-      if (inner && stayAway(q)) {
-        q += laneCount;
-        inStretch = false;
+      std::int64_t near[laneCount];
+      const bool together = q > first && q + laneCount <= last && !range.joinsAtKnots;
+      if (!together) {
+        solvePiece(q, q == first, q == last);
+        ++q;
         continue;
       }
-      for (const std::int64_t end = inner ? q + laneCount : q + 1; q < end; ++q)
-        solvePiece(q, q == first, q == last);
+      const bool any = comeNear(q, near);
+      for (int i = 0; i < laneCount && any; ++i) {
+        inStretch = inStretch && near[i] != 0;
+        if (near[i] != 0) solvePiece(q + i, false, false);
+      }
+      inStretch = inStretch && any;
+      q += laneCount;
     }
+    emitWaiting();
     *call.count = count;
   }
 };
