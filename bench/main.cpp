@@ -13,7 +13,7 @@
 
 namespace {
 
-const std::vector<std::string> others = {"plain", "gsl", "boost", "std", "lapack", "copy"};
+const std::vector<std::string> others = {"plain", "gsl", "boost", "alglib", "std", "lapack", "copy"};
 
 class RatioReporter : public benchmark::BenchmarkReporter {
  public:
@@ -90,6 +90,7 @@ int main(int argc, char** argv) {
   bench::registerCallRows();
   bench::registerSearchRows();
   bench::registerEvaluateRows();
+  bench::registerSplineToolRows();
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;

@@ -1,7 +1,7 @@
 #pragma once
 
 // Each source of the benchmark registers its rows; a row's benchmarks are named "<row>|<who>", who being
-// ravenfit, plain (a textbook loop compiled at -O2), gsl, boost, std (std::mt19937 with its distribution), lapack or copy
+// ravenfit, plain (a textbook loop compiled at -O2), gsl, boost, alglib, std (std::mt19937 with its distribution), lapack or copy
 // (the row's memory traffic alone), and set items processed to the elements they worked on.
 
 namespace bench {
@@ -13,5 +13,6 @@ void registerStreamToolRows();
 void registerCallRows();
 void registerSearchRows();
 void registerEvaluateRows();
+void registerSplineToolRows();
 
 }  // namespace bench

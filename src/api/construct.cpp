@@ -2,6 +2,7 @@
 
 #include "dispatch/solver_kernels.h"
 #include "dispatch/spline_kinds.h"
+#include "task/integral_sums.h"
 
 namespace {
 
@@ -69,6 +70,7 @@ extern "C" std::int32_t dfTaskConstruct(const DfTask* task, std::int32_t format,
   EndPair ends = {};
   if (const std::int32_t status = checkKind(*kind, *task, method, layout, ends); status != DF_STATUS_OK)
     return status;
+  rvn::dropIntegralSums(*task);
   const rvn::Construct construct = kind->construct.member[layout][rvn::isUniform(*task) ? 1 : 0];
   return construct(*task, ends, {rvn::workShareTables[rvn::constructWorkShareRow], rvn::solverKernels});
 }

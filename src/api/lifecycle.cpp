@@ -4,6 +4,7 @@
 #include "dispatch/spline_kinds.h"
 #include "runtime/memory.h"
 #include "task/df_task.h"
+#include "task/integral_sums.h"
 
 namespace {
 
@@ -45,6 +46,7 @@ std::int32_t dfTaskCreate(DfTask** task, std::int32_t nx, const double* x, std::
 std::int32_t dfTaskEditSpline(DfTask* task, std::int32_t order, std::int32_t kind, std::int32_t bcType,
                               const double* bc, std::int32_t icType, const double* ic, double* coeff,
                               std::int32_t coeffHint) {
+  if (task != nullptr) rvn::dropIntegralSums(*task);
   const auto edit = loadKernel(editSlot, [](const LevelTable& table) { return table.task->edit; });
   const std::int32_t status = edit(task, order, kind, bcType, bc, icType, ic, coeff, coeffHint);
   if (task != nullptr) task->plainOrder = isPlain(*task) ? static_cast<std::uint8_t>(task->order) : 0;
@@ -55,6 +57,7 @@ std::int32_t dfTaskDestroy(DfTask** task) {
   if (task == nullptr || *task == nullptr) return DF_ERROR_NULL_TASK;
   DfTask* record = *task;
   if (record->coeffRows != record->coeffRoom) rvn::rvnFree(record->coeffRows);
+  rvn::dropIntegralSums(*record);
   rvn::rvnFree(record);
   *task = nullptr;
   return DF_STATUS_OK;

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "interp/interp_kernels.h"
+#include "interp/spline_tool_kernels.h"
 #include "solvers/tridiagonal_kernels.h"
 #include "streams/stream_kernels.h"
 #include "task/spline_kind.h"
@@ -18,6 +19,7 @@ struct LevelTable {
   const InterpKernels* interp;
   const StreamKernels* streams;
   const TridiagonalKernels* tridiagonal;
+  const SplineToolKernels* splineTools;
 };
 
 // Levels 0 to 9, and behind them the builds that are tried and not shipped. A level that was not built has the table

@@ -56,12 +56,36 @@ void transposeResults(std::int64_t nblock, std::int64_t nres, const double* from
   }
 }
 
+// Rows of `length` results, one a function, become runs of `functions` results.
+void transposeFunctions(std::int64_t functions, std::int64_t length, const double* from, double* to) {
+  std::int64_t f = 0;
+  for (; f + 2 <= functions; f += 2) {
+    const double* const row = from + f * length;
+    std::int64_t i = 0;
+    for (; i + 2 <= length; i += 2) {
+      Pair a = load<Pair>(row + i);
+      Pair b = load<Pair>(row + length + i);
+      transpose(a, b);
+      store(to + i * functions + f, a);
+      store(to + (i + 1) * functions + f, b);
+    }
+    if (i < length) {
+      to[i * functions + f] = row[i];
+      to[i * functions + f + 1] = row[length + i];
+    }
+  }
+  if (f < functions)
+    for (std::int64_t i = 0; i < length; ++i)
+      to[i * functions + f] = from[f * length + i];
+}
+
 struct BlockScratch {
   double site[sitesAtOnce];
   std::int32_t cell[sitesAtOnce];
   std::int32_t piece[sitesAtOnce];
   std::int32_t marks[sitesAtOnce];
   double t[sitesAtOnce];
+  OutsideMarks outside;
   EvalBlock block;
 };
 
@@ -97,9 +121,13 @@ std::int32_t prepareBlock(const Run& run, std::int64_t first, std::int64_t nbloc
       scratch.site[i] = static_cast<double>(first + i) * run.plan.siteStep + run.plan.firstSite;
     site = scratch.site;
   }
+  if (run.plan.outside.active)
+    site = bringInside(run.plan.outside, nblock, site, scratch.site, scratch.outside);
   EvalBlock& block = scratch.block;
   const std::int32_t status = findCells(run, first, nblock, site, scratch, runningCell, block.blockCells);
   if (status < 0) return status;
+  if (run.plan.outside.active && run.plan.keepsCells)
+    restoreCells(run.plan.outside, scratch.outside, nblock, site, run.task.nx, run.call.cell + first);
   block.task = &run.task;
   block.wanted = &run.plan.wanted;
   block.h = run.plan.h;
@@ -127,10 +155,13 @@ std::int32_t evaluateBlock(const Run& run, std::int64_t first, std::int64_t work
         block.blockResults[i] = 0.0;
     const std::int32_t status = run.plan.evaluate(block);
     if (status < 0) return status;
-    if (!run.plan.direct)
+    if (run.plan.outside.active)
+      overwriteOutside(run.plan.outside, scratch.outside, run.plan.wanted, block.nblock, block.blockResults);
+    if (!run.plan.direct && !run.plan.bySite)
       transposeResults(block.nblock, nres, block.blockResults, call.r + f * nres * call.nsite + first,
                        call.nsite);
   }
+  if (run.plan.bySite) transposeFunctions(run.plan.nfunc, row, area, call.r + first * nres * run.plan.nfunc);
   return 0;
 }
 
@@ -195,6 +226,7 @@ std::int32_t runAll(const Run& run, std::int64_t workers, const WorkShareTable& 
                                                    const WorkShareTable& workShare) {
   Plan plan;
   if (const std::int32_t status = planInterpolation(task, call, plan); status < 0) return status;
+  if (refusesOutside(plan.outside, call, plan.firstSite, plan.siteStep)) return DF_ERROR_OUTSIDE;
   const std::int64_t workers = workShare.threadCount();
   const ScratchLayout layout(plan, task.order, workers);
   if (!layout.fits) return DF_ERROR_MEMORY;

@@ -23,6 +23,7 @@ inline bool isOfFewSites(const DfTask& task, const InterpolateCall& call) {
   if (task.xhint == DF_XHINT_QUASI_UNIFORM || call.datahint != nullptr || call.searchCb != nullptr)
     return false;
   if (task.coeffRows == nullptr || (task.flags & 1U) != 0) return false;
+  if (!continuesOutside(task) || call.rhint == DF_RESULTS_BY_SITE) return false;
   for (std::int64_t f = 0; f < functionsOf(task); ++f)
     if (task.coeffRows[f] == nullptr) return false;
   return isResultLayout(call.rhint);

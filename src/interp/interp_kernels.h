@@ -7,6 +7,8 @@
 #include "runtime/work_share.h"
 #include "task/spline_kind.h"
 
+#include <ravenfit/spline_tools.h>
+
 namespace rvn {
 
 // A user's cell search; reachable through kernel arguments only. Fills `cells` and `marks` for `*count`
@@ -38,7 +40,8 @@ static inline bool isSitesInner(std::int64_t rhint) {
 
 static inline bool isResultLayout(std::int64_t rhint) {
   constexpr std::int64_t derivsInnerToo = 128;
-  return isSitesInner(rhint) || rhint == DF_RESULTS_DERIVS_INNER || rhint == derivsInnerToo;
+  return isSitesInner(rhint) || rhint == DF_RESULTS_DERIVS_INNER || rhint == derivsInnerToo ||
+         rhint == DF_RESULTS_BY_SITE;
 }
 
 // Fills the look-up table of a task over ascending breakpoints; whatever the numbers are, it stays inside.

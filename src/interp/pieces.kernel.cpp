@@ -4,30 +4,12 @@
 
 #include "interp/evaluate.h"
 #include "interp/formulas.h"
+#include "interp/piece_range.h"
 #include "vector/level.h"
 #include "vector/simd.h"
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
-
-// The point that piece q ends and piece q + 1 begins at, for splines that join between breakpoints. All knots
-// given: ic is read from its first element on; two knots given: an equidistant run; none: midpoints.
-template <bool uniform>
-inline double knot(const DfTask& task, double h, std::int64_t q) {
-  const bool given = task.ic != nullptr;
-  if (given && (task.icType & (DF_IC_KNOTS | DF_IC_KNOT_ENDS)) == DF_IC_KNOTS) return task.ic[q];
-  if (given && (task.icType & DF_IC_KNOT_ENDS) != 0) {
-    const double step = task.nx > 2 ? (task.ic[1] - task.ic[0]) / static_cast<double>(task.nx - 2) : 0.0;
-    return task.ic[0] + static_cast<double>(q) * step;
-  }
-  if constexpr (uniform) {
-    const double left = static_cast<double>(q) * h + task.x[0];
-    const double right = static_cast<double>(q + 1) * h + task.x[0];
-    return 0.5 * (left + right);
-  } else {
-    return 0.5 * (task.x[q] + task.x[q + 1]);
-  }
-}
 
 // Sites left of the partition take the first piece, sites right of it the last one.
 template <bool uniform, bool joinsAtKnots>

@@ -8,6 +8,7 @@
 
 #include "interp/evaluate.h"
 #include "interp/interp_kernels.h"
+#include "interp/outside.h"
 #include "interp/search.h"
 #include "interp/search_choice.h"
 #include "vector/level.h"
@@ -36,11 +37,13 @@ struct Plan {
   UniformEvaluator onePass;  // null: the call goes in blocks
   bool ahead;                // blocks are prepared one ahead of their evaluation
   bool direct;               // evaluators write into `r`, else into scratch that is transposed
+  bool bySite;               // transposed with the functions of a site side by side
   bool clears;               // some positions have no formula
   bool keepsCells;
   bool uniformSites;
   double firstSite;
   double siteStep;
+  Outside outside;
 };
 
 inline std::int64_t entry(const Wanted& wanted, std::int64_t k) {
@@ -116,7 +119,11 @@ inline std::int32_t planInterpolation(const DfTask& task, const InterpolateCall&
   if (call.kind == nullptr) return DF_ERROR_SPLINE_KIND;
   const Pieces pieces = call.kind->pieces;
   const bool givenCells = call.type == DF_WANT_GIVEN_CELLS;
-  const std::int32_t path = givenCells ? 0 : chooseSearch(task, call.sitehint, call.datahint, call.searchCb);
+  // Wrapped sites do not ascend.
+  const bool ascends = task.outsideBelow != DF_OUTSIDE_WRAP && task.outsideAbove != DF_OUTSIDE_WRAP;
+  const std::int64_t sitehint =
+      ascends || call.sitehint != DF_SITES_SORTED ? call.sitehint : std::int64_t{DF_SITES_GENERAL};
+  const std::int32_t path = givenCells ? 0 : chooseSearch(task, sitehint, call.datahint, call.searchCb);
   if (path < 0) return path;
   if (!isResultLayout(call.rhint)) return DF_ERROR_RESULTS_HINT;
   const bool sitesInner = isSitesInner(call.rhint);
@@ -134,11 +141,13 @@ inline std::int32_t planInterpolation(const DfTask& task, const InterpolateCall&
   plan.wanted = readWanted(task, call);
   plan.clears = writtenPositions(pieces, plan.wanted) < plan.wanted.nres;
   const bool rows = sitesInner || plan.wanted.nres == 1;
-  plan.direct = !sitesInner || plan.wanted.nres == 1;
+  plan.bySite = call.rhint == DF_RESULTS_BY_SITE && plan.nfunc != 1;
+  plan.direct = !plan.bySite && (!sitesInner || plan.wanted.nres == 1);
   plan.keepsCells = (call.type & DF_WANT_CELLS) != 0;
   planUniformSites(call, plan);
+  plan.outside = outsideOf(task, pieces);
   const bool onePass = !givenCells && path == cellSearchUniform && pieces <= cubicPieces && plan.nfunc == 1 &&
-                       rows && !plan.clears && !plan.keepsCells && !plan.uniformSites;
+                       rows && !plan.clears && !plan.keepsCells && !plan.uniformSites && !plan.outside.active;
   plan.onePass = onePass ? uniformKernels.evaluate[pieces] : nullptr;
   return DF_STATUS_OK;
 }

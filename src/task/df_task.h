@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include <ravenfit/data_fitting.h>
+#include <ravenfit/spline_tools.h>
 
 namespace rvn {
 
@@ -51,12 +52,20 @@ struct DfTask {
   std::int64_t lookupCells;
   rvn::LookupCell* lookup;  // in the record's block
   double lookupInvWidth;
+  std::int32_t outsideBelow;  // DF_OUTSIDE_*, what splines are left of the partition
+  std::int32_t outsideAbove;  // and right of it
+  double outsideValue;
+  mutable void* integralSums;  // a block of its own, published by the first of the threads that integrate
 };
 
 namespace rvn {
 
 static inline bool isUniform(const DfTask& task) {
   return (task.xhint & DF_XHINT_UNIFORM) != 0;
+}
+
+static inline bool continuesOutside(const DfTask& task) {
+  return (task.outsideBelow | task.outsideAbove) == DF_OUTSIDE_CONTINUE;
 }
 
 }  // namespace rvn

@@ -163,6 +163,22 @@ inline Pair pairAt(V v, int i) {
   }
 }
 
+// Whether a comparison holds: of two numbers, or in any lane.
+inline bool holdsAnywhere(bool holds) {
+  return holds;
+}
+
+template <class Mask>
+inline bool holdsAnywhere(Mask mask) {
+  if constexpr (sizeof(Mask) == 16) {
+    typedef std::int32_t Ints __attribute__((vector_size(16)));
+    const Ints parts = (Ints)mask;
+    return (parts[0] | parts[2]) != 0;
+  } else {
+    return holdsAnywhere(halfOf<0>(mask) | halfOf<1>(mask));
+  }
+}
+
 // The doubles at row[index[0]], row[index[1]], ...: one per lane, loaded one by one.
 template <class V = Lanes, class Index>
 inline V pick(const double* row, const Index* index) {
