@@ -27,7 +27,7 @@ extern "C" {
 /* How lambda is found. */
 enum {
   DF_SMOOTH_LAMBDA = 0, /* it is given, one for all functions */
-  DF_SMOOTH_GCV = 1     /* for each function the one that minimises the score of generalised cross-validation */
+  DF_SMOOTH_GCV = 1 /* for each function the one that minimises the score of generalised cross-validation */
 };
 
 /* Statuses of dfSmooth alone. */
@@ -35,10 +35,12 @@ enum {
   DF_ERROR_SMOOTH_METHOD = -1100, /* no DF_SMOOTH_* */
   DF_ERROR_LAMBDA = -1101,        /* negative, infinite or a NaN */
   DF_ERROR_WEIGHTS = -1102,       /* a weight is not positive, infinite or a NaN */
-  DF_ERROR_BREAKPOINTS = -1103,   /* breakpoints are not finite, not strictly ascending, or further apart than a double
+  DF_ERROR_BREAKPOINTS =
+      -1103, /* breakpoints are not finite, not strictly ascending, or further apart than a double
                                      can say */
-  DF_ERROR_VALUES = -1104,        /* a function value is infinite or a NaN */
-  DF_ERROR_SMOOTH_SCALE = -1105   /* steps or weights differ by so many orders of magnitude that the system has no
+  DF_ERROR_VALUES = -1104, /* a function value is infinite or a NaN */
+  DF_ERROR_SMOOTH_SCALE =
+      -1105 /* steps or weights differ by so many orders of magnitude that the system has no
                                      usable factors */
 };
 
@@ -76,11 +78,13 @@ enum { DF_SMOOTH_GCV_BREAKPOINTS = 5 };
  * lambda; see docs/reproducibility.md on levels.
  *
  * Returns 0, or before anything is written: -1004 nx too small; -1005 no x; -1006 xhint; -1007 ny; -1008 no y; -1009
- * yhint; -1016 no coeff; -1100 method; -1101 lambda; -1001 out of memory, or a size that does not fit this machine; -1103
- * breakpoints; -1102 weights; -1104 values; -1105 scale, which is known late: lambdaUsed and coeff may be written in part.
+ * yhint; -1016 no coeff; -1100 method; -1101 lambda; -1103 breakpoints; -1102 weights; -1104 values;
+ * -1001 out of memory, or a size that does not fit this machine. -1105 scale, which is known late: lambdaUsed and coeff
+ * may be written in part.
  */
-RVN_API int32_t dfSmooth(int32_t nx, const double* x, int32_t xhint, int32_t ny, const double* y, int32_t yhint,
-                         const double* w, int32_t method, double lambda, double* lambdaUsed, double* coeff);
+RVN_API int32_t dfSmooth(int32_t nx, const double* x, int32_t xhint, int32_t ny, const double* y,
+                         int32_t yhint, const double* w, int32_t method, double lambda, double* lambdaUsed,
+                         double* coeff);
 
 #ifdef __cplusplus
 }

@@ -119,7 +119,8 @@ enum { RSG_TABLE_DIMENSIONS = 21201 };
  * Returns 0; -5 null address; -1200, -1201 (reported as parameter 1, 2, 4), *stream untouched; -4 out of memory,
  * *stream null.
  */
-RVN_API int32_t rsgNewScrambledSobol(RsgStream** stream, int32_t dimension, uint64_t seed, int32_t scrambling);
+RVN_API int32_t rsgNewScrambledSobol(RsgStream** stream, int32_t dimension, uint64_t seed,
+                                     int32_t scrambling);
 
 /*
  * The same with direction numbers of the caller's, in the format of S. Joe and F. Y. Kuo (SIAM Journal on Scientific

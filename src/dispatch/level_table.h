@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "construct/smoothing_kernels.h"
 #include "interp/interp_kernels.h"
 #include "solvers/tridiagonal_kernels.h"
 #include "streams/stream_kernels.h"
@@ -18,6 +19,7 @@ struct LevelTable {
   const InterpKernels* interp;
   const StreamKernels* streams;
   const TridiagonalKernels* tridiagonal;
+  const SmoothingKernels* smoothing;
 };
 
 // Levels 0 to 9, and behind them the builds that are tried and not shipped. A level that was not built has the table

@@ -9,9 +9,10 @@ extern const SplineKinds splineKinds;
 extern const InterpKernels interpKernels;
 extern const StreamKernels streamKernels;
 extern const TridiagonalKernels tridiagonalKernels;
+extern const SmoothingKernels smoothingKernels;
 
 extern const LevelTable levelTable;
-const LevelTable levelTable = {&taskKernels, &splineKinds, &interpKernels, &streamKernels,
-                               &tridiagonalKernels};
+const LevelTable levelTable = {&taskKernels,   &splineKinds,        &interpKernels,
+                               &streamKernels, &tridiagonalKernels, &smoothingKernels};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE
