@@ -32,15 +32,15 @@ extern "C" {
  *   Wichmann-Hill, RDRAND  the double of vdRngUniform over [0, 1), but at least 2^-54 and at most 1 - 2^-54
  *
  * Both tails are taken from the nearer end, so that none is coarser than the other. Standard normal values of 32-bit
- * words lie between -6.36 and 6.36, which bounds their tails at a probability of 1.2e-10; those of MCG59 between -8.82
- * and 8.82.
+ * words lie between -6.34 and 6.34, which bounds their tails at a probability of 1.2e-10; those of MCG59 between -8.70
+ * and 8.70.
  *
  * Values are the same bits on every level and platform.
  */
 
 /*
  * Fills r with n normal variates: mean + sigma z, each operation rounded, where z is the standard normal quantile by
- * M. J. Wichura, Algorithm AS 241 (PPND16), Applied Statistics 37, 1988, within 4 ULP of its exact value.
+ * M. J. Wichura, Algorithm AS 241 (PPND16), Applied Statistics 37, 1988, within 3 ULP of its exact value.
  *
  * stream  of any generator.
  * n       number of values; with 0 nothing further is looked at.

@@ -10,9 +10,10 @@ extern const InterpKernels interpKernels;
 extern const StreamKernels streamKernels;
 extern const TridiagonalKernels tridiagonalKernels;
 extern const SmoothingKernels smoothingKernels;
+extern const VariateKernels variateKernels;
 
 extern const LevelTable levelTable;
-const LevelTable levelTable = {&taskKernels,   &splineKinds,        &interpKernels,
-                               &streamKernels, &tridiagonalKernels, &smoothingKernels};
+const LevelTable levelTable = {&taskKernels,        &splineKinds,      &interpKernels, &streamKernels,
+                               &tridiagonalKernels, &smoothingKernels, &variateKernels};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

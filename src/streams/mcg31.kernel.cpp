@@ -77,6 +77,8 @@ const BrngRecord mcg31Record = {
     .wordSize = 4,
     .bitCount = 31,
     .operations = &operationsOf<Generator>,
+    .outputOffset = 0.0,
+    .outputModulus = 0x1p31 - 1.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

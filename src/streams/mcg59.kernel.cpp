@@ -80,6 +80,8 @@ const BrngRecord mcg59Record = {
     .wordSize = 8,
     .bitCount = 59,
     .operations = &operationsOf<Generator>,
+    .outputOffset = 0.0,
+    .outputModulus = 0x1p59,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

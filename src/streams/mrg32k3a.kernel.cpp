@@ -187,6 +187,8 @@ const BrngRecord mrg32k3aRecord = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<Mrg32k3a>,
+    .outputOffset = 0.0,
+    .outputModulus = mrg32k3aX.m + 1.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

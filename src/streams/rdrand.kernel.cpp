@@ -101,6 +101,8 @@ const BrngRecord rdrandRecord = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<RdRand>,
+    .outputOffset = 0.0,
+    .outputModulus = 0.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -41,6 +41,10 @@ struct BrngRecord {
   std::uint32_t wordSize;            // bytes of a raw output
   std::uint32_t bitCount;            // significant bits of a raw output
   const BrngOperations* operations;  // null: this version has no such generator
+  // An output w is the uniform number (w + outputOffset) / outputModulus, never 0 or 1. A modulus of 0: outputs are not
+  // numbers by themselves, and fillDouble over [0, 1) takes their place.
+  double outputOffset = 0.5;
+  double outputModulus = 0x1p32;
 };
 
 constexpr std::int32_t memberRowCount = 279;

@@ -237,6 +237,8 @@ const BrngRecord wichmannHillRecord = {
     .wordSize = 16,
     .bitCount = 24,
     .operations = &operationsOf<WichmannHill>,
+    .outputOffset = 0.0,
+    .outputModulus = 0.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE
