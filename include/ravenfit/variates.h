@@ -87,13 +87,17 @@ enum {
 
 /* Statuses of these operations alone. */
 enum {
-  RSG_ERROR_DIMENSION = -1200,  /* dimension below 1, or above what the numbers serve */
-  RSG_ERROR_SCRAMBLING = -1201, /* no RSG_SCRAMBLING_* */
-  RSG_ERROR_TABLE = -1202       /* the table of direction numbers is missing, too short or faulty */
+  RSG_ERROR_DIMENSION = -1210,  /* dimension below 1, or above what the numbers serve */
+  RSG_ERROR_SCRAMBLING = -1211, /* no RSG_SCRAMBLING_* */
+  RSG_ERROR_TABLE = -1212       /* the table of direction numbers is missing, too short or faulty */
 };
 
-/* The family of these streams: what a stream's identifier says. rsgNewStream makes none of them (-1000). */
-enum { RSG_BRNG_DIGITAL_NET = 0xF00000 };
+/*
+ * The families of these streams, for operations that tell or want an identifier. rsgNewStream makes points without
+ * scrambling of the first, in as many dimensions as the seed says; further seed words are the seed, low word first, and
+ * the scrambling. Of the second it makes a single coordinate: tables come by rsgNewSobolFromTable alone.
+ */
+enum { RSG_BRNG_SCRAMBLED_SOBOL = 0xF00000, RSG_BRNG_SOBOL_TABLE = 0x1000000 };
 
 /* The most coordinates of a table. */
 enum { RSG_TABLE_DIMENSIONS = 21201 };
@@ -116,7 +120,7 @@ enum { RSG_TABLE_DIMENSIONS = 21201 };
  * A. B. Owen (1995): the variance of an estimate is the same. RSG_SCRAMBLING_SHIFT keeps the points' relative places and
  * is enough for an unbiased estimate.
  *
- * Returns 0; -5 null address; -1200, -1201 (reported as parameter 1, 2, 4), *stream untouched; -4 out of memory,
+ * Returns 0; -5 null address; -1210, -1211 (reported as parameter 1, 2, 4), *stream untouched; -4 out of memory,
  * *stream null.
  */
 RVN_API int32_t rsgNewScrambledSobol(RsgStream** stream, int32_t dimension, uint64_t seed,
@@ -135,7 +139,7 @@ RVN_API int32_t rsgNewScrambledSobol(RsgStream** stream, int32_t dimension, uint
  *
  * Polynomials should differ from coordinate to coordinate; that is not tested, and neither is how good the numbers are.
  *
- * Returns as rsgNewScrambledSobol (parameters 1, 2, 6), and -1202 (reported as parameter 3): the table ends before the
+ * Returns as rsgNewScrambledSobol (parameters 1, 2, 6), and -1212 (reported as parameter 3): the table ends before the
  * row of `dimension`, a row has another d, a degree, an a or an m out of range, or its polynomial is not primitive.
  */
 RVN_API int32_t rsgNewSobolFromTable(RsgStream** stream, int32_t dimension, const uint32_t* table,
