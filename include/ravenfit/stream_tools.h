@@ -28,6 +28,7 @@ enum {
   RSG_ERROR_BUFFER_SIZE = -1201,   /* rsgSaveStream: the buffer is too small */
   RSG_ERROR_SAVED_STREAM = -1202,  /* rsgLoadStream: cut, damaged, or no saved stream */
   RSG_ERROR_SAVED_VERSION = -1203, /* rsgLoadStream: saved by a later version of the library */
+  RSG_ERROR_NOT_SAVED = -1205,     /* rsgSaveSize, rsgSaveStream: points by a caller's table */
   RSG_ERROR_QUASI_RANDOM = -1204   /* the operation would tear the points of a quasi-random sequence apart */
 };
 
@@ -103,16 +104,17 @@ RVN_API int32_t rsgNewStreamFromSeeds(RsgStream** stream, int32_t brngId, int32_
  */
 RVN_API int32_t rsgCopyStream(RsgStream** copy, const RsgStream* source);
 
-/* The bytes that rsgSaveStream writes, at most 2528; or -5, -1006. */
+/* The bytes that rsgSaveStream writes, at most 2528; or -5, -1006, -1205. */
 RVN_API int32_t rsgSaveSize(const RsgStream* stream);
 
 /*
  * Writes the stream's state to a buffer, the same bytes on every platform, level and byte order. rsgLoadStream of this and
- * of later versions makes a stream of them that goes on where this one stands. RDRAND has no sequence to go on with.
+ * of later versions makes a stream of them that goes on where this one stands. RDRAND has no sequence to go on with. Points by a caller's table (rsgNewSobolFromTable) are not saved: make them again
+ * from the table, and skip.
  *
  * buffer, size  `size` bytes, of which the first rsgSaveSize are written.
  *
- * Returns 0; -5, -1006; -3 null buffer or negative size; -1201 buffer too small.
+ * Returns 0; -5, -1006; -3 null buffer or negative size; -1205 not to be saved; -1201 buffer too small.
  */
 RVN_API int32_t rsgSaveStream(const RsgStream* stream, void* buffer, int32_t size);
 

@@ -85,6 +85,7 @@ std::int32_t dfTaskSetOutside(DfTask* task, std::int32_t below, std::int32_t abo
   task->outsideBelow = below;
   task->outsideAbove = above;
   task->outsideValue = value;
+  task->plainOrder = rvn::findPlainOrder(*task);
   return DF_STATUS_OK;
 }
 

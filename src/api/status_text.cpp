@@ -5,9 +5,12 @@
 
 #include <ravenfit/data_fitting.h>
 #include <ravenfit/random_streams.h>
+#include <ravenfit/smoothing.h>
+#include <ravenfit/spline_tools.h>
 #include <ravenfit/stream_tools.h>
 #include <ravenfit/tools.h>
 #include <ravenfit/tridiagonal.h>
+#include <ravenfit/variates.h>
 
 namespace {
 
@@ -71,6 +74,33 @@ constexpr StatusText fitTexts[] = {
      "A site is no breakpoint. Look up breakpoints only, or choose another spline kind."},
     {DF_ERROR_BAD_POINTER,
      "A pointer is not usable. Pass arrays that are as long as their description says."},
+    {DF_ERROR_LIMIT_COUNT, "n is below 1. Pass the number of pairs of limits."},
+    {DF_ERROR_LEFT_LIMITS, "left is null. Pass n limits."},
+    {DF_ERROR_RIGHT_LIMITS, "right is null. Pass n limits."},
+    {DF_ERROR_NULL_INTEGRALS, "r is null. Pass room for an integral of every pair and function."},
+    {DF_ERROR_INTEGRALS_HINT, "Unknown rhint. Pass one of DF_RESULTS_*."},
+    {DF_ERROR_BREAKPOINTS,
+     "Breakpoints must be finite and strictly ascending. dfCheckBreakpoints tells which one is not."},
+    {DF_ERROR_OUTSIDE_MODE, "Unknown choice for the outside. Pass DF_OUTSIDE_* twice."},
+    {DF_ERROR_OUTSIDE,
+     "A site is outside the partition, or a NaN, and the task refuses those. Pass sites from x[0] to x[nx-1], or "
+     "choose another DF_OUTSIDE_*."},
+    {DF_ERROR_FUNCTION_INDEX, "There is no such function. Pass 0 to ny - 1."},
+    {DF_ERROR_INTERVAL, "a is above b, or one of them is a NaN. Pass the lower end first."},
+    {DF_ERROR_ROOM,
+     "room is negative, count is null, or sites is null where there is room. Pass the length of sites."},
+    {DF_ERROR_VALUE_COUNT, "n is below 1. Pass the number of values."},
+    {DF_ERROR_VALUES, "values is null, or the value to be found is a NaN."},
+    {DF_ERROR_NOT_MONOTONE,
+     "The function turns inside the partition, or has coefficients that are not finite, and so no inverse. "
+     "dfTaskSolve finds all sites of a value."},
+    {DF_ERROR_SMOOTH_METHOD, "Unknown method. Pass DF_SMOOTH_LAMBDA or DF_SMOOTH_GCV."},
+    {DF_ERROR_LAMBDA, "lambda is negative, infinite or a NaN. Pass 0 or more."},
+    {DF_ERROR_WEIGHTS, "A weight is not positive and finite. Leave points out instead of giving them weight 0."},
+    {DF_ERROR_NOT_FINITE, "A function value is infinite or a NaN. Leave such points out."},
+    {DF_ERROR_SMOOTH_SCALE,
+     "Steps or weights differ by too many orders of magnitude. Merge points that are nearly the same, or scale "
+     "the weights."},
     {DF_ERROR_SOLVER,
      "The spline's equations cannot be solved. Look for equal or unsorted breakpoints, NaNs, and too few "
      "points."},
@@ -107,6 +137,13 @@ constexpr StatusText streamTexts[] = {
      "These bytes are no saved stream, or are cut or damaged. Pass all that rsgSaveStream wrote."},
     {RSG_ERROR_SAVED_VERSION,
      "The stream was saved by a later version of the library. Load it with that version."},
+    {RSG_ERROR_DIMENSION, "No points of so many dimensions. Pass 1 to the most that the operation serves."},
+    {RSG_ERROR_SCRAMBLING, "Unknown scrambling. Pass one of RSG_SCRAMBLING_*."},
+    {RSG_ERROR_TABLE,
+     "The table of direction numbers is missing, too short, or has a faulty row. Pass the numbers of whole lines "
+     "d s a m_1 ... m_s, from d = 2 on."},
+    {RSG_ERROR_NOT_SAVED,
+     "Points by a table of the caller's cannot be saved. Make the stream again from the table, and skip ahead."},
     {RSG_ERROR_QUASI_RANDOM,
      "One value of several outputs would tear quasi-random points apart. Take rsgWords32, floats or "
      "doubles."},

@@ -80,7 +80,9 @@ std::int32_t rsgCopyStream(RsgStream** copy, const RsgStream* source) {
 std::int32_t rsgSaveSize(const RsgStream* stream) {
   if (const std::int32_t status = rvn::rsgStreamCheck(stream))
     return refuseParameter("rsgSaveSize", 1, status);
-  return static_cast<std::int32_t>(rvn::savedSize(*rvn::findGenerator(stream->brngId)));
+  const BrngRecord& record = *rvn::findGenerator(stream->brngId);
+  if (!record.isSaved) return refuseParameter("rsgSaveSize", 1, RSG_ERROR_NOT_SAVED);
+  return static_cast<std::int32_t>(rvn::savedSize(record));
 }
 
 std::int32_t rsgSaveStream(const RsgStream* stream, void* buffer, std::int32_t size) {
@@ -89,6 +91,7 @@ std::int32_t rsgSaveStream(const RsgStream* stream, void* buffer, std::int32_t s
   if (buffer == nullptr) return refuseParameter(name, 2, RSG_ERROR_ARGUMENT);
   if (size < 0) return refuseParameter(name, 3, RSG_ERROR_ARGUMENT);
   const BrngRecord& record = *rvn::findGenerator(stream->brngId);
+  if (!record.isSaved) return refuseParameter(name, 1, RSG_ERROR_NOT_SAVED);
   if (static_cast<std::size_t>(size) < rvn::savedSize(record))
     return refuseParameter(name, 3, RSG_ERROR_BUFFER_SIZE);
   rvn::saveStream(record, stream, static_cast<unsigned char*>(buffer));

@@ -82,6 +82,8 @@ const BrngRecord mcg31Record = {
     .name = "MCG31",
     .usedSeeds = 1,
     .split = RSG_SPLIT_LEAPFROG,
+    .outputOffset = 0.0,
+    .outputModulus = 0x1p31 - 1.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

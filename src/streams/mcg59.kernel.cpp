@@ -85,6 +85,8 @@ const BrngRecord mcg59Record = {
     .name = "MCG59",
     .usedSeeds = 2,
     .split = RSG_SPLIT_LEAPFROG,
+    .outputOffset = 0.0,
+    .outputModulus = 0x1p59,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

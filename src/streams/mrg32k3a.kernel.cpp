@@ -210,6 +210,8 @@ const BrngRecord mrg32k3aRecord = {
     .name = "MRG32k3a",
     .usedSeeds = 6,
     .split = RSG_SPLIT_SKIP,
+    .outputOffset = 0.0,
+    .outputModulus = mrg32k3aX.m + 1.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -74,17 +74,26 @@ struct QuasiRandom : WordOutputs<WordMapping::upperBits, Rule::fuses> {
     words[3] = static_cast<std::uint32_t>(stream.nextCoordinate);
   }
 
-  // Direction numbers and point follow from the place.
-  static bool restore(Stream& stream, const std::uint32_t* words) {
+  // Whether saved words are a place in a sequence from point `first` on.
+  static bool isPlace(const std::uint32_t* words, std::uint32_t first) {
     constexpr std::uint32_t all = UINT32_MAX;
     const std::uint32_t dimension = words[1];
-    const bool known = words[0] != 0 && dimension >= 1 && dimension <= Rule::dimensions;
+    const bool known = words[0] >= first && dimension >= 1 && dimension <= Rule::dimensions;
     if (!known || (words[2] != all && words[2] >= dimension)) return false;
-    if (words[3] >= (words[2] == all ? dimension : 1)) return false;
-    seed(stream, 1, &dimension);
+    return words[3] < (words[2] == all ? dimension : 1);
+  }
+
+  static void standAt(Stream& stream, const std::uint32_t* words) {
     moveTo(stream, words[0]);
     stream.onlyCoordinate = static_cast<std::int32_t>(words[2]);
     stream.nextCoordinate = static_cast<std::int32_t>(words[3]);
+  }
+
+  // Direction numbers and point follow from the place.
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    if (!isPlace(words, 1)) return false;
+    seed(stream, 1, words + 1);
+    standAt(stream, words);
     return true;
   }
 

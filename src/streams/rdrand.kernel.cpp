@@ -114,6 +114,8 @@ const BrngRecord rdrandRecord = {
     .name = "RDRAND",
     .usedSeeds = 2,
     .split = RSG_SPLIT_INDEPENDENT,
+    .outputOffset = 0.0,
+    .outputModulus = 0.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -50,6 +50,11 @@ struct BrngRecord {
   const char* name;
   std::int32_t usedSeeds;  // seed words that have an effect; 0: as many as there are
   std::int32_t split;      // RSG_SPLIT_*
+  bool isSaved = true;     // false: a stream cannot go on without numbers that only its maker has
+  // An output w is the uniform number (w + outputOffset) / outputModulus, never 0 or 1. A modulus of 0: outputs are not
+  // numbers by themselves, and fillDouble over [0, 1) takes their place.
+  double outputOffset = 0.5;
+  double outputModulus = 0x1p32;
 };
 
 // A block with its header; the state is the caller's to fill in. Null without memory.

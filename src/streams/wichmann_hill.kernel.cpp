@@ -256,6 +256,8 @@ const BrngRecord wichmannHillRecord = {
     .name = "Wichmann-Hill",
     .usedSeeds = components,
     .split = RSG_SPLIT_MEMBERS,
+    .outputOffset = 0.0,
+    .outputModulus = 0.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE
