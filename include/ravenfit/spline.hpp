@@ -517,8 +517,10 @@ class spline {
         if (kind == e::curvature || kind == e::free) return curvature;
         return kind == e::not_a_knot ? not_a_knot : -1;
       };
-      const int first = bit(left.kind, DF_END_LEFT_SLOPE, DF_END_LEFT_CURVATURE, DF_END_LEFT_NOT_A_KNOT);
-      const int second = bit(right.kind, DF_END_RIGHT_SLOPE, DF_END_RIGHT_CURVATURE, DF_END_RIGHT_NOT_A_KNOT);
+      constexpr int knot_first = int{DF_END_NOT_A_KNOT_SLOPE} - int{DF_END_RIGHT_SLOPE};
+      constexpr int knot_last = int{DF_END_SLOPE_NOT_A_KNOT} - int{DF_END_LEFT_SLOPE};
+      const int first = bit(left.kind, DF_END_LEFT_SLOPE, DF_END_LEFT_CURVATURE, knot_first);
+      const int second = bit(right.kind, DF_END_RIGHT_SLOPE, DF_END_RIGHT_CURVATURE, knot_last);
       return first < 0 || second < 0 ? -1 : first + second;
     }
 

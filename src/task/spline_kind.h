@@ -60,13 +60,13 @@ constexpr EndType endTypes[] = {
     {DF_END_LEFT_CURVATURE + DF_END_RIGHT_CURVATURE, {EndKind::curvature, EndKind::curvature}, givenEnds},
     {DF_END_PERIODIC, {EndKind::periodic, EndKind::periodic}, periodicEnds},
     {DF_END_QUADRATIC_VALUE, {EndKind::midpoint, EndKind::midpoint}, midpointEnds},
-    {DF_END_LEFT_NOT_A_KNOT + DF_END_RIGHT_SLOPE, {EndKind::notAKnot, EndKind::slope}, mixedEnds},
-    {DF_END_LEFT_NOT_A_KNOT + DF_END_RIGHT_CURVATURE, {EndKind::notAKnot, EndKind::curvature}, mixedEnds},
-    {DF_END_LEFT_SLOPE + DF_END_RIGHT_NOT_A_KNOT, {EndKind::slope, EndKind::notAKnot}, mixedEnds},
-    {DF_END_LEFT_CURVATURE + DF_END_RIGHT_NOT_A_KNOT, {EndKind::curvature, EndKind::notAKnot}, mixedEnds},
+    {DF_END_NOT_A_KNOT_SLOPE, {EndKind::notAKnot, EndKind::slope}, mixedEnds},
+    {DF_END_NOT_A_KNOT_CURVATURE, {EndKind::notAKnot, EndKind::curvature}, mixedEnds},
+    {DF_END_SLOPE_NOT_A_KNOT, {EndKind::slope, EndKind::notAKnot}, mixedEnds},
+    {DF_END_CURVATURE_NOT_A_KNOT, {EndKind::curvature, EndKind::notAKnot}, mixedEnds},
 };
 
-constexpr std::int64_t largestEndType = DF_END_LEFT_CURVATURE + DF_END_RIGHT_NOT_A_KNOT;
+constexpr std::int64_t largestEndType = DF_END_CURVATURE_NOT_A_KNOT;
 
 struct EndTypePlaces {
   std::int8_t of[largestEndType + 1];  // of a boundary type in endTypes, -1: none
