@@ -159,7 +159,7 @@ RVN_API int32_t dfTaskDerivative(const DfTask* task, double* coeff);
  * sites     receives the first `room` sites; may be null if room is 0.
  * count     receives how many there are, which may be more than `room`.
  *
- * An extremum, a or b at which the function equals the value within the rounding of its piece counts as one site, and so
+ * An extremum, a or b at which the function equals the value within the rounding of its terms counts as one site, and so
  * does a breakpoint at which it equals it exactly. A stretch that equals the value from one of these to the next is one
  * site, its first. So is a jump across the value, as coefficients of the caller may have, at its breakpoint. Pieces with a
  * coefficient that is not finite have none.

@@ -16,6 +16,25 @@ KernelSlot<decltype(rvn::TaskKernels::create)> createSlot{nullptr};
 KernelSlot<decltype(rvn::TaskKernels::edit)> editSlot{nullptr};
 KernelSlot<rvn::LookupBuilder> lookupSlot{nullptr};
 
+// Whether values come from rows that are all there, by the formula of the order and whatever else a call may say: a
+// polynomial spline over a partition that is searched in the common way, continued outside.
+bool isPlain(const DfTask& task) {
+  if (!rvn::continuesOutside(task)) return false;
+  if (task.coeffRows == nullptr || task.ny < 1 || task.xhint == DF_XHINT_QUASI_UNIFORM) return false;
+  for (std::int64_t f = 0; f < task.ny; ++f)
+    if (task.coeffRows[f] == nullptr) return false;
+  const rvn::SplineKind* const kind = rvn::findSplineKind(task.order, task.kind);
+  return kind != nullptr && kind->pieces <= rvn::cubicPieces;
+}
+
+void settlePlainOrder(DfTask& task) {
+  task.plainOrder = isPlain(task) ? static_cast<std::uint8_t>(task.order) : 0;
+}
+
+bool isOutsideMode(std::int32_t mode) {
+  return mode >= DF_OUTSIDE_CONTINUE && mode <= DF_OUTSIDE_REFUSE;
+}
+
 }  // namespace
 
 extern "C" {
@@ -39,8 +58,18 @@ std::int32_t dfTaskEditSpline(DfTask* task, std::int32_t order, std::int32_t kin
   if (task != nullptr) rvn::dropIntegralSums(*task);
   const auto edit = loadKernel(editSlot, [](const LevelTable& table) { return table.task->edit; });
   const std::int32_t status = edit(task, order, kind, bcType, bc, icType, ic, coeff, coeffHint);
-  if (task != nullptr) task->plainOrder = rvn::findPlainOrder(*task);
+  if (task != nullptr) settlePlainOrder(*task);
   return status;
+}
+
+std::int32_t dfTaskSetOutside(DfTask* task, std::int32_t below, std::int32_t above, double value) {
+  if (task == nullptr) return DF_ERROR_NULL_TASK;
+  if (!isOutsideMode(below) || !isOutsideMode(above)) return DF_ERROR_OUTSIDE_MODE;
+  task->outsideBelow = below;
+  task->outsideAbove = above;
+  task->outsideValue = value;
+  settlePlainOrder(*task);
+  return DF_STATUS_OK;
 }
 
 std::int32_t dfTaskDestroy(DfTask** task) {

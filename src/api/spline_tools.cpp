@@ -15,10 +15,6 @@ const rvn::SplineToolKernels& tools() {
   return *rvn::loadKernel(toolsSlot, [](const rvn::LevelTable& table) { return table.splineTools; });
 }
 
-bool isOutsideMode(std::int32_t mode) {
-  return mode >= DF_OUTSIDE_CONTINUE && mode <= DF_OUTSIDE_REFUSE;
-}
-
 // The record of a task's kind, where it has polynomial pieces.
 const rvn::SplineKind* kindWithPieces(const DfTask& task) {
   const rvn::SplineKind* const kind = rvn::findSplineKind(task.order, task.kind);
@@ -76,16 +72,6 @@ std::int32_t dfCheckBreakpoints(std::int32_t nx, const double* x, std::int32_t* 
   const std::int64_t bad = (*tools().checkBreakpoints)(nx, x);
   if (firstBad != nullptr) *firstBad = static_cast<std::int32_t>(bad);
   if (bad >= 0) return DF_ERROR_BREAKPOINTS;
-  return DF_STATUS_OK;
-}
-
-std::int32_t dfTaskSetOutside(DfTask* task, std::int32_t below, std::int32_t above, double value) {
-  if (task == nullptr) return DF_ERROR_NULL_TASK;
-  if (!isOutsideMode(below) || !isOutsideMode(above)) return DF_ERROR_OUTSIDE_MODE;
-  task->outsideBelow = below;
-  task->outsideAbove = above;
-  task->outsideValue = value;
-  task->plainOrder = rvn::findPlainOrder(*task);
   return DF_STATUS_OK;
 }
 

@@ -18,13 +18,4 @@ const SplineKind* findSplineKind(std::int64_t order, std::int64_t kind) {
   return loadKernel(slots[order][(kind & 0xF) | (kind >> 4 & 0x10)], find);
 }
 
-std::uint8_t findPlainOrder(const DfTask& task) {
-  if (task.coeffRows == nullptr || task.ny < 1 || task.xhint == DF_XHINT_QUASI_UNIFORM) return 0;
-  if (!continuesOutside(task)) return 0;
-  for (std::int64_t f = 0; f < task.ny; ++f)
-    if (task.coeffRows[f] == nullptr) return 0;
-  const SplineKind* const kind = findSplineKind(task.order, task.kind);
-  return kind != nullptr && kind->pieces <= cubicPieces ? static_cast<std::uint8_t>(task.order) : std::uint8_t{0};
-}
-
 }  // namespace rvn

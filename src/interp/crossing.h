@@ -59,10 +59,6 @@ inline int extrema(const double* c, double a, double b, double* t) {
   return kept;
 }
 
-inline double squareRoot(double a) {
-  return __builtin_sqrt(a);
-}
-
 inline Lanes squareRoot(Lanes a) {
   for (int i = 0; i < laneCount; ++i)
     a[i] = __builtin_sqrt(a[i]);
@@ -70,55 +66,63 @@ inline Lanes squareRoot(Lanes a) {
 }
 
 // The zero of a parabola at which it rises, by the form of the quadratic formula that does not cancel.
-template <class V>
-inline V risingZero(const V* c) {
-  const V root = squareRoot(c[1] * c[1] - 4.0 * c[2] * c[0]);
-  const V near = -2.0 * c[0] / (c[1] + root);
-  const V far = (root - c[1]) / (2.0 * c[2]);
-  return c[1] >= V{} ? near : far;
+inline Lanes risingZero(const Lanes* c) {
+  const Lanes root = squareRoot(c[1] * c[1] - 4.0 * c[2] * c[0]);
+  const Lanes near = -2.0 * c[0] / (c[1] + root);
+  const Lanes far = (root - c[1]) / (2.0 * c[2]);
+  return c[1] >= Lanes{} ? near : far;
 }
 
 // The zero of the chord.
-template <int order, class V>
-inline V chordZero(const V* c, V low, V high) {
-  const V atLow = formula<order, 0>(c, low);
+template <int order>
+inline Lanes chordZero(const Lanes* c, Lanes low, Lanes high) {
+  const Lanes atLow = formula<order, 0>(c, low);
   return low - atLow * ((high - low) / (formula<order, 0>(c, high) - atLow));
 }
 
-// The t between `low` and `high` where a piece that rises from at most 0 to at least 0 crosses 0; each a number or as many
-// as V has lanes. Lines by their formula, parabolas by theirs with a last step; cubics by Newton's steps, and halving where one leaves the bracket or is more than half as long as the step
-// before: step or bracket halves at every turn, until rounding ends it. What is no number in a lane stays in its bracket.
-template <int order, class V>
-inline V risingCrossing(const V* c, V low, V high) {
+// The t between `low` and `high` where each of several pieces, rising from at most 0 to at least 0, crosses 0. Lines by their
+// formula, parabolas by theirs with a last step; cubics by E. Halley's steps (1694),
+//   d = -p p_1 / (p_1^2 - p p_2 / 2),   p_k the k-th derivative of p,
+// whose error is about d^3 ((p_2 / 2 p_1)^2 - p_3 / 6 p_1), and halving where one leaves the bracket or is more than half as
+// long as the step before: step or bracket halves at every turn, until rounding ends it.
+template <int order>
+inline Lanes risingCrossing(const Lanes* c, Lanes low, Lanes high) {
   if constexpr (order == 2) {
-    const V t = -c[0] / c[1];
-    const V notBelow = t >= low ? t : low;
+    const Lanes t = -c[0] / c[1];
+    const Lanes notBelow = t >= low ? t : low;
     return notBelow <= high ? notBelow : high;
   } else {
-    const V zero = {};
-    V start = {};
+    Lanes start = {};
     if constexpr (order == 3) {
       start = risingZero(c);
     } else {
       start = chordZero<order>(c, low, high);
     }
-    V t = ((start >= low) & (start <= high)) ? start : 0.5 * low + 0.5 * high;
-    V step = high - low;
-    auto moves = low <= high;
+    Lanes t = (start >= low) & (start <= high) ? start : 0.5 * low + 0.5 * high;
+    Lanes step = high - low;
+    LaneMask moves = low <= high;
     constexpr int turns = 4400;  // halves from the greatest double to the least, of step and bracket
     for (int turn = 0; turn < turns && holdsAnywhere(moves); ++turn) {
-      const V f = formula<order, 0>(c, t);
-      const V slope = formula<order, 1>(c, t);
-      low = f < zero ? t : low;
-      high = f < zero ? high : t;
-      const V newton = t - f / slope;
-      const auto halves =
-          (newton >= low) & (newton <= high) & (2.0 * magnitude(f) <= step * magnitude(slope));
-      V next = halves ? newton : 0.5 * low + 0.5 * high;
-      next = (f == zero) ? t : next;
+      const Lanes p = formula<order, 0>(c, t);
+      const Lanes slope = formula<order, 1>(c, t);
+      const Lanes bend = formula<order, 2>(c, t);
+      const LaneMask isBelow = p < Lanes{};
+      low = isBelow ? t : low;
+      high = isBelow ? high : t;
+      const Lanes halley = t - p * slope / (slope * slope - 0.5 * p * bend);
+      const Lanes length = magnitude(halley - t);
+      // Beside an extremum, where it would not move, Newton's step is long.
+      const LaneMask isShort = (2.0 * length <= step) & (2.0 * magnitude(p) <= step * magnitude(slope));
+      const LaneMask leads = (halley >= low) & (halley <= high) & isShort;
+      LaneMask ends = leads & (length * magnitude(bend) <= 0x1p-26 * magnitude(slope));
+      if constexpr (order == 4) ends &= length * length * magnitude(c[3]) <= 0x1p-52 * magnitude(slope);
+      Lanes next = leads ? halley : 0.5 * low + 0.5 * high;
+      next = p == Lanes{} ? t : next;
       next = moves ? next : t;
       step = magnitude(next - t);
-      moves = moves & (step > magnitude(next) * 0x1p-51);
+      const LaneMask rests = (step <= magnitude(next) * 0x1p-51) &
+                             (~leads | (magnitude(p) <= magnitude(next * slope) * 0x1p-51));
+      moves &= ~(rests | ends | (p == Lanes{}));
       t = next;
     }
     return t;

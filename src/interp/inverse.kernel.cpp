@@ -135,14 +135,14 @@ struct Inner {
   double* site[sitesAtOnce];
 };
 
-template <int order, class V>
-inline V crossingsFrom(const double* row, double direction, const Inner& inner, std::int64_t i) {
-  V c[order];
+template <int order>
+inline Lanes crossingsFrom(const double* row, double direction, const Inner& inner, std::int64_t i) {
+  Lanes c[order];
   loadCoefficients<order>(row, inner.piece + i, c);
   for (int k = 0; k < order; ++k)
     c[k] = direction * c[k];
-  c[0] = c[0] - load<V>(inner.value + i);
-  return risingCrossing<order>(c, load<V>(inner.from + i), load<V>(inner.to + i));
+  c[0] = c[0] - load<Lanes>(inner.value + i);
+  return risingCrossing<order>(c, load<Lanes>(inner.from + i), load<Lanes>(inner.to + i));
 }
 
 template <int order>
@@ -156,7 +156,7 @@ void solveInner(const PieceRange& range, const double* row, double direction, In
   }
   for (std::int64_t i = 0; i < inner.n; i += laneCount) {
     double t[laneCount];
-    store(t, crossingsFrom<order, Lanes>(row, direction, inner, i));
+    store(t, crossingsFrom<order>(row, direction, inner, i));
     for (std::int64_t j = i; j < smaller(i + laneCount, inner.n); ++j) {
       const std::int64_t q = inner.piece[j];
       const double site = range.origin(q) + t[j - i];

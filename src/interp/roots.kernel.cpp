@@ -137,10 +137,10 @@ struct RootFinder {
     inStretch = sign == 0;
   }
 
-  // 0 where the value is reached to within the rounding of the piece.
-  static int signWithin(const double* c, double t, double reach) {
+  // 0 where the value is reached to within rounding.
+  static int signWithin(const double* c, double t) {
     const double g = formula<order, 0>(c, t);
-    const double noise = roundings * greaterOf(reachOf<order>(c, t), reach);
+    const double noise = roundings * reachOf<order>(c, t);
     return magnitude(g) <= noise && noise < infinity ? 0 : signOf(g);
   }
 
@@ -167,15 +167,15 @@ struct RootFinder {
     Marks marks;
     const bool atBegin = low == from;
     marks.add(low, isFirst ? a : range.begin(q),
-              atBegin ? signOf(formula<order, 0>(c, low)) : signWithin(c, low, reach));
+              atBegin ? signOf(formula<order, 0>(c, low)) : signWithin(c, low));
     double turn[2];
     const int turns = extrema<order>(c, low, high, turn);
     for (int i = 0; i < turns; ++i)
-      marks.add(turn[i], origin + turn[i], signWithin(c, turn[i], reach));
+      marks.add(turn[i], origin + turn[i], signWithin(c, turn[i]));
 
     int after = 0;
     if (isLast) {
-      after = signWithin(c, high, reach);
+      after = signWithin(c, high);
       marks.add(high, b, after);
     } else {
       double next[order];

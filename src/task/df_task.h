@@ -30,7 +30,7 @@ static constexpr std::int64_t lookupCellsOf(std::int64_t nx) {
 struct DfTask {
   std::uint32_t flags;  // bit 0: `dorder` holds 64-bit integers; 0 for public tasks
   std::uint8_t taskClass;
-  std::uint8_t plainOrder;  // 2 to 4: see findPlainOrder; 0: anything else
+  std::uint8_t plainOrder;  // 2 to 4: see isPlain in lifecycle.cpp; 0: anything else
   std::int32_t reservedOne0;
   std::int32_t reservedOne1;
   std::int64_t nx;

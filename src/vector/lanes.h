@@ -163,11 +163,7 @@ inline Pair pairAt(V v, int i) {
   }
 }
 
-// Whether a comparison holds: of two numbers, or in any lane.
-inline bool holdsAnywhere(bool holds) {
-  return holds;
-}
-
+// Whether a comparison holds in any lane.
 template <class Mask>
 inline bool holdsAnywhere(Mask mask) {
   if constexpr (sizeof(Mask) == 16) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include "construct/problem.h"
@@ -115,6 +116,29 @@ TEST(Roots, OfPolynomialsAreTheirFactors) {
         for (std::size_t i = 0; i < got.size(); ++i)
           EXPECT_NEAR(got[i], one.want[i], 1e-15 * std::max(1.0, std::fabs(one.want[i])));
       }
+}
+
+// Pieces of coefficients between 1e-30 and 1e30: a site where the sign changes from 0 to h, and roundings left there.
+TEST(Roots, OfWildPiecesLeaveRoundings) {
+  std::mt19937_64 random(3);
+  std::normal_distribution<double> normal;
+  for (int turn = 0; turn < 20000; ++turn) {
+    const double h = std::exp(5.0 * normal(random));
+    const std::int32_t order = 2 + turn % 3;
+    Task task(2, {0.0, h}, 0, 1, Sites(2), 0, {order, 0, 0});
+    for (double& c : task.coeff())
+      c = normal(random) * std::exp(20.0 * normal(random));
+    const auto value = [&](double t, bool sizes) {
+      double sum = 0.0;
+      for (std::size_t k = task.coeff().size(); k-- > 0;)
+        sum = sum * t + (sizes ? std::fabs(task.coeff()[k]) : task.coeff()[k]);
+      return sum;
+    };
+    const Sites sites = solve(task, 0, 0.0, 0.0, h);
+    EXPECT_EQ(sites.size() % 2 == 1, value(0.0, false) * value(h, false) < 0.0) << turn;
+    for (const double s : sites)
+      EXPECT_LE(std::fabs(value(s, false)), 0x1p-47 * value(s, true)) << turn << " at " << s;
+  }
 }
 
 TEST(Roots, AnswerWithStatuses) {
