@@ -56,6 +56,11 @@ struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
     fillFromBlock(Block(*reinterpret_cast<Stream*>(header)), n, out);
   }
 
+  template <class Out>
+  static void fillOne(RsgStream* header, const Out& out) {
+    fillOneFromBlock(Block(*reinterpret_cast<Stream*>(header)), out);
+  }
+
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     stream.head = 0;
     stream.tap = firstTap;
