@@ -89,6 +89,8 @@ int main(int argc, char** argv) {
   bench::registerCallRows();
   bench::registerSearchRows();
   bench::registerEvaluateRows();
+  bench::registerSmoothingRows();
+  bench::registerVariateRows();
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;

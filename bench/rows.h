@@ -12,5 +12,7 @@ void registerStreamRows();
 void registerCallRows();
 void registerSearchRows();
 void registerEvaluateRows();
+void registerSmoothingRows();
+void registerVariateRows();
 
 }  // namespace bench
