@@ -91,6 +91,8 @@ int main(int argc, char** argv) {
   bench::registerSearchRows();
   bench::registerEvaluateRows();
   bench::registerSplineToolRows();
+  bench::registerSmoothingRows();
+  bench::registerVariateRows();
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;

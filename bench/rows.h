@@ -14,5 +14,7 @@ void registerCallRows();
 void registerSearchRows();
 void registerEvaluateRows();
 void registerSplineToolRows();
+void registerSmoothingRows();
+void registerVariateRows();
 
 }  // namespace bench

@@ -39,7 +39,9 @@ struct Net {
                                     seed, scrambling)) {}
   Net(const Net&) = delete;
   Net& operator=(const Net&) = delete;
-  ~Net() { rsgDeleteStream(&stream); }
+  ~Net() {
+    if (stream != nullptr) rsgDeleteStream(&stream);
+  }
 
   Words raw(std::size_t n) const {
     Words words(n + 1, 77);
@@ -114,9 +116,8 @@ TEST(ScrambledSobol, ScramblingKeepsTheFirstDifferenceOfPoints) {
   sobol.insert(sobol.end(), drawn.begin(), drawn.end());
   for (const std::int32_t scrambling : {RSG_SCRAMBLING_SHIFT, RSG_SCRAMBLING_LINEAR}) {
     const Words raw = Net(dimension, 99, scrambling).raw(points * dimension);
-    const Words other = Net(dimension, 100, scrambling).raw(points * dimension);
+    EXPECT_EQ(raw[dimension], Net(1, 99, scrambling).raw(2)[1]) << "whatever the dimension is";
     std::size_t changed = 0;
-    std::size_t likeOther = 0;
     for (std::size_t d = 0; d < dimension; ++d)
       for (std::size_t i = 1; i < points; ++i)
         for (const std::size_t j : {i - 1, i / 2, std::size_t{0}}) {
@@ -126,10 +127,8 @@ TEST(ScrambledSobol, ScramblingKeepsTheFirstDifferenceOfPoints) {
           ASSERT_EQ(std::countl_zero(difference), std::countl_zero(sobol[at] ^ sobol[to]))
               << d << ": " << i << ", " << j;
           changed += difference != (sobol[at] ^ sobol[to]);
-          likeOther += difference == (other[at] ^ other[to]);
         }
     EXPECT_EQ(changed > 0, scrambling == RSG_SCRAMBLING_LINEAR);
-    EXPECT_EQ(likeOther == 3 * (points - 1) * dimension, scrambling == RSG_SCRAMBLING_SHIFT);
   }
 }
 
@@ -236,14 +235,6 @@ TEST(ScrambledSobol, FillsAndMovesAgree) {
   }
 }
 
-TEST(ScrambledSobol, CoordinatesDoNotDependOnTheDimension) {
-  const Words few = Net(2, 11, RSG_SCRAMBLING_LINEAR).raw(20);
-  const Words many = Net(40, 11, RSG_SCRAMBLING_LINEAR).raw(400);
-  for (std::size_t i = 0; i < 10; ++i)
-    for (std::size_t d = 0; d < 2; ++d)
-      EXPECT_EQ(few[2 * i + d], many[40 * i + d]);
-}
-
 TEST(SobolTable, TakesEveryDimensionAndRefusesWhatIsNoTable) {
   Words table;
   for (std::uint32_t d = 2; d <= RSG_TABLE_DIMENSIONS; ++d)
@@ -260,51 +251,43 @@ TEST(SobolTable, TakesEveryDimensionAndRefusesWhatIsNoTable) {
     EXPECT_EQ(rsgNewSobolFromTable(&stream, 2, table.data(), 4, 0, 0), RSG_ERROR_MEMORY);
     EXPECT_EQ(stream, nullptr);
   }
+  // Parameters that are refused; 0: none. Among polynomials x^2 + 1, x^4 + x^3 + x^2 + x + 1, of which x^5 is 1, and
+  // x^6 + x^3 + 1, of which x^9 is.
   const struct {
-    std::int32_t status;
     int parameter;
     std::int32_t dimension;
-    Words table;
-    std::int32_t scrambling;
+    Words numbers;
+    std::int32_t scrambling = RSG_SCRAMBLING_LINEAR;
   } cases[] = {
-      {0, 0, 1, {}, 0},
-      {0, 0, 2, {2, 1, 0, 1, 7, 7}, 2},
-      {0, 0, 3, {2, 1, 0, 1, 3, 2, 1, 1, 3}, 1},
-      {0,
-       0,
-       2,
-       {2, 31, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
-        1, 1,  1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
-       0},
-      {RSG_ERROR_DIMENSION, 2, 0, {}, 0},
-      {RSG_ERROR_DIMENSION, 2, RSG_TABLE_DIMENSIONS + 1, {}, 0},
-      {RSG_ERROR_SCRAMBLING, 6, 2, {2, 1, 0, 1}, 3},
-      {RSG_ERROR_SCRAMBLING, 6, 2, {2, 1, 0, 1}, -1},
-      {RSG_ERROR_TABLE, 3, 2, {}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, 1, 0}, 0},
-      {RSG_ERROR_TABLE, 3, 3, {2, 1, 0, 1, 3, 2, 1, 1}, 0},
-      {RSG_ERROR_TABLE, 3, 3, {2, 1, 0, 1, 4, 2, 1, 1, 3}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, 0, 0, 1}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, 32, 0, 1}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, UINT32_MAX, 0, 1}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, 1, 1, 1}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, 1, 0, 2}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, 2, 1, 1, 5}, 0},
-      {RSG_ERROR_TABLE, 3, 2, {2, 2, 0, 1, 3}, 0},              // x^2 + 1
-      {RSG_ERROR_TABLE, 3, 2, {2, 4, 7, 1, 1, 1, 1}, 0},        // irreducible, x^5 = 1
-      {RSG_ERROR_TABLE, 3, 2, {2, 6, 4, 1, 1, 1, 1, 1, 1}, 0},  // x^6 + x^3 + 1: x^9 = 1
+      {0, 1, {}},
+      {0, 2, {2, 1, 0, 1, 7, 7}},
+      {0, 3, {2, 1, 0, 1, 3, 2, 1, 1, 3}},
+      {2, 0, {}},
+      {2, RSG_TABLE_DIMENSIONS + 1, {}},
+      {6, 2, {2, 1, 0, 1}, 3},
+      {6, 2, {2, 1, 0, 1}, -1},
+      {3, 2, {}},
+      {3, 2, {2, 1, 0}},
+      {3, 3, {2, 1, 0, 1, 3, 2, 1, 1}},
+      {3, 3, {2, 1, 0, 1, 4, 2, 1, 1, 3}},
+      {3, 2, {2, 0, 0, 1}},
+      {3, 2, {2, 32, 0, 1}},
+      {3, 2, {2, UINT32_MAX, 0, 1}},
+      {3, 2, {2, 1, 1, 1}},
+      {3, 2, {2, 1, 0, 2}},
+      {3, 2, {2, 2, 1, 1, 5}},
+      {3, 2, {2, 2, 0, 1, 3}},
+      {3, 2, {2, 4, 7, 1, 1, 1, 1}},
+      {3, 2, {2, 6, 4, 1, 1, 1, 1, 1, 1}},
   };
+  constexpr std::int32_t statuses[] = {0, 0, RSG_ERROR_DIMENSION, RSG_ERROR_TABLE,
+                                       0, 0, RSG_ERROR_SCRAMBLING};
   for (const auto& c : cases) {
-    RsgStream* stream = nullptr;
-    std::int32_t status = 1;
-    const std::string report = support::printed([&] {
-      status = rsgNewSobolFromTable(&stream, c.dimension, c.table.empty() ? nullptr : c.table.data(),
-                                    static_cast<std::int32_t>(c.table.size()), 1, c.scrambling);
-    });
-    EXPECT_EQ(status, c.status) << &c - cases;
-    EXPECT_EQ(report, status == 0 ? "" : support::parameterReport(c.parameter, "rsgNewSobolFromTable"));
-    EXPECT_EQ(stream != nullptr, status == 0) << &c - cases;
-    if (stream != nullptr) rsgDeleteStream(&stream);
+    SCOPED_TRACE(&c - cases);
+    EXPECT_EQ(support::printed([&] {
+                EXPECT_EQ(Net(c.dimension, c.numbers, 1, c.scrambling).status, statuses[c.parameter]);
+              }),
+              c.parameter == 0 ? "" : support::parameterReport(c.parameter, "rsgNewSobolFromTable"));
   }
   RsgStream* stream = nullptr;
   const std::string reports = support::printed([&] {

@@ -121,33 +121,28 @@ TEST(Variates, EveryGeneratorGivesOneValueAnOutput) {
 }
 
 TEST(Variates, EveryLevelGivesTheSameBits) {
-  for (const char* const name : {"MT19937", "MCG59", "Wichmann-Hill", "MRG32k3a"}) {
-    const support::Generator* which = nullptr;
-    for (const support::Generator& one : support::generators())
-      if (one.name.starts_with(std::string(name).substr(0, 8))) which = &one;
-    ASSERT_NE(which, nullptr) << name;
+  for (const support::Generator& which : support::generators()) {
     std::vector<Doubles> first;
     for (const std::int32_t level : support::runnableLevels()) {
       const rvn::VariateKernels& kernels = *rvn::levelTables[level]->variates;
       std::vector<Doubles> all(3, Doubles(3000));
-      EXPECT_EQ(kernels.normal(GeneratorStream(*which, {7}).get(), 3000, all[0].data(), -3.0, 0.1), 0);
-      EXPECT_EQ(kernels.exponential(GeneratorStream(*which, {7}).get(), 3000, all[1].data(), 0.7), 0);
-      EXPECT_EQ(kernels.logNormal(GeneratorStream(*which, {7}).get(), 3000, all[2].data(), 0.1, 1.3), 0);
+      EXPECT_EQ(kernels.normal(GeneratorStream(which, {7}).get(), 3000, all[0].data(), -3.0, 0.1), 0);
+      EXPECT_EQ(kernels.exponential(GeneratorStream(which, {7}).get(), 3000, all[1].data(), 0.7), 0);
+      EXPECT_EQ(kernels.logNormal(GeneratorStream(which, {7}).get(), 3000, all[2].data(), 0.1, 1.3), 0);
       if (first.empty()) first = all;
       for (std::size_t k = 0; k < all.size(); ++k)
-        EXPECT_TRUE(support::same(all[k], first[k])) << name << ", level " << level;
+        EXPECT_TRUE(support::same(all[k], first[k])) << which.name << ", level " << level;
     }
   }
 }
 
 TEST(Variates, ParametersReachTheEndsOfDoubles) {
   constexpr double most = std::numeric_limits<double>::max();
-  constexpr double infinity = std::numeric_limits<double>::infinity();
   GeneratorStream stream(RSG_BRNG_MT2203, {1});
   double r[64];
   ASSERT_EQ(rsgLogNormal(stream.get(), 64, r, 0.0, 1e6), 0);
   for (const double value : r)
-    EXPECT_TRUE(value == 0.0 || value == infinity) << value;
+    EXPECT_TRUE(value == 0.0 || value == HUGE_VAL) << value;
   ASSERT_EQ(rsgLogNormal(stream.get(), 64, r, -744.2, 0.0), 0);
   EXPECT_EQ(r[63], 5e-324);
   ASSERT_EQ(rsgLogNormal(stream.get(), 64, r, most, most), 0);
@@ -161,14 +156,13 @@ TEST(Variates, ParametersReachTheEndsOfDoubles) {
 
 TEST(Variates, RefusesBadArguments) {
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-  constexpr double infinity = std::numeric_limits<double>::infinity();
   GeneratorStream stream(RSG_BRNG_MCG31, {1});
-  const RsgStream noStream = {};
+  RsgStream noStream = {};
   double r = -7.0;
   const struct {
     std::int32_t status;
     int parameter;
-    const RsgStream* stream;
+    RsgStream* stream;
     std::int32_t n;
     double* r;
     double mean;
@@ -179,25 +173,22 @@ TEST(Variates, RefusesBadArguments) {
       {RSG_ERROR_ARGUMENT, 2, stream.get(), -1, &r, 0.0, 1.0},
       {RSG_ERROR_ARGUMENT, 3, stream.get(), 1, nullptr, 0.0, 1.0},
       {RSG_ERROR_ARGUMENT, 4, stream.get(), 1, &r, nan, 1.0},
-      {RSG_ERROR_ARGUMENT, 4, stream.get(), 1, &r, -infinity, 1.0},
+      {RSG_ERROR_ARGUMENT, 4, stream.get(), 1, &r, -HUGE_VAL, 1.0},
       {RSG_ERROR_ARGUMENT, 5, stream.get(), 1, &r, 0.0, -1.0},
       {RSG_ERROR_ARGUMENT, 5, stream.get(), 1, &r, 0.0, nan},
-      {RSG_ERROR_ARGUMENT, 5, stream.get(), 1, &r, 0.0, infinity},
+      {RSG_ERROR_ARGUMENT, 5, stream.get(), 1, &r, 0.0, HUGE_VAL},
       {0, 0, stream.get(), 0, nullptr, nan, nan},
   };
   for (const auto& c : cases) {
-    auto* const given = const_cast<RsgStream*>(c.stream);
     const auto refuses = [&](const char* name, int parameter, auto fill) {
-      std::int32_t status = 1;
-      const std::string report = support::printed([&] { status = fill(); });
-      EXPECT_EQ(status, c.status) << name << ", " << &c - cases;
+      const std::string report = support::printed([&] { EXPECT_EQ(fill(), c.status) << &c - cases; });
       EXPECT_EQ(report, parameter == 0 ? "" : support::parameterReport(parameter, name)) << &c - cases;
     };
-    refuses("rsgNormal", c.parameter, [&] { return rsgNormal(given, c.n, c.r, c.mean, c.sigma); });
-    refuses("rsgLogNormal", c.parameter, [&] { return rsgLogNormal(given, c.n, c.r, c.mean, c.sigma); });
+    refuses("rsgNormal", c.parameter, [&] { return rsgNormal(c.stream, c.n, c.r, c.mean, c.sigma); });
+    refuses("rsgLogNormal", c.parameter, [&] { return rsgLogNormal(c.stream, c.n, c.r, c.mean, c.sigma); });
     if (c.parameter == 4) continue;
-    const int spread = c.parameter == 5 ? 4 : c.parameter;
-    refuses("rsgExponential", spread, [&] { return rsgExponential(given, c.n, c.r, c.sigma); });
+    refuses("rsgExponential", c.parameter == 5 ? 4 : c.parameter,
+            [&] { return rsgExponential(c.stream, c.n, c.r, c.sigma); });
   }
   EXPECT_EQ(r, -7.0);
 }
