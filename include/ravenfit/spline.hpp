@@ -70,7 +70,8 @@ constexpr outside_mode refuse = outside_mode::refuse;
 // return the whole, so that they chain.
 class spline_options {
  public:
-  spline_options(int order, int kind, end_condition ends) : order_(order), kind_(kind), left_(ends), right_(ends) {}
+  spline_options(int order, int kind, end_condition ends)
+      : order_(order), kind_(kind), left_(ends), right_(ends) {}
 
   spline_options& left(end_condition end) { return left_ = end, *this; }
   spline_options& right(end_condition end) { return right_ = end, *this; }
@@ -254,9 +255,13 @@ class spline {
   // Coefficients a cell: 2 to 4, one more for every antiderivative.
   int order() const { return has_state() ? state_->order : 0; }
   // Row f holds those of function f, `order` for each cell in ascending powers of the distance to its left end.
-  view<const double> coefficients() const { return has_state() ? view<const double>(state_->coeff) : view<const double>(); }
+  view<const double> coefficients() const {
+    return has_state() ? view<const double>(state_->coeff) : view<const double>();
+  }
   // Of a smoothing spline, of every function.
-  view<const double> lambdas() const { return has_state() ? view<const double>(state_->lambdas) : view<const double>(); }
+  view<const double> lambdas() const {
+    return has_state() ? view<const double>(state_->lambdas) : view<const double>();
+  }
   // For what the C operations offer beyond this class; stays the spline's.
   const DfTask* task() const { return has_state() ? state_->task.get() : nullptr; }
 
@@ -318,11 +323,12 @@ class spline {
   status try_integrals(view<const double> a, view<const double> b, view<double> out) const {
     if (status s = usable(); !s.ok()) return s;
     if (a.size() != b.size()) return refuse_size("limits", b.size(), a.size());
-    if (out.size() != a.size() * functions()) return refuse_size("integrals", out.size(), a.size() * functions());
+    if (out.size() != a.size() * functions())
+      return refuse_size("integrals", out.size(), a.size() * functions());
     return in_parts(a.size(), functions(), layout::rows, out,
                     [&](std::size_t from, std::size_t count, double* r, int rhint) {
-                      return dfTaskIntegrate(state_->task.get(), static_cast<std::int32_t>(count), a.data() + from,
-                                             b.data() + from, r, rhint);
+                      return dfTaskIntegrate(state_->task.get(), static_cast<std::int32_t>(count),
+                                             a.data() + from, b.data() + from, r, rhint);
                     });
   }
 
@@ -358,10 +364,11 @@ class spline {
   status try_inverse(view<const double> values, view<double> sites, std::size_t function = 0) const {
     if (status s = usable(function); !s.ok()) return s;
     if (sites.size() != values.size()) return refuse_size("sites", sites.size(), values.size());
-    return in_parts(values.size(), 1, layout::rows, sites, [&](std::size_t from, std::size_t count, double* r, int) {
-      return dfTaskInverse(state_->task.get(), static_cast<std::int32_t>(function), static_cast<std::int32_t>(count),
-                           values.data() + from, r);
-    });
+    return in_parts(values.size(), 1, layout::rows, sites,
+                    [&](std::size_t from, std::size_t count, double* r, int) {
+                      return dfTaskInverse(state_->task.get(), static_cast<std::int32_t>(function),
+                                           static_cast<std::int32_t>(count), values.data() + from, r);
+                    });
   }
 
   // As splines over the same breakpoints; the antiderivative is 0 at the first one. Outside, they refuse and give NaN as
@@ -397,7 +404,9 @@ class spline {
     }
 
     std::size_t nx() const { return x.size(); }
-    std::size_t row() const { return static_cast<std::size_t>(order) * (nx() - (set.kind_ == DF_KIND_SUBBOTIN ? 0 : 1)); }
+    std::size_t row() const {
+      return static_cast<std::size_t>(order) * (nx() - (set.kind_ == DF_KIND_SUBBOTIN ? 0 : 1));
+    }
     bool smooths() const { return set.smooth_method_ >= 0; }
 
     status make() {
@@ -413,7 +422,8 @@ class spline {
 
     status check_sizes() {
       if (nx() < 2)
-        return refused(DF_ERROR_BREAKPOINT_COUNT, "a spline needs 2 breakpoints at least, and x has " + std::to_string(nx()));
+        return refused(DF_ERROR_BREAKPOINT_COUNT,
+                       "a spline needs 2 breakpoints at least, and x has " + std::to_string(nx()));
       if (nx() > INT32_MAX) return refused(DF_ERROR_MEMORY, "x has more than 2^31 - 1 breakpoints");
       if (y.empty() || y.size() % nx() != 0)
         return refused(DF_ERROR_FUNCTION_VALUES, "y must have " + std::to_string(nx()) +
@@ -423,8 +433,9 @@ class spline {
       if (ny > INT32_MAX) return refused(DF_ERROR_MEMORY, "more than 2^31 - 1 functions");
       const std::size_t given = set.inner_.size();
       const auto wrong = [&](const char* what, std::size_t wanted) {
-        return refused(DF_ERROR_NULL_INTERNAL, std::string(what) + ": " + std::to_string(wanted) + " are needed, and " +
-                                                   std::to_string(given) + " are given");
+        return refused(DF_ERROR_NULL_INTERNAL, std::string(what) + ": " + std::to_string(wanted) +
+                                                   " are needed, and " + std::to_string(given) +
+                                                   " are given");
       };
       if (set.kind_ == DF_KIND_HERMITE && given != nx() * ny && !(ny == 1 && given + 2 == nx()))
         return wrong("slopes", nx() * ny);
@@ -442,9 +453,10 @@ class spline {
       if (dfCheckBreakpoints(static_cast<std::int32_t>(nx()), x.data(), &bad) != DF_STATUS_OK) {
         const double value = x[static_cast<std::size_t>(bad)];
         std::string text = detail::element("x", bad, value);
-        text += std::isfinite(value) && bad > 0
-                    ? " does not exceed " + detail::element("x", bad - 1, x[static_cast<std::size_t>(bad - 1)])
-                    : " is not finite";
+        text +=
+            std::isfinite(value) && bad > 0
+                ? " does not exceed " + detail::element("x", bad - 1, x[static_cast<std::size_t>(bad - 1)])
+                : " is not finite";
         return refused(DF_ERROR_BREAKPOINTS, text, bad);
       }
       find_structure();
@@ -470,23 +482,25 @@ class spline {
       }
     }
 
-    std::int32_t yhint() const { return set.by_breakpoint_ ? DF_VALUES_BY_BREAKPOINT : DF_VALUES_BY_FUNCTION; }
+    std::int32_t yhint() const {
+      return set.by_breakpoint_ ? DF_VALUES_BY_BREAKPOINT : DF_VALUES_BY_FUNCTION;
+    }
 
     status smooth() {
       lambdas.resize(ny);
       const int code = dfSmooth(static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(),
                                 xhint == DF_XHINT_UNIFORM ? DF_XHINT_UNIFORM : DF_XHINT_NONE,
                                 static_cast<std::int32_t>(ny), y.data(), yhint(),
-                                set.inner_.empty() ? nullptr : set.inner_.data(), set.smooth_method_, set.lambda_,
-                                lambdas.data(), coeff.data());
+                                set.inner_.empty() ? nullptr : set.inner_.data(), set.smooth_method_,
+                                set.lambda_, lambdas.data(), coeff.data());
       return code == DF_STATUS_OK ? status{} : refused(code);
     }
 
     status create() {
       DfTask* made = nullptr;
       const int code =
-          dfTaskCreate(&made, static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(), xhint,
-                       static_cast<std::int32_t>(ny), y.data(), yhint());
+          dfTaskCreate(&made, static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(),
+                       xhint, static_cast<std::int32_t>(ny), y.data(), yhint());
       task.reset(made);
       if (code != DF_STATUS_OK) return refused(code);
       const int outside = dfTaskSetOutside(made, static_cast<int>(set.below_), static_cast<int>(set.above_),
@@ -560,8 +574,9 @@ class spline {
         const double* const m = set.inner_.data() + f * nx();
         const double slopes[2] = {m[0], m[nx() - 1]};
         DfTask* one = nullptr;
-        int code = dfTaskCreate(&one, static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(),
-                                xhint, 1, values.data(), DF_VALUES_DEFAULT);
+        int code =
+            dfTaskCreate(&one, static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(),
+                         xhint, 1, values.data(), DF_VALUES_DEFAULT);
         const std::unique_ptr<DfTask, detail::destroy_task> guard(one);
         if (code == DF_STATUS_OK)
           code = dfTaskEditSpline(one, order, DF_KIND_HERMITE, DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, slopes,
@@ -589,12 +604,13 @@ class spline {
     // Knots count from the second one on where pieces are looked for.
     status edit_for_evaluation() {
       const bool knotted = set.kind_ == DF_KIND_SUBBOTIN;
-      return edit(order > DF_ORDER_CUBIC ? DF_KIND_DEFAULT : set.kind_, DF_END_NONE, knotted ? DF_IC_KNOTS : DF_IC_NONE,
-                  knotted ? knots.data() + 1 : nullptr);
+      return edit(order > DF_ORDER_CUBIC ? DF_KIND_DEFAULT : set.kind_, DF_END_NONE,
+                  knotted ? DF_IC_KNOTS : DF_IC_NONE, knotted ? knots.data() + 1 : nullptr);
     }
 
     status edit(std::int32_t kind, std::int32_t type, std::int32_t internal, const double* ic) {
-      const int code = dfTaskEditSpline(task.get(), order, kind, type, bc, internal, ic, coeff.data(), DF_COEFF_DEFAULT);
+      const int code =
+          dfTaskEditSpline(task.get(), order, kind, type, bc, internal, ic, coeff.data(), DF_COEFF_DEFAULT);
       return code == DF_STATUS_OK ? status{} : refused(code);
     }
 
@@ -622,19 +638,22 @@ class spline {
   bool has_state() const { return state_ != nullptr && state_->task != nullptr; }
 
   status usable() const {
-    return has_state() ? status{} : state::refused(DF_ERROR_NULL_TASK, "the spline holds nothing: it was moved from");
+    return has_state() ? status{}
+                       : state::refused(DF_ERROR_NULL_TASK, "the spline holds nothing: it was moved from");
   }
   status usable(std::size_t function) const {
     if (status s = usable(); !s.ok()) return s;
     if (function < functions()) return {};
-    return state::refused(DF_ERROR_FUNCTION_INDEX,
-                          "there is no function " + std::to_string(function) + " among " + std::to_string(functions()),
-                          static_cast<std::ptrdiff_t>(function));
+    return state::refused(
+        DF_ERROR_FUNCTION_INDEX,
+        "there is no function " + std::to_string(function) + " among " + std::to_string(functions()),
+        static_cast<std::ptrdiff_t>(function));
   }
 
   static status refuse_size(const char* what, std::size_t is, std::size_t wanted) {
-    return state::refused(DF_ERROR_NULL_RESULTS, std::string("the array of ") + what + " has " + std::to_string(is) +
-                                                     " elements; it must have " + std::to_string(wanted));
+    return state::refused(DF_ERROR_NULL_RESULTS, std::string("the array of ") + what + " has " +
+                                                     std::to_string(is) + " elements; it must have " +
+                                                     std::to_string(wanted));
   }
 
   // The derivatives of a request, as bits.
@@ -655,8 +674,9 @@ class spline {
     constexpr std::size_t most = 16;
     if (state_->ny > most || k != 0) return one_of_many(site, k, function);
     double r[most];
-    const int code = dfTaskInterpolate(state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1, &site,
-                                       DF_SITES_GENERAL, 0, nullptr, nullptr, r, DF_RESULTS_DEFAULT, nullptr);
+    const int code =
+        dfTaskInterpolate(state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1, &site,
+                          DF_SITES_GENERAL, 0, nullptr, nullptr, r, DF_RESULTS_DEFAULT, nullptr);
     if (code != DF_STATUS_OK) detail::fail(state::refused(code));
     return r[function];
   }
@@ -675,7 +695,7 @@ class spline {
   template <class Body>
   static status in_parts(std::size_t n, std::size_t results, layout how, view<double> out, Body body) {
     const bool joined = how == layout::by_site || results == 1 || n <= detail::most_in_a_call;
-    const std::int32_t rhint = how == layout::by_site ? DF_RESULTS_BY_SITE : DF_RESULTS_SITES_INNER;
+    const std::int32_t rhint = how == layout::by_site ? int{DF_RESULTS_BY_SITE} : int{DF_RESULTS_SITES_INNER};
     std::vector<double> block(joined ? 0 : results * detail::block_of_sites);
     for (std::size_t from = 0; from < n;) {
       const std::size_t count = std::min(n - from, joined ? detail::most_in_a_call : detail::block_of_sites);
@@ -702,19 +722,20 @@ class spline {
     const std::size_t results = result_count(bits);
     // Where rows are not torn apart by it, order is looked for block by block.
     const bool blockwise = results == 1 || how == layout::by_site;
-    return in_parts(sites.size(), results, how, out, [&](std::size_t from, std::size_t n, double* r, int rhint) {
-      const std::size_t step = blockwise ? detail::block_of_sites : n;
-      for (std::size_t i = 0; i < n; i += step) {
-        const double* const s = sites.data() + from + i;
-        const std::size_t part = std::min(step, n - i);
-        const int code = dfTaskInterpolate(state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL,
-                                           static_cast<std::int32_t>(part), s,
-                                           ascends(s, part) ? DF_SITES_SORTED : DF_SITES_GENERAL, count, wanted,
-                                           nullptr, r + (blockwise ? i * results : 0), rhint, nullptr);
-        if (code != DF_STATUS_OK) return code;
-      }
-      return int{DF_STATUS_OK};
-    });
+    return in_parts(
+        sites.size(), results, how, out, [&](std::size_t from, std::size_t n, double* r, int rhint) {
+          const std::size_t step = blockwise ? detail::block_of_sites : n;
+          for (std::size_t i = 0; i < n; i += step) {
+            const double* const s = sites.data() + from + i;
+            const std::size_t part = std::min(step, n - i);
+            const int code = dfTaskInterpolate(
+                state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL,
+                static_cast<std::int32_t>(part), s, ascends(s, part) ? DF_SITES_SORTED : DF_SITES_GENERAL,
+                count, wanted, nullptr, r + (blockwise ? i * results : 0), rhint, nullptr);
+            if (code != DF_STATUS_OK) return code;
+          }
+          return int{DF_STATUS_OK};
+        });
   }
 
   // Sites of another type are converted block by block.
@@ -728,11 +749,15 @@ class spline {
       const std::size_t n = std::min<std::size_t>(sites.size() - from, 512);
       for (std::size_t i = 0; i < n; ++i)
         converted[i] = static_cast<double>(sites[from + i]);
-      if (status s = evaluate(view<const double>(converted, n), bits, how, {block.data(), results * n}); !s.ok()) return s;
+      if (status s = evaluate(view<const double>(converted, n), bits, how, {block.data(), results * n});
+          !s.ok())
+        return s;
       for (std::size_t k = 0; k < results; ++k)
         for (std::size_t i = 0; i < n; ++i) {
-          if (how == layout::by_site) out[(from + i) * results + k] = block[i * results + k];
-          else out[k * sites.size() + from + i] = block[k * n + i];
+          if (how == layout::by_site)
+            out[(from + i) * results + k] = block[i * results + k];
+          else
+            out[k * sites.size() + from + i] = block[k * n + i];
         }
       from += n;
     }
@@ -764,11 +789,12 @@ class spline {
 
   // What a derivative (more < 0) or antiderivative is outside: its end polynomials, unless that is said elsewhere.
   static outside_mode outside_of(outside_mode mode, int more) {
-    const bool stays = mode == outside_mode::nan || mode == outside_mode::refuse || (mode == wrap && more < 0);
+    const bool stays =
+        mode == outside_mode::nan || mode == outside_mode::refuse || (mode == wrap && more < 0);
     return stays ? mode : outside_mode::proceed;
   }
 
-  spline related(int more, std::int32_t (*coefficients)(const DfTask*, double*)) const {
+  spline related(int more, std::int32_t (*fill)(const DfTask*, double*)) const {
     detail::check(usable());
     spline made;
     made.state_ = std::make_unique<state>(state_->set);
@@ -787,7 +813,7 @@ class spline {
     s.set.above_ = outside_of(state_->set.above_, more);
     s.xhint = state_->xhint == DF_XHINT_UNIFORM ? DF_XHINT_UNIFORM : DF_XHINT_NONE;
     if (s.order > 0) s.coeff.resize(s.row() * s.ny);
-    if (const int code = coefficients(state_->task.get(), s.coeff.data()); code != DF_STATUS_OK)
+    if (const int code = fill(state_->task.get(), s.coeff.data()); code != DF_STATUS_OK)
       detail::fail(state::refused(code));
     detail::check(s.create());
     detail::check(s.edit_for_evaluation());
@@ -808,8 +834,9 @@ class spline_view : public spline {
     state_->y = y;
     detail::check(state_->make());
   }
-  template <class X, class Y,
-            class = std::enable_if_t<!std::is_lvalue_reference<X>::value || !std::is_lvalue_reference<Y>::value>>
+  template <
+      class X, class Y,
+      class = std::enable_if_t<!std::is_lvalue_reference<X>::value || !std::is_lvalue_reference<Y>::value>>
   spline_view(X&& x, Y&& y, const spline_options& options = cubic()) = delete;
 };
 

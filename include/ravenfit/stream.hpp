@@ -65,8 +65,8 @@ status fill_in_parts(view<T> r, Fill fill) {
 }
 
 inline status bad_interval(const char* low, double a, const char* high, double b) {
-  return stream_status(RSG_ERROR_ARGUMENT, std::string(low) + " = " + std::to_string(a) + " is not below " + high +
-                                               " = " + std::to_string(b));
+  return stream_status(RSG_ERROR_ARGUMENT, std::string(low) + " = " + std::to_string(a) + " is not below " +
+                                               high + " = " + std::to_string(b));
 }
 
 inline bool is_mean(double mean) {
@@ -96,10 +96,13 @@ class stream {
   static result<stream> try_make(generator which, view<const std::uint32_t> seeds) {
     detail::settle_level();
     RsgInfo known;
-    if (const int code = rsgGeneratorInfo(which.id, &known); code != RSG_STATUS_OK) return detail::stream_status(code);
-    if (seeds.size() > INT32_MAX) return detail::stream_status(RSG_ERROR_ARGUMENT, "more than 2^31 - 1 seeds");
+    if (const int code = rsgGeneratorInfo(which.id, &known); code != RSG_STATUS_OK)
+      return detail::stream_status(code);
+    if (seeds.size() > INT32_MAX)
+      return detail::stream_status(RSG_ERROR_ARGUMENT, "more than 2^31 - 1 seeds");
     RsgStream* made = nullptr;
-    const int code = rsgNewStreamFromSeeds(&made, which.id, static_cast<std::int32_t>(seeds.size()), seeds.data());
+    const int code =
+        rsgNewStreamFromSeeds(&made, which.id, static_cast<std::int32_t>(seeds.size()), seeds.data());
     return owned(code, made);
   }
 
@@ -129,8 +132,12 @@ class stream {
 
   // ---- fills ----
   // a <= r < b but for rounding; see vdRngUniform.
-  void fill_uniform(view<double> r, double a = 0.0, double b = 1.0) { detail::check(try_fill_uniform(r, a, b)); }
-  void fill_uniform(view<float> r, float a = 0.0F, float b = 1.0F) { detail::check(try_fill_uniform(r, a, b)); }
+  void fill_uniform(view<double> r, double a = 0.0, double b = 1.0) {
+    detail::check(try_fill_uniform(r, a, b));
+  }
+  void fill_uniform(view<float> r, float a = 0.0F, float b = 1.0F) {
+    detail::check(try_fill_uniform(r, a, b));
+  }
   // Doubles of 53 bits, 0 <= r < 1.
   void fill_uniform53(view<double> r) { detail::check(try_fill_uniform53(r)); }
   void fill_normal(view<double> r, double mean = 0.0, double sigma = 1.0) {
@@ -171,7 +178,8 @@ class stream {
   }
   status try_fill_log_normal(view<double> r, double mean = 0.0, double sigma = 1.0) {
     if (!detail::is_mean(mean) || !detail::is_deviation(sigma)) return bad_moments();
-    return fill(r, [&](std::int32_t n, double* to) { return rsgLogNormal(stream_.get(), n, to, mean, sigma); });
+    return fill(r,
+                [&](std::int32_t n, double* to) { return rsgLogNormal(stream_.get(), n, to, mean, sigma); });
   }
   status try_fill_words(view<std::uint32_t> r) {
     return fill(r, [&](std::int32_t n, std::uint32_t* to) { return rsgWords32(stream_.get(), n, to); });
@@ -181,7 +189,8 @@ class stream {
   }
   status try_fill_integers(view<std::int32_t> r, std::int32_t low, std::int32_t high) {
     if (low > high) return detail::bad_interval("low", low, "high + 1", high + 1.0);
-    return fill(r, [&](std::int32_t n, std::int32_t* to) { return rsgIntegers(stream_.get(), n, to, low, high); });
+    return fill(
+        r, [&](std::int32_t n, std::int32_t* to) { return rsgIntegers(stream_.get(), n, to, low, high); });
   }
 
   // ---- moves and parts ----
@@ -189,7 +198,8 @@ class stream {
   void skip(std::uint64_t values) { detail::check(try_skip(values)); }
   status try_skip(std::uint64_t values) {
     if (status s = usable(); !s.ok()) return s;
-    return moved(RSG_MOVE_SKIP_AHEAD, RSG_ERROR_SKIP_AHEAD, [&] { return rsgSkipAhead(stream_.get(), values); });
+    return moved(RSG_MOVE_SKIP_AHEAD, RSG_ERROR_SKIP_AHEAD,
+                 [&] { return rsgSkipAhead(stream_.get(), values); });
   }
   // Value k of every `count` ones is left.
   void leapfrog(int k, int count) { detail::check(try_leapfrog(k, count)); }
@@ -208,7 +218,7 @@ class stream {
     if (count < 1) return detail::stream_status(RSG_ERROR_ARGUMENT, "a stream is split into 1 part at least");
     const RsgInfo known = info();
     if (stretch == 0 ? known.split == RSG_SPLIT_NONE : (known.moves & RSG_MOVE_SKIP_AHEAD) == 0)
-      return detail::stream_status(stretch == 0 ? RSG_ERROR_SPLIT : RSG_ERROR_SKIP_AHEAD);
+      return detail::stream_status(stretch == 0 ? int{RSG_ERROR_SPLIT} : int{RSG_ERROR_SKIP_AHEAD});
     if (stretch == 0 && known.split == RSG_SPLIT_MEMBERS && count > known.members)
       return detail::stream_status(RSG_ERROR_SPLIT);
     std::vector<RsgStream*> parts(static_cast<std::size_t>(count));
@@ -249,7 +259,8 @@ class stream {
   static result<stream> try_load(std::istream& from) {
     constexpr std::size_t most = 1 << 20;
     std::size_t size = 0;
-    if (!(from >> size) || from.get() != '\n' || size > most) return detail::stream_status(RSG_ERROR_SAVED_STREAM);
+    if (!(from >> size) || from.get() != '\n' || size > most)
+      return detail::stream_status(RSG_ERROR_SAVED_STREAM);
     std::vector<unsigned char> bytes(size);
     if (!from.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size)))
       return detail::stream_status(RSG_ERROR_SAVED_STREAM);
@@ -278,7 +289,8 @@ class stream {
     return detail::stream_status(RSG_ERROR_NULL_STREAM, "the stream holds nothing: it was moved from");
   }
   static status bad_moments() {
-    return detail::stream_status(RSG_ERROR_ARGUMENT, "the mean must be finite, the deviation finite and not below 0");
+    return detail::stream_status(RSG_ERROR_ARGUMENT,
+                                 "the mean must be finite, the deviation finite and not below 0");
   }
   // Refuses what the generator cannot do, before the library reports it.
   template <class Move>
@@ -310,8 +322,12 @@ class points {
     return *this;
   }
   // Whole points: the size must be a multiple of the dimension.
-  void fill(view<double> matrix) { fill(matrix, [&](view<double> r) { stream_.fill_uniform(r); }); }
-  void fill(view<double> matrix, double a, double b) { fill(matrix, [&](view<double> r) { stream_.fill_uniform(r, a, b); }); }
+  void fill(view<double> matrix) {
+    fill(matrix, [&](view<double> r) { stream_.fill_uniform(r); });
+  }
+  void fill(view<double> matrix, double a, double b) {
+    fill(matrix, [&](view<double> r) { stream_.fill_uniform(r, a, b); });
+  }
   // Normal variates, coordinate by coordinate.
   void fill_normal(view<double> matrix, double mean = 0.0, double sigma = 1.0) {
     fill(matrix, [&](view<double> r) { stream_.fill_normal(r, mean, sigma); });
@@ -329,8 +345,9 @@ class points {
   static int checked(int dimension, int most) {
     detail::settle_level();
     if (dimension < 1 || dimension > most)
-      detail::fail(detail::stream_status(RSG_ERROR_DIMENSION,
-                                         std::to_string(dimension) + " dimensions: there are 1 to " + std::to_string(most)));
+      detail::fail(detail::stream_status(
+          RSG_ERROR_DIMENSION,
+          std::to_string(dimension) + " dimensions: there are 1 to " + std::to_string(most)));
     return dimension;
   }
 
@@ -343,8 +360,9 @@ class points {
   void fill(view<double> matrix, Fill call) {
     const auto coordinates = static_cast<std::size_t>(dimension_);
     if (matrix.size() % coordinates != 0)
-      detail::fail(detail::stream_status(
-          RSG_ERROR_ARGUMENT, std::to_string(matrix.size()) + " coordinates are no whole points of " + std::to_string(coordinates)));
+      detail::fail(detail::stream_status(RSG_ERROR_ARGUMENT, std::to_string(matrix.size()) +
+                                                                 " coordinates are no whole points of " +
+                                                                 std::to_string(coordinates)));
     call(matrix);
     done_ += matrix.size() / coordinates;
   }
@@ -354,6 +372,11 @@ class sobol : public points {
  public:
   static constexpr int most_dimensions = 40;
   explicit sobol(int dimension) : points(fresh(dimension), dimension) {}
+
+  sobol& skip(std::uint64_t count) {
+    points::skip(count);
+    return *this;
+  }
 
   // From here on, points are randomised by a seed: a digital shift, and before it a random linear scrambling unless that
   // is left out. Their place in the sequence stays.
@@ -376,7 +399,8 @@ class niederreiter : public points {
  public:
   static constexpr int most_dimensions = 318;
   explicit niederreiter(int dimension)
-      : points(stream(generator{RSG_BRNG_NIEDERREITER}, static_cast<std::uint32_t>(checked(dimension, most_dimensions))),
+      : points(stream(generator{RSG_BRNG_NIEDERREITER},
+                      static_cast<std::uint32_t>(checked(dimension, most_dimensions))),
                dimension) {}
 };
 

@@ -24,8 +24,9 @@ class view {
   template <class C>
   using pointer_of = decltype(std::declval<C&>().data());
   template <class C>
-  using fits = std::enable_if_t<std::is_convertible<std::remove_pointer_t<pointer_of<C>> (*)[], T (*)[]>::value &&
-                                std::is_convertible<decltype(std::declval<C&>().size()), std::size_t>::value>;
+  using fits =
+      std::enable_if_t<std::is_convertible<std::remove_pointer_t<pointer_of<C>> (*)[], T (*)[]>::value &&
+                       std::is_convertible<decltype(std::declval<C&>().size()), std::size_t>::value>;
 
  public:
   constexpr view() = default;
@@ -33,7 +34,8 @@ class view {
   template <std::size_t n>
   constexpr view(T (&array)[n]) : data_(array), size_(n) {}
   template <class C, class = fits<C>>
-  constexpr view(C&& container) : data_(container.data()), size_(static_cast<std::size_t>(container.size())) {}
+  constexpr view(C&& container)
+      : data_(container.data()), size_(static_cast<std::size_t>(container.size())) {}
 
   constexpr T* data() const { return data_; }
   constexpr std::size_t size() const { return size_; }

@@ -83,7 +83,8 @@ constexpr StatusText fitTexts[] = {
      "Breakpoints must be finite and strictly ascending. dfCheckBreakpoints tells which one is not."},
     {DF_ERROR_OUTSIDE_MODE, "Unknown choice for the outside. Pass DF_OUTSIDE_* twice."},
     {DF_ERROR_OUTSIDE,
-     "A site is outside the partition, or a NaN, and the task refuses those. Pass sites from x[0] to x[nx-1], or "
+     "A site is outside the partition, or a NaN, and the task refuses those. Pass sites from x[0] to "
+     "x[nx-1], or "
      "choose another DF_OUTSIDE_*."},
     {DF_ERROR_FUNCTION_INDEX, "There is no such function. Pass 0 to ny - 1."},
     {DF_ERROR_INTERVAL, "a is above b, or one of them is a NaN. Pass the lower end first."},
@@ -96,10 +97,12 @@ constexpr StatusText fitTexts[] = {
      "dfTaskSolve finds all sites of a value."},
     {DF_ERROR_SMOOTH_METHOD, "Unknown method. Pass DF_SMOOTH_LAMBDA or DF_SMOOTH_GCV."},
     {DF_ERROR_LAMBDA, "lambda is negative, infinite or a NaN. Pass 0 or more."},
-    {DF_ERROR_WEIGHTS, "A weight is not positive and finite. Leave points out instead of giving them weight 0."},
+    {DF_ERROR_WEIGHTS,
+     "A weight is not positive and finite. Leave points out instead of giving them weight 0."},
     {DF_ERROR_NOT_FINITE, "A function value is infinite or a NaN. Leave such points out."},
     {DF_ERROR_SMOOTH_SCALE,
-     "Steps or weights differ by too many orders of magnitude. Merge points that are nearly the same, or scale "
+     "Steps or weights differ by too many orders of magnitude. Merge points that are nearly the same, or "
+     "scale "
      "the weights."},
     {DF_ERROR_SOLVER,
      "The spline's equations cannot be solved. Look for equal or unsorted breakpoints, NaNs, and too few "
@@ -140,10 +143,12 @@ constexpr StatusText streamTexts[] = {
     {RSG_ERROR_DIMENSION, "No points of so many dimensions. Pass 1 to the most that the operation serves."},
     {RSG_ERROR_SCRAMBLING, "Unknown scrambling. Pass one of RSG_SCRAMBLING_*."},
     {RSG_ERROR_TABLE,
-     "The table of direction numbers is missing, too short, or has a faulty row. Pass the numbers of whole lines "
+     "The table of direction numbers is missing, too short, or has a faulty row. Pass the numbers of whole "
+     "lines "
      "d s a m_1 ... m_s, from d = 2 on."},
     {RSG_ERROR_NOT_SAVED,
-     "Points by a table of the caller's cannot be saved. Make the stream again from the table, and skip ahead."},
+     "Points by a table of the caller's cannot be saved. Make the stream again from the table, and skip "
+     "ahead."},
     {RSG_ERROR_QUASI_RANDOM,
      "One value of several outputs would tear quasi-random points apart. Take rsgWords32, floats or "
      "doubles."},

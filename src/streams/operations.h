@@ -136,6 +136,7 @@ std::int32_t fillRaw(RsgStream* stream, std::int64_t n, void* r) {
 
 template <Saves Rule>
 void saveState(const RsgStream* header, std::uint32_t* words) {
+  static_assert(Rule::savedWords <= mostSavedWords);
   Rule::save(*reinterpret_cast<const typename Rule::Stream*>(header), words);
 }
 

@@ -27,7 +27,8 @@ struct ScrambledSobol : QuasiRandom<Net<ScrambledSobolStream, sobolDimensions>> 
   }
 
   static bool restore(Stream& stream, const std::uint32_t* words) {
-    if (words[6] > RSG_SCRAMBLING_LINEAR || !isPlace(words, words[6] == RSG_SCRAMBLING_NONE ? 1 : 0)) return false;
+    if (words[6] > RSG_SCRAMBLING_LINEAR || !isPlace(words, words[6] == RSG_SCRAMBLING_NONE ? 1 : 0))
+      return false;
     const std::uint32_t seeds[4] = {words[1], words[4], words[5], words[6]};
     seed(stream, 4, seeds);
     standAt(stream, words);

@@ -131,8 +131,8 @@ bool canSplit(const BrngRecord& record, const RsgStream* stream, std::int32_t co
 
 QuasiPlace placeOf(const BrngRecord& record, const RsgStream* stream) {
   QuasiPlace place;
-  std::uint32_t words[4];
-  static_assert(sizeof place == sizeof words);
+  std::uint32_t words[mostSavedWords];
+  static_assert(sizeof place <= sizeof words);
   record.operations->save(stream, words);
   std::memcpy(&place, words, sizeof place);
   return place;

@@ -9,7 +9,7 @@
 
 namespace rvn {
 
-// What a quasi-random generator saves.
+// What a quasi-random generator saves first.
 struct QuasiPlace {
   std::uint32_t pointIndex;
   std::int32_t dimension;
