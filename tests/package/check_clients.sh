@@ -11,12 +11,18 @@ trap 'rm -rf "$scratch"' EXIT
 
 cmp "$here/../../LICENSE" "$prefix"/share/doc/*/LICENSE
 
-cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$scratch/client" >/dev/null
+examples=$(echo "$prefix"/share/doc/*/examples)
+cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release \
+  -DRAVENFIT_EXAMPLES="$examples" >/dev/null
+cmake --build "$scratch/client" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
 for client in "$@"; do
   "$scratch/client/$client" >/dev/null
   echo "$client: works"
 done
+for example in "$scratch"/client/example_*; do
+  "$example" >/dev/null
+done
+echo "$(ls "$scratch"/client | grep -c ^example_) examples: work"
 
 pc=$(dirname "$(find "$prefix" -name ravenfit.pc)")
 export PKG_CONFIG_PATH="$pc"

@@ -11,13 +11,14 @@ unzip -q "$1" -d "$scratch"
 prefix=$(echo "$scratch"/ravenfit-*)
 cmp "$here/../../LICENSE" "$prefix/share/doc/ravenfit/LICENSE"
 cmake -S "$here/client" -B "$scratch/client" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release \
-  -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/toolchains/windows-i686.cmake" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
+  -DRAVENFIT_EXAMPLES="$prefix/share/doc/ravenfit/examples" -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/toolchains/windows-i686.cmake" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
 cmake --build "$scratch/client" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
 clang++ --target=i686-pc-windows-msvc -I"$prefix/include" -c "$here/client/msvc_client.cpp" -o "$scratch/msvc_client.o"
 i686-w64-mingw32-g++-posix -static "$scratch/msvc_client.o" "$prefix/lib/vetraDataFitting.lib" -o "$scratch/client/msvc_client.exe"
 
 cp "$prefix"/bin/*.dll "$scratch/client"
-for client in c_client_static c_client_shared cpp_client msvc_client; do
+examples=$(cd "$scratch/client" && ls example_*.exe)
+for client in c_client_static c_client_shared cpp_client ${examples//.exe/} msvc_client; do
   if [ -n "$wine" ]; then
     "$wine" "$scratch/client/$client.exe" >"$scratch/output"
     echo "$client: works"
