@@ -23,7 +23,8 @@ if(RAVENFIT_BUILD_DEMO)
 endif()
 
 configure_package_config_file(cmake/ravenfit-config.cmake.in ${PROJECT_BINARY_DIR}/ravenfit-config.cmake
-                              INSTALL_DESTINATION ${RAVENFIT_PACKAGE_DIR})
+                              INSTALL_DESTINATION ${RAVENFIT_PACKAGE_DIR}
+                              PATH_VARS CMAKE_INSTALL_INCLUDEDIR)
 # As the name of the shared library has it, versions of one major number are compatible.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ravenfit-config-version.cmake
                                  COMPATIBILITY SameMajorVersion)

@@ -226,15 +226,16 @@ class spline {
 
   template <class X, class Y>
   static result<spline> try_make(const X& x, const Y& y, const spline_options& options = cubic()) {
-    detail::settle_level();
-    spline made;
-    made.state_ = std::make_unique<state>(options);
-    made.state_->own_x = detail::doubles(x);
-    made.state_->own_y = detail::doubles(y);
-    made.state_->x = made.state_->own_x;
-    made.state_->y = made.state_->own_y;
-    status s = made.state_->make();
-    if (!s.ok()) return s;
+    spline made = with_data(x, y, options);
+    if (status s = made.state_->make(); !s.ok()) return s;
+    return made;
+  }
+  // The same in groups of functions, which may be made side by side: run(n, body) is to call body(i) for all i below n, and
+  // to return a status that is not 0 if one of them did.
+  template <class X, class Y, class Run>
+  static result<spline> try_make_in_groups(const X& x, const Y& y, const spline_options& options, Run run) {
+    spline made = with_data(x, y, options);
+    if (status s = made.state_->make_in_groups(run); !s.ok()) return s;
     return made;
   }
 
@@ -420,6 +421,48 @@ class spline {
       return smooths() ? edit_for_evaluation() : construct();
     }
 
+    template <class Run>
+    status make_in_groups(Run run) {
+      if (status s = check_sizes(); !s.ok()) return s;
+      if (status s = check_breakpoints(); !s.ok()) return s;
+      coeff.resize(row() * ny);
+      lambdas.resize(smooths() ? ny : 0);
+      if (status s = create(); !s.ok()) return s;
+      spline_options bare = set;
+      bare.inner_.clear();
+      bare.unchecked_ = true;
+      // The solver takes right-hand sides by eights, and a single one in another way: so cut, groups give the bits of the
+      // whole.
+      const std::size_t group = 8 * std::max<std::size_t>(512 / nx(), 1);
+      const std::size_t groups = std::max<std::size_t>(ny / group, 1);
+      status s = run(groups, [&](std::size_t i) {
+        return make_group(bare, i * group, i + 1 == groups ? ny - i * group : group);
+      });
+      if (!s.ok()) return s;
+      if (set.kind_ == DF_KIND_SUBBOTIN) place_knots();
+      return edit_for_evaluation();
+    }
+
+    // Some functions, as a spline of their own over the same breakpoints, and their coefficients.
+    status make_group(const spline_options& bare, std::size_t first, std::size_t count) {
+      state part(bare);
+      part.x = x;
+      part.xhint = xhint;
+      part.y = y.part(set.by_breakpoint_ ? 0 : first * nx(), count * nx());
+      if (set.by_breakpoint_) {
+        for (std::size_t i = 0; i < nx(); ++i)
+          part.own_y.insert(part.own_y.end(), y.data() + i * ny + first, y.data() + i * ny + first + count);
+        part.y = part.own_y;
+      }
+      const bool slopes = set.kind_ == DF_KIND_HERMITE && set.inner_.size() == nx() * ny;
+      const double* const inner = set.inner_.data() + (slopes ? first * nx() : 0);
+      part.set.inner_.assign(inner, inner + (slopes ? count * nx() : set.inner_.size()));
+      if (status s = part.make(); !s.ok()) return s;
+      std::copy(part.coeff.begin(), part.coeff.end(), coeff.data() + first * row());
+      std::copy(part.lambdas.begin(), part.lambdas.end(), lambdas.data() + first);
+      return {};
+    }
+
     status check_sizes() {
       if (nx() < 2)
         return refused(DF_ERROR_BREAKPOINT_COUNT,
@@ -546,10 +589,7 @@ class spline {
       const double* ic = nullptr;
       if (set.kind_ == DF_KIND_SUBBOTIN) {
         internal = DF_IC_KNOTS;
-        knots.assign(1, x[0]);
-        for (std::size_t i = 1; i < nx(); ++i)
-          knots.push_back(x[i - 1] + 0.5 * (x[i] - x[i - 1]));
-        knots.push_back(x[nx() - 1]);
+        place_knots();
         ic = knots.data();
       } else if (set.kind_ == DF_KIND_HERMITE || (set.kind_ == DF_KIND_DEFAULT && order == DF_ORDER_CUBIC)) {
         internal = set.kind_ == DF_KIND_HERMITE ? DF_IC_SLOPES : DF_IC_CURVATURES;
@@ -558,6 +598,14 @@ class spline {
       if (status s = edit(set.kind_, type, internal, ic); !s.ok()) return s;
       if (const int code = dfTaskConstruct(task.get(), 0, 0); code != DF_STATUS_OK) return refused(code);
       return set.kind_ == DF_KIND_SUBBOTIN ? edit_for_evaluation() : status{};
+    }
+
+    // Subbotin's pieces join at the midpoints of cells.
+    void place_knots() {
+      knots.assign(1, x[0]);
+      for (std::size_t i = 1; i < nx(); ++i)
+        knots.push_back(x[i - 1] + 0.5 * (x[i] - x[i - 1]));
+      knots.push_back(x[nx() - 1]);
     }
 
     // Slopes of their own for every function: one task each, into its row.
@@ -634,6 +682,18 @@ class spline {
       return made;
     }
   };
+
+  template <class X, class Y>
+  static spline with_data(const X& x, const Y& y, const spline_options& options) {
+    detail::settle_level();
+    spline made;
+    made.state_ = std::make_unique<state>(options);
+    made.state_->own_x = detail::doubles(x);
+    made.state_->own_y = detail::doubles(y);
+    made.state_->x = made.state_->own_x;
+    made.state_->y = made.state_->own_y;
+    return made;
+  }
 
   bool has_state() const { return state_ != nullptr && state_->task != nullptr; }
 

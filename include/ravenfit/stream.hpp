@@ -323,14 +323,25 @@ class points {
   }
   // Whole points: the size must be a multiple of the dimension.
   void fill(view<double> matrix) {
-    fill(matrix, [&](view<double> r) { stream_.fill_uniform(r); });
+    fill_by(matrix, [](stream& g, view<double> r) { g.fill_uniform(r); });
   }
   void fill(view<double> matrix, double a, double b) {
-    fill(matrix, [&](view<double> r) { stream_.fill_uniform(r, a, b); });
+    fill_by(matrix, [=](stream& g, view<double> r) { g.fill_uniform(r, a, b); });
   }
   // Normal variates, coordinate by coordinate.
   void fill_normal(view<double> matrix, double mean = 0.0, double sigma = 1.0) {
-    fill(matrix, [&](view<double> r) { stream_.fill_normal(r, mean, sigma); });
+    fill_by(matrix, [=](stream& g, view<double> r) { g.fill_normal(r, mean, sigma); });
+  }
+  // By call(stream, matrix), which is to draw one value for each coordinate.
+  template <class Fill>
+  void fill_by(view<double> matrix, Fill call) {
+    const auto coordinates = static_cast<std::size_t>(dimension_);
+    if (matrix.size() % coordinates != 0)
+      detail::fail(detail::stream_status(RSG_ERROR_ARGUMENT, std::to_string(matrix.size()) +
+                                                                 " coordinates are no whole points of " +
+                                                                 std::to_string(coordinates)));
+    call(stream_, matrix);
+    done_ += matrix.size() / coordinates;
   }
   // The stream behind, which delivers coordinate by coordinate.
   stream& coordinates() { return stream_; }
@@ -354,18 +365,6 @@ class points {
   stream stream_;
   int dimension_;
   std::uint64_t done_ = 0;  // points
-
- private:
-  template <class Fill>
-  void fill(view<double> matrix, Fill call) {
-    const auto coordinates = static_cast<std::size_t>(dimension_);
-    if (matrix.size() % coordinates != 0)
-      detail::fail(detail::stream_status(RSG_ERROR_ARGUMENT, std::to_string(matrix.size()) +
-                                                                 " coordinates are no whole points of " +
-                                                                 std::to_string(coordinates)));
-    call(matrix);
-    done_ += matrix.size() / coordinates;
-  }
 };
 
 class sobol : public points {

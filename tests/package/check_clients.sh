@@ -19,8 +19,9 @@ for client in "$@"; do
   "$scratch/client/$client" >/dev/null
   echo "$client: works"
 done
-for example in "$scratch"/client/example_*; do
-  "$example" >/dev/null
+for program in "$scratch"/client/{example_*,parallel_client}; do
+  [ -x "$program" ] || continue
+  "$program" >/dev/null
 done
 echo "$(ls "$scratch"/client | grep -c ^example_) examples: work"
 
@@ -34,4 +35,7 @@ cc -std=c99 -Wall -Wextra -pedantic -Werror "$here/client/client.c" -o "$scratch
 # shellcheck disable=SC2046
 cc -std=c99 "$here/client/client.c" -o "$scratch/pc_static" $(pkg-config --cflags ravenfit) "$libdir/libravenfit.a" -lstdc++ -lm -lpthread
 "$scratch/pc_static" >/dev/null
+# shellcheck disable=SC2046
+c++ -std=c++17 "$examples/yield_curve.cpp" -o "$scratch/pc_cpp" $(pkg-config --cflags --libs ravenfit) -Wl,-rpath,"$libdir"
+"$scratch/pc_cpp" >/dev/null
 echo "pkg-config clients: work"
