@@ -1,5 +1,9 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
+#include <boost/random/additive_combine.hpp>
+#include <boost/random/linear_congruential.hpp>
+#include <boost/random/mersenne_twister.hpp>
+#include <boost/random/uniform_real_distribution.hpp>
 #include <cmath>
 #include <cstdint>
 #include <gsl/gsl_qrng.h>
@@ -99,6 +103,14 @@ void runGslPoints(benchmark::State& state, const StreamCase& which, std::size_t 
   gsl_qrng_free(generator);
 }
 
+// Boost's generator of the same family, or the nearest that it has.
+template <class Engine>
+void runBoost(benchmark::State& state, std::size_t n) {
+  Engine generator(1);
+  const boost::random::uniform_real_distribution<double> uniform(a, b);
+  timeFill(state, n, [&](double* values) { std::generate_n(values, n, [&] { return uniform(generator); }); });
+}
+
 // The limit of every row: the same values stored and nothing else.
 void runStore(benchmark::State& state, std::size_t n) {
   timeFill(state, n, [&](double* values) { std::fill_n(values, n, static_cast<double>(n)); });
@@ -121,7 +133,7 @@ void registerStreamRows() {
       {"RDRAND", RSG_BRNG_RDRAND, 0, nullptr, nullptr},
   };
   for (const StreamCase& which : cases) {
-    for (const std::size_t n : {std::size_t{8}, std::size_t{1000}, std::size_t{1000000}}) {
+    for (const std::size_t n : {std::size_t{1}, std::size_t{8}, std::size_t{1000}, std::size_t{1000000}}) {
       const std::string row = std::string(which.name) + ", n " + std::to_string(n);
       const auto add = [&](const char* who, auto run, auto... arguments) {
         benchmark::RegisterBenchmark((row + "|" + who).c_str(), run, arguments..., n);
@@ -130,6 +142,10 @@ void registerStreamRows() {
       if (plainStream(which.brngId, which.seed)) add("plain", runPlain, which);
       if (which.gsl != nullptr) add("gsl", runGsl, which);
       if (which.gslPoints != nullptr) add("gsl", runGslPoints, which);
+      if (which.brngId == RSG_BRNG_MCG31) add("boost", runBoost<boost::random::minstd_rand>);
+      if (which.brngId == RSG_BRNG_MRG32K3A) add("boost", runBoost<boost::random::ecuyer1988>);
+      if (which.brngId == RSG_BRNG_MT19937) add("boost", runBoost<boost::random::mt19937>);
+      if (which.brngId == RSG_BRNG_MT2203) add("boost", runBoost<boost::random::mt11213b>);
       add("std", runStandard);
       add("copy", runStore);
     }

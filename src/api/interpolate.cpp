@@ -11,6 +11,7 @@ using rvn::KernelSlot;
 using rvn::LevelTable;
 using rvn::loadKernel;
 
+KernelSlot<decltype(InterpKernels::valuesOfFew)> valuesOfFewSlot{nullptr};
 KernelSlot<decltype(InterpKernels::interpolate)> interpolateSlot{nullptr};
 KernelSlot<decltype(InterpKernels::searchCells)> searchCellsSlot{nullptr};
 
@@ -48,13 +49,13 @@ std::int32_t checkResults(const DfTask& task, std::int32_t type, std::int32_t nd
   return DF_STATUS_OK;
 }
 
-}  // namespace
-
-extern "C" std::int32_t dfTaskInterpolate(const DfTask* task, std::int32_t type, std::int32_t method,
-                                          std::int32_t nsite, const double* site, std::int32_t sitehint,
-                                          std::int32_t ndorder, const std::int32_t* dorder,
-                                          const double* datahint, double* r, std::int32_t rhint,
-                                          std::int32_t* cell) {
+// Arguments that callers pass on the stack come by reference: they stay where they are, and the entry point needs no
+// registers to keep them.
+[[gnu::noinline]] std::int32_t interpolateAny(const DfTask* task, std::int32_t type, std::int32_t method,
+                                              std::int32_t nsite, const double* site, std::int32_t sitehint,
+                                              const std::int32_t& ndorder, const std::int32_t* const& dorder,
+                                              const double* const& datahint, double* const& r,
+                                              const std::int32_t& rhint, std::int32_t* const& cell) {
   if (task == nullptr) return DF_ERROR_NULL_TASK;
   if (task->prebuilt == 0) {
     if (const std::int32_t status = checkSites(type, method, nsite, site, sitehint); status != DF_STATUS_OK)
@@ -90,4 +91,25 @@ extern "C" std::int32_t dfTaskInterpolate(const DfTask* task, std::int32_t type,
   const auto searchCells =
       loadKernel(searchCellsSlot, [](const LevelTable& table) { return table.interp->searchCells; });
   return searchCells(*task, method, nsite, site, sitehint, datahint, cell, nullptr, nullptr, workShare);
+}
+
+}  // namespace
+
+// A call for values at few sites that has nothing to refuse goes straight to its kernel. Most of what it must not have is
+// zero bits, and is asked for at once; a hint of two bits is none.
+extern "C" std::int32_t dfTaskInterpolate(const DfTask* task, std::int32_t type, std::int32_t method,
+                                          std::int32_t nsite, const double* site, std::int32_t sitehint,
+                                          std::int32_t ndorder, const std::int32_t* dorder,
+                                          const double* datahint, double* r, std::int32_t rhint,
+                                          std::int32_t* cell) {
+  constexpr std::int32_t lists = DF_SITES_GENERAL | DF_SITES_SORTED;
+  constexpr std::int32_t layouts = DF_RESULTS_SITES_INNER | DF_RESULTS_DERIVS_INNER;
+  const std::int32_t others = (type ^ DF_WANT_INTERPOLATE) | (method ^ DF_METHOD_POLYNOMIAL) | ndorder |
+                              (sitehint & ~lists) | (rhint & ~layouts);
+  if (others == 0 && sitehint != lists && rhint != layouts && dorder == nullptr && datahint == nullptr &&
+      site != nullptr && r != nullptr && nsite > 0 && nsite <= rvn::fewSites && task != nullptr &&
+      task->plainOrder != 0) [[likely]]
+    return loadKernel(valuesOfFewSlot, [](const LevelTable& table) { return table.interp->valuesOfFew; })(
+        *task, nsite, site, r);
+  return interpolateAny(task, type, method, nsite, site, sitehint, ndorder, dorder, datahint, r, rhint, cell);
 }

@@ -1,6 +1,7 @@
 #include <cstdint>
 
 #include "dispatch/kernel_slot.h"
+#include "dispatch/spline_kinds.h"
 #include "runtime/memory.h"
 #include "task/df_task.h"
 
@@ -13,6 +14,16 @@ using rvn::loadKernel;
 KernelSlot<decltype(rvn::TaskKernels::create)> createSlot{nullptr};
 KernelSlot<decltype(rvn::TaskKernels::edit)> editSlot{nullptr};
 KernelSlot<rvn::LookupBuilder> lookupSlot{nullptr};
+
+// Whether values come from rows that are all there, by the formula of the order and whatever else a call may say: a
+// polynomial spline over a partition that is searched in the common way.
+bool isPlain(const DfTask& task) {
+  if (task.coeffRows == nullptr || task.ny < 1 || task.xhint == DF_XHINT_QUASI_UNIFORM) return false;
+  for (std::int64_t f = 0; f < task.ny; ++f)
+    if (task.coeffRows[f] == nullptr) return false;
+  const rvn::SplineKind* const kind = rvn::findSplineKind(task.order, task.kind);
+  return kind != nullptr && kind->pieces <= rvn::cubicPieces;
+}
 
 }  // namespace
 
@@ -35,7 +46,9 @@ std::int32_t dfTaskEditSpline(DfTask* task, std::int32_t order, std::int32_t kin
                               const double* bc, std::int32_t icType, const double* ic, double* coeff,
                               std::int32_t coeffHint) {
   const auto edit = loadKernel(editSlot, [](const LevelTable& table) { return table.task->edit; });
-  return edit(task, order, kind, bcType, bc, icType, ic, coeff, coeffHint);
+  const std::int32_t status = edit(task, order, kind, bcType, bc, icType, ic, coeff, coeffHint);
+  if (task != nullptr) task->plainOrder = isPlain(*task) ? static_cast<std::uint8_t>(task->order) : 0;
+  return status;
 }
 
 std::int32_t dfTaskDestroy(DfTask** task) {

@@ -6,7 +6,7 @@
 //
 // The cells inside go through registers in one pass: chords of a vector of cells, then slopes, then
 // coefficients of the cells before it, so that the divisions of one overlap with the rest of the other. The
-// few cells at the ends of a block go through a short run of arrays.
+// few cells at the ends of a block, and short blocks, go through a run of arrays.
 //
 // A kind gives a rule: a record over Values and uniformity, made for one function of a task, its partition p and values
 // y. Formulas are templates over V, a double or a vector of neighbouring breakpoints from i on; dLeft and dRight are the
@@ -40,30 +40,31 @@ constexpr std::int64_t blockCells = 2048;
 constexpr std::int64_t blockFunctions = 4;
 constexpr std::int64_t leastSharedValues = 512;
 
-constexpr std::int64_t runCells = 8;
+// Cells at the ends of a block, and all of a short one, go through arrays of so many at a time.
+constexpr std::int64_t runCells = 64;
 constexpr std::int64_t mostReach = 2;
 
 // So far ahead of a pass its coefficients are fetched.
 constexpr std::int64_t prefetchedCells = 128;
 
-// What one worker keeps of the cells first .. last - 1 and a few neighbours. Arrays are asked by the number
-// of the cell or breakpoint.
+// What is kept of the cells first .. last - 1 of a run and of a few neighbours. Arrays are asked by the number of the
+// cell or breakpoint.
 class CellRun {
  public:
-  static constexpr std::int64_t length = 3 * (runCells + 2 * mostReach);
+  explicit CellRun(std::int64_t first) : base_(first - mostReach) {}
 
-  explicit CellRun(double* block) : r_(block), d_(r_ + length / 3), m_(d_ + length / 3) {}
-
-  void start(std::int64_t first) { base_ = first - mostReach; }
-  double* r(std::int64_t i) const { return r_ + (i - base_); }  // reciprocal steps
-  double* d(std::int64_t i) const { return d_ + (i - base_); }  // divided differences
-  double* m(std::int64_t i) const { return m_ + (i - base_); }  // slopes
+  double* r(std::int64_t i) { return r_ + (i - base_); }  // reciprocal steps
+  double* d(std::int64_t i) { return d_ + (i - base_); }  // divided differences
+  double* w(std::int64_t i) { return w_ + (i - base_); }  // weights
+  double* m(std::int64_t i) { return m_ + (i - base_); }  // slopes
 
  private:
-  double* r_;
-  double* d_;
-  double* m_;
-  std::int64_t base_ = 0;
+  static constexpr std::int64_t length = runCells + 2 * mostReach;
+  double r_[length];
+  double d_[length];
+  double w_[length];
+  double m_[length];
+  std::int64_t base_;
 };
 
 template <class Rule>
@@ -167,7 +168,6 @@ struct LocalSpline {
   const DfTask* task;
   Partition<uniform> p;
   EndPair ends;
-  double* scratch;
 
   using Rule = SlopeRule<Values, uniform>;
   using Pass = SlopePass<Rule>;
@@ -178,7 +178,7 @@ struct LocalSpline {
   }
 
   // The interior cells are those from 1 to n - 3; the first and the last block take an end cell besides.
-  static void blockWorker(std::int64_t block, std::int64_t worker, std::int64_t, void* context) {
+  static void blockWorker(std::int64_t block, std::int64_t, std::int64_t, void* context) {
     const LocalSpline spline = *static_cast<const LocalSpline*>(context);
     const std::int64_t n = spline.p.n;
     const std::int64_t blocks = blocksAlongX(n);
@@ -187,19 +187,18 @@ struct LocalSpline {
     const std::int64_t from = along == 0 ? 0 : 1 + along * blockCells;
     const std::int64_t to = along == blocks - 1 ? n - 1 : 1 + (along + 1) * blockCells;
     const std::int64_t last = smaller(first + blockFunctions, functionCount(*spline.task));
-    const CellRun run(spline.scratch + worker * CellRun::length);
     // The pass reads a vector and a cell before its first cell, and `lag` + 3 vectors behind its last one.
     const std::int64_t passFrom = from > laneCount ? from : laneCount + 1;
     const std::int64_t room = smaller(to, n - 1 - (Pass::lag + 3) * laneCount) - passFrom;
     const std::int64_t passTo = passFrom + (room > 0 ? room - room % laneCount : 0);
     for (std::int64_t f = first; f < last; ++f) {
-      if (passTo <= passFrom) {
-        fillRuns(spline, from, to, f, run);
+      if (to - from <= runCells) {
+        fillRun(spline, from, to, f);
         continue;
       }
-      fillRuns(spline, from, passFrom, f, run);
+      fillRun(spline, from, passFrom, f);
       fillPass(spline, passFrom, passTo, f);
-      fillRuns(spline, passTo, to, f, run);
+      fillRun(spline, passTo, to, f);
     }
   }
 
@@ -258,49 +257,55 @@ struct LocalSpline {
       i = step(i, turn);
   }
 
-  static void fillRuns(const LocalSpline& spline, std::int64_t from, std::int64_t to, std::int64_t f,
-                       CellRun run) {
-    for (std::int64_t i = from; i < to; i += runCells)
-      fillRun(spline, i, smaller(i + runCells, to), f, run);
-  }
-
   [[gnu::noinline]] static void fillRun(const LocalSpline& spline, std::int64_t first, std::int64_t last,
-                                        std::int64_t f, CellRun run) {
+                                        std::int64_t f) {
     const Partition<uniform> p = spline.p;
     const Values y(*spline.task, f);
     double* const c = spline.task->coeffRows[f];
-    const std::int64_t low = larger(first - Pass::reach, 0);
-    const std::int64_t high = smaller(last + Pass::reach, p.n - 1);
-    run.start(first);
-    for (std::int64_t i = low; i < high; ++i) {
-      *run.r(i) = p.template reciprocals<double>(i);
-      *run.d(i) = (y[i + 1] - y[i]) * *run.r(i);
-    }
+    CellRun run(first);
+    forLanesOverlapped(larger(first - Pass::reach, 0), smaller(last + Pass::reach, p.n - 1),
+                       [&]<class V>(std::int64_t i, V) {
+                         const Chords<V> chord = chords<V>(p, y, i);
+                         store(run.r(i), chord.r);
+                         store(run.d(i), chord.d);
+                       });
     spline.fillSlopes(first, last, y, run);
-    for (std::int64_t i = first; i < last; ++i)
-      storeCells(c + 4 * i, hermiteForm(y[i], *run.m(i), *run.m(i + 1), *run.d(i), *run.r(i)));
+    forLanesOverlapped(first, last, [&]<class V>(std::int64_t i, V) {
+      storeCells(c + 4 * i, hermiteForm(y.template lanes<V>(i), load<V>(run.m(i)), load<V>(run.m(i + 1)),
+                                        load<V>(run.d(i)), load<V>(run.r(i))));
+    });
   }
 
-  void fillSlopes(std::int64_t first, std::int64_t last, Values y, CellRun run) const {
+  void fillSlopes(std::int64_t first, std::int64_t last, const Values& y, CellRun& run) const {
     const Rule rule(*task, p, y);
     const std::int64_t n = p.n;
-    for (std::int64_t i = larger(first, 1); i < smaller(last + 1, n - 1); ++i)
-      *run.m(i) = slopeAt(i, rule, run);
+    const std::int64_t from = larger(first, 1);
+    const std::int64_t to = smaller(last + 1, n - 1);
+    if constexpr (Weighs<Rule>) {
+      forLanesOverlapped(larger(from - 1, 1), smaller(to + 1, n - 1), [&]<class V>(std::int64_t j, V) {
+        store(run.w(j), Rule::weight(load<V>(run.d(j - 1)), load<V>(run.d(j))));
+      });
+      if (from == 1) *run.w(0) = rule.outerWeight(Side::left);
+      if (to == n - 1) *run.w(n - 1) = rule.outerWeight(Side::right);
+    }
+    forLanesOverlapped(from, to,
+                       [&]<class V>(std::int64_t i, V) { store(run.m(i), slopesFrom<V>(i, rule, run)); });
     if (first == 0) *run.m(0) = endSlopeOf(Side::left, ends.left, rule, y, *run.m(1));
     if (last == n - 1) *run.m(n - 1) = endSlopeOf(Side::right, ends.right, rule, y, *run.m(n - 2));
   }
 
-  double slopeAt(std::int64_t i, const Rule& rule, CellRun run) const {
-    if constexpr (Weighs<Rule>) {
-      const auto weight = [&](std::int64_t j) {
-        if (j < 1) return rule.outerWeight(Side::left);
-        return j > p.n - 2 ? rule.outerWeight(Side::right) : Rule::weight(*run.d(j - 1), *run.d(j));
-      };
-      return weightedMean(*run.d(i - 1), *run.d(i), weight(i - 1), weight(i + 1));
-    } else if constexpr (GivesSlopes<Rule>) {
-      return rule.template slope<double>(i);
+  template <class V>
+  static V slopesFrom(std::int64_t i, const Rule& rule, CellRun& run) {
+    if constexpr (GivesSlopes<Rule>) {
+      return rule.template slope<V>(i);
     } else {
-      return chordSlope(rule, i, *run.d(i - 1), *run.d(i));
+      const V before = load<V>(run.d(i - 1));
+      const V after = load<V>(run.d(i));
+      if constexpr (Weighs<Rule>) {
+        return weightedMean(before, after, load<V>(run.w(i - 1)), load<V>(run.w(i + 1)));
+      } else {
+        return chordSlope(rule, i, before, after);
+      }
     }
   }
 
@@ -335,12 +340,9 @@ std::int32_t constructLocalMember(const DfTask& task, EndPair ends, const Constr
     return DF_ERROR_PERIODIC_VALUES;
   const std::int64_t blocks =
       Spline::blocksAlongX(task.nx) * ((functions + blockFunctions - 1) / blockFunctions);
-  const std::int64_t workers = smaller(services.workShare.threadCount(), blocks);
-  Scratch scratch;
-  auto* block = scratch.allocate<double>(workers * CellRun::length);
-  if (block == nullptr) return DF_ERROR_MEMORY;
-  Spline spline = {&task, Partition<uniform>(task), ends, block};
+  Spline spline = {&task, Partition<uniform>(task), ends};
   const bool shared = level.sharesWork && task.nx * functions >= leastSharedValues;
+  const std::int64_t workers = shared ? smaller(services.workShare.threadCount(), blocks) : 1;
   runBlocks(blocks, shared, workers, &spline, Spline::blockWorker, services.workShare);
   return DF_STATUS_OK;
 }

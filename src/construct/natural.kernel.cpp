@@ -99,6 +99,14 @@ std::int64_t workerCount(const DfTask& task, const WorkShareTable& workShare) {
   return workers > 1 && task.nx >= 300 && (task.nx >= 600 || workers >= 8) ? workers : 1;
 }
 
+// One function whose ends are apart; `work` holds 2 n doubles.
+template <class Values, bool uniform>
+[[gnu::noinline]] std::int32_t constructAlone(const DfTask& task, const Partition<uniform>& p, EndPair ends,
+                                              double* work) {
+  const NaturalSource<Values, uniform> source(task, p, ends);
+  return TwoEndedSpline(source, work).construct(false) ? DF_STATUS_OK : DF_ERROR_SOLVER;
+}
+
 template <class Values, bool uniform>
 std::int32_t constructNatural(const DfTask& task, EndPair ends, const ConstructServices& services) {
   const std::int64_t n = task.nx;
@@ -106,21 +114,22 @@ std::int32_t constructNatural(const DfTask& task, EndPair ends, const ConstructS
   const std::int64_t workers = workerCount(task, services.workShare);
   const bool periodic = ends.left == EndKind::periodic;
   const bool alone = functions == 1 && !periodic;
+  const Partition<uniform> p(task);
+  if (alone && n <= rowsPerRun) {
+    double work[2 * rowsPerRun];
+    return constructAlone<Values>(task, p, ends, work);
+  }
   Scratch scratch;
   Scratch statusScratch;
   auto* block = scratch.allocate<double>(alone ? 2 * n : NaturalScratch::length(n));
   if (block == nullptr) return DF_ERROR_MEMORY;
+  if (alone) return constructAlone<Values>(task, p, ends, block);
   std::int32_t* statuses = nullptr;
   if (workers > 1) {
     statuses = statusScratch.allocate<std::int32_t>(functions);
     if (statuses == nullptr) return DF_ERROR_MEMORY;
   }
 
-  const Partition<uniform> p(task);
-  if (alone) {
-    const NaturalSource<Values, uniform> source(task, p, ends);
-    return TwoEndedSpline(source, block).construct(false) ? DF_STATUS_OK : DF_ERROR_SOLVER;
-  }
   const NaturalScratch s(block, n);
   const TridiagonalKernels& solver = services.solver();
   fillMatrix(p, ends, s);

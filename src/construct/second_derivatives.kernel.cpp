@@ -2,7 +2,6 @@
 
 #include "construct/coefficients.h"
 #include "construct/partition.h"
-#include "construct/scratch.h"
 #include "construct/values.h"
 #include "task/spline_kind.h"
 #include "vector/level.h"
@@ -24,20 +23,16 @@ constexpr double sixth = 1.0 / 6.0;
 
 // What the functions share of one run of cells.
 struct SharedRun {
-  double* r;   // reciprocal steps
-  double* c1;  // the part of c_1 that is taken from d_i
-  double* c3;
-
-  explicit SharedRun(double* block) : r(block), c1(r + runCells), c3(c1 + runCells) {}
-
-  static constexpr std::int64_t length = 3 * runCells;
+  double r[runCells];   // reciprocal steps
+  double c1[runCells];  // the part of c_1 that is taken from d_i
+  double c3[runCells];
 };
 
 // Interior cells first .. last - 1.
 template <bool uniform>
 void fillShared(Partition<uniform> p, const double* ic, std::int64_t first, std::int64_t last,
-                SharedRun run) {
-  forLanes(first, last, [=]<class V>(std::int64_t i, V) {
+                SharedRun& run) {
+  forLanes(first, last, [&]<class V>(std::int64_t i, V) {
     const V r = p.template reciprocals<V>(i);
     const V bend = load<V>(ic + i - 1);
     const V bendNext = load<V>(ic + i);
@@ -49,8 +44,8 @@ void fillShared(Partition<uniform> p, const double* ic, std::int64_t first, std:
 
 template <class Values>
 [[gnu::noinline]] void fillInterior(Values y, const double* ic, std::int64_t first, std::int64_t last,
-                                    SharedRun run, double* c) {
-  forLanes(first, last, [=]<class V>(std::int64_t i, V) {
+                                    const SharedRun& run, double* c) {
+  forLanes(first, last, [=, &run]<class V>(std::int64_t i, V) {
     const V left = y.template lanes<V>(i);
     const V d = (y.template lanes<V>(i + 1) - left) * load<V>(run.r + (i - first));
     storeCells(c + 4 * i, Cubic<V>{left, d - load<V>(run.c1 + (i - first)), 0.5 * load<V>(ic + i - 1),
@@ -120,11 +115,8 @@ template <class Values, bool uniform>
 std::int32_t constructFromSecondDerivatives(const DfTask& task, EndPair ends, const ConstructServices&) {
   const std::int64_t n = task.nx;
   const std::int64_t functions = functionCount(task);
-  Scratch scratch;
-  auto* block = scratch.allocate<double>(SharedRun::length);
-  if (block == nullptr) return DF_ERROR_MEMORY;
   const Partition<uniform> p(task);
-  const SharedRun run(block);
+  SharedRun run;
 
   // Functions before one with ends that differ are complete, those behind it stay untouched.
   const std::int64_t closed =

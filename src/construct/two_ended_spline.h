@@ -89,46 +89,65 @@ class TwoEndedSpline {
     taken.rhs = back * *t;
   }
 
+  // Rows i .. i + count - 1 from the top and k .. k - count + 1 from the bottom, side by side; the runs begin with the rows
+  // `first` of above and `last` of below, and hold those that the next step sees.
+  void eliminateRun(const RowRun& above, std::int64_t first, const RowRun& below, std::int64_t last,
+                    std::int64_t i, std::int64_t k, std::int64_t count, std::int64_t ahead, Taken& top,
+                    Taken& bottom) {
+    for (std::int64_t j = 0; j < count; ++j) {
+      if (j % lineOfDoubles == 0 && ahead >= 0) {
+        prefetchRow(i + j + ahead);
+        prefetchRow(k - j - ahead);
+      }
+      const std::int64_t a = i + j - first;
+      step(top, above.diagonal[a], above.rhs[a], above.upper[a], above.lower[a + 1], g_ + i + j, t_ + i + j);
+      const std::int64_t b = k - j - last;
+      step(bottom, below.diagonal[b], below.rhs[b], below.lower[b], below.upper[b - 1], g_ + k - j,
+           t_ + k - j);
+    }
+  }
+
   bool eliminate() {
     const std::int64_t n = source_.n;
     const std::int64_t c = n / 2;
     Taken top;
     Taken bottom;
     RowRun above;
-    RowRun below;
     std::int64_t i = 0;
     std::int64_t k = n - 1;
     // Every row that is read was asked for just before, which the analyzer does not see through the runs.
     // NOLINTBEGIN(clang-analyzer-core.CallAndMessage,clang-analyzer-core.UndefinedBinaryOperatorResult)
+    const bool atOnce = n <= rowsPerRun;
+    source_.fillRows(0, atOnce ? n : 2, above);
     if (n % 2 == 0) {
-      source_.fillRows(0, 2, above);
       step(top, above.diagonal[0], above.rhs[0], above.upper[0], above.lower[1], g_, t_);
       i = 1;
     }
+    if (atOnce) {
+      eliminateRun(above, 0, above, 0, i, k, c - i, -1, top, bottom);
+      return finish(above, c, top, bottom);
+    }
+    RowRun below;
     while (i < c) {
       const std::int64_t count = c - i < rowsPerRun ? c - i : rowsPerRun;
       source_.fillRows(i, count + 1, above);
       source_.fillRows(k - count, count + 1, below);
       // The chain leaves time to fetch the data of the next run, if there is a whole one.
       const std::int64_t ahead = i + 2 * rowsPerRun <= c ? rowsPerRun : 0;
-      for (std::int64_t j = 0; j < count; ++j) {
-        if (j % lineOfDoubles == 0) {
-          prefetchRow(i + j + ahead);
-          prefetchRow(k - j - ahead);
-        }
-        step(top, above.diagonal[j], above.rhs[j], above.upper[j], above.lower[j + 1], g_ + i + j,
-             t_ + i + j);
-        const std::int64_t b = count - j;
-        step(bottom, below.diagonal[b], below.rhs[b], below.lower[b], below.upper[b - 1], g_ + k - j,
-             t_ + k - j);
-      }
+      eliminateRun(above, i, below, k - count, i, k, count, ahead, top, bottom);
       i += count;
       k -= count;
     }
     source_.fillRows(c, 1, above);
-    const double p = above.diagonal[0] - top.pivot - bottom.pivot;
-    t_[c] = (above.rhs[0] - top.rhs - bottom.rhs) / p;
+    return finish(above, 0, top, bottom);
     // NOLINTEND(clang-analyzer-core.CallAndMessage,clang-analyzer-core.UndefinedBinaryOperatorResult)
+  }
+
+  // Row c, which stands at place `at` of the run.
+  bool finish(const RowRun& run, std::int64_t at, const Taken& top, const Taken& bottom) {
+    const std::int64_t c = source_.n / 2;
+    const double p = run.diagonal[at] - top.pivot - bottom.pivot;
+    t_[c] = (run.rhs[at] - top.rhs - bottom.rhs) / p;
     return !top.failed && !bottom.failed && !unusable(p);
   }
 
@@ -149,8 +168,10 @@ class TwoEndedSpline {
       const std::int64_t aheadTop = i >= 2 * rowsPerRun ? rowsPerRun : 0;
       const std::int64_t aheadBottom = n - 1 - k >= 2 * rowsPerRun ? rowsPerRun : 0;
       for (; j + 1 <= both; j += 2) {
-        prefetchCells(i - j - aheadTop - 1, j);
-        prefetchCells(k + j + aheadBottom - 1, j);
+        if (n > rowsPerRun) {
+          prefetchCells(i - j - aheadTop - 1, j);
+          prefetchCells(k + j + aheadBottom - 1, j);
+        }
         twoRows(up, g_ + i - j, g_ + i - j - 1, t_ + i - j, t_ + i - j - 1);
         twoRows(down, g_ + k + j, g_ + k + j + 1, t_ + k + j, t_ + k + j + 1);
       }
@@ -158,6 +179,10 @@ class TwoEndedSpline {
         t_[i - a] -= g_[i - a] * t_[i - a + 1];
       for (std::int64_t a = j; a <= bottom; ++a)
         t_[k + a] -= g_[k + a] * t_[k + a - 1];
+      if (top + bottom == n - 1) {
+        source_.fillCells(t_, 0, n - 1);
+        return;
+      }
       source_.fillCells(t_, i - top, i);
       source_.fillCells(t_, k, k + bottom);
       i -= top;

@@ -232,6 +232,6 @@ std::int32_t searchCells(const DfTask& task, std::int64_t /*method*/, std::int64
 }  // namespace
 
 extern const InterpKernels interpKernels;
-const InterpKernels interpKernels = {interpolate, searchCells, &lookupBuilder};
+const InterpKernels interpKernels = {valuesOfFew, interpolate, searchCells, &lookupBuilder};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

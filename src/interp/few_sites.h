@@ -1,7 +1,8 @@
 #pragma once
 
 // Calls of few sites on a polynomial spline, which most programs make one value at a time: searched and evaluated without
-// plan or block. Cells and results are those of the blocks, bit for bit.
+// plan or block. Values of a task that is known as plain come first and go in registers; derivatives and cells follow.
+// Cells and results are those of the blocks, bit for bit.
 
 #include <cstdint>
 
@@ -12,8 +13,6 @@
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
-
-constexpr std::int64_t fewSites = 6;
 
 // Whether a call goes this way: without hints to follow, faults to tell or orders without formulas.
 inline bool isOfFewSites(const DfTask& task, const InterpolateCall& call) {
@@ -31,48 +30,105 @@ inline bool isOfFewSites(const DfTask& task, const InterpolateCall& call) {
 
 // The cell of a site, by the bracket of its coarse cell. Windows lie inside the partition whatever the comparisons say.
 inline std::int64_t cellAmongBreakpoints(const DfTask& task, double s) {
-  const double v = (s - task.x[0]) * task.lookupInvWidth;
-  const double positive = v > 0.0 ? v : 0.0;
-  const auto last = static_cast<double>(task.lookupCells - 1);
-  const LookupCell bracket = task.lookup[static_cast<std::int64_t>(positive < last ? positive : last)];
-  const double* first = task.x + bracket.lo;
+  const double* const x = task.x;
+  const double v = (s - x[0]) * task.lookupInvWidth;
+  const double positive = greaterOf(v, 0.0);
+  const auto last = static_cast<double>(static_cast<std::int32_t>(task.lookupCells) - 1);
+  const LookupCell bracket = task.lookup[static_cast<std::int32_t>(positive < last ? positive : last)];
+  const double* first = x + bracket.lo;
   std::int64_t n = std::int64_t{bracket.hi} - bracket.lo + 1;
-  while (n > 1) {
+  while (n > countedAtOnce) {
     const std::int64_t half = n / 2;
     first = first[half] <= s ? first + half : first;
     n -= half;
   }
-  return first - task.x + (*first <= s ? 1 : 0);
+  if constexpr (countedAtOnce > 1) {
+    const std::int64_t nx = task.nx;
+    if (nx >= countedAtOnce) {
+      const double* const lastFirst = x + (nx - countedAtOnce);
+      first = first < lastFirst ? first : lastFirst;
+      return first - x + countLessEqual(first, s);
+    }
+    while (n > 1) {
+      const std::int64_t half = n / 2;
+      first = first[half] <= s ? first + half : first;
+      n -= half;
+    }
+  }
+  return first - x + (*first <= s ? 1 : 0);
 }
 
-struct FewPieces {
-  std::int64_t piece[fewSites];
-  double t[fewSites];
+// Where a site falls: its piece, and its distance to the piece's left point.
+struct Place {
+  std::int64_t piece;
+  double t;
 };
 
-// Values alone, whose layouts are all one.
-template <int order>
-inline void valuesOfFew(const DfTask& task, const InterpolateCall& call, const FewPieces& at) {
-  const std::int64_t functions = functionsOf(task);
-  double* r = call.r;
-  for (std::int64_t f = 0; f < functions; ++f) {
-    const double* const row = task.coeffRows[f];
-    for (std::int64_t i = 0; i < call.nsite; ++i)
-      *r++ = formula<order, 0>(row + at.piece[i] * order, at.t[i]);
-  }
+inline std::int64_t pieceOf(std::int64_t cell, std::int64_t nx) {
+  return larger(smaller(cell, nx - 1) - 1, 0);
 }
 
 template <int order>
-[[gnu::noinline]] void derivativesOfFew(const DfTask& task, const InterpolateCall& call, const Wanted& wanted,
-                                        const FewPieces& at) {
+inline double valueAt(const double* row, Place at) {
+  return formula<order, 0>(row + at.piece * order, at.t);
+}
+
+inline double valueAt(std::int32_t order, const double* row, Place at) {
+  if (order == DF_ORDER_CUBIC) return valueAt<DF_ORDER_CUBIC>(row, at);
+  return order == DF_ORDER_LINEAR ? valueAt<DF_ORDER_LINEAR>(row, at) : valueAt<DF_ORDER_QUADRATIC>(row, at);
+}
+
+inline Place placeAmongBreakpoints(const DfTask& task, double s) {
+  const std::int64_t piece = pieceOf(cellAmongBreakpoints(task, s), task.nx);
+  return {piece, s - task.x[piece]};
+}
+
+inline Place placeOnUniform(const DfTask& task, double s) {
+  const double spacing = searchParam(task, cellSearchUniform, nullptr);
+  const std::int64_t cell = estimate(s, task.x[0], spacing, static_cast<double>(task.nx - 1));
+  const std::int64_t piece = pieceOf(cell, task.nx);
+  return {piece, s - (static_cast<double>(piece) * uniformStep(task) + task.x[0])};
+}
+
+inline Place placeOf(const DfTask& task, double s) {
+  return isUniform(task) ? placeOnUniform(task, s) : placeAmongBreakpoints(task, s);
+}
+
+// Values of all functions at several sites, which are all read before a result is written.
+[[gnu::noinline]] std::int32_t valuesOfSeveral(const DfTask& task, std::int64_t nsite, const double* site,
+                                               double* r) {
+  Place at[fewSites];
+  for (std::int64_t i = 0; i < nsite; ++i)
+    at[i] = placeOf(task, site[i]);
+  for (std::int64_t f = 0; f < task.ny; ++f)
+    for (std::int64_t i = 0; i < nsite; ++i)
+      *r++ = valueAt(task.plainOrder, task.coeffRows[f], at[i]);
+  return DF_STATUS_OK;
+}
+
+// Values of all functions at 1 to fewSites sites of a task with a plainOrder. Always DF_STATUS_OK, so that the entry point
+// can leave by it.
+std::int32_t valuesOfFew(const DfTask& task, std::int64_t nsite, const double* site, double* r) {
+  if (nsite > 1) return valuesOfSeveral(task, nsite, site, r);
+  const Place at = placeOf(task, *site);
+  std::int64_t f = 0;
+  do {
+    r[f] = valueAt(task.plainOrder, task.coeffRows[f], at);
+  } while (++f < task.ny);
+  return DF_STATUS_OK;
+}
+
+template <int order>
+[[gnu::noinline]] void resultsOfFew(const DfTask& task, const InterpolateCall& call, const Wanted& wanted,
+                                    const Place* places) {
   const bool sitesInner = isSitesInner(call.rhint);
   const std::int64_t siteStride = sitesInner ? 1 : wanted.nres;
   const std::int64_t resultStride = sitesInner ? call.nsite : 1;
   const std::int64_t functions = functionsOf(task);
   for (std::int64_t f = 0; f < functions; ++f)
     for (std::int64_t i = 0; i < call.nsite; ++i) {
-      const double* const c = task.coeffRows[f] + at.piece[i] * order;
-      const double t = at.t[i];
+      const double* const c = task.coeffRows[f] + places[i].piece * order;
+      const double t = places[i].t;
       double* const first = call.r + f * wanted.nres * call.nsite + i * siteStride;
       double* r = first;
       const auto put = [&](unsigned derivative, double value) {
@@ -89,24 +145,11 @@ template <int order>
     }
 }
 
-template <int order>
-inline void evaluateFew(const DfTask& task, const InterpolateCall& call, bool valuesAlone,
-                        const Wanted& wanted, const FewPieces& at) {
-  if (valuesAlone) return valuesOfFew<order>(task, call, at);
-  derivativesOfFew<order>(task, call, wanted, at);
-}
-
 // False, with nothing done, if more results are wanted of a site than a derivative each. All sites are read before a
 // result is written, which may replace them.
 [[gnu::noinline]] bool interpolateFew(const DfTask& task, const InterpolateCall& call) {
-  // What most calls ask for, in its two forms.
-  const bool valuesAlone =
-      call.ndorder == 0 || (call.ndorder == 1 && *static_cast<const std::int32_t*>(call.dorder) == 1);
-  Wanted wanted;
-  if (!valuesAlone) {
-    wanted = readWanted(task, call);
-    if (wanted.nres > DF_ORDER_CUBIC) return false;
-  }
+  const Wanted wanted = readWanted(task, call);
+  if (wanted.nres > DF_ORDER_CUBIC) return false;
   const std::int64_t nx = task.nx;
   const double x0 = task.x[0];
   const bool uniform = isUniform(task);
@@ -116,7 +159,7 @@ inline void evaluateFew(const DfTask& task, const InterpolateCall& call, bool va
   const double siteStep = uniformSites && call.nsite > 1
                               ? (call.site[1] - call.site[0]) / static_cast<double>(call.nsite - 1)
                               : 0.0;
-  FewPieces at;
+  Place places[fewSites];
   for (std::int64_t i = 0; i < call.nsite; ++i) {
     const double s = uniformSites ? static_cast<double>(i) * siteStep + call.site[0] : call.site[i];
     std::int64_t cell = 0;
@@ -126,19 +169,18 @@ inline void evaluateFew(const DfTask& task, const InterpolateCall& call, bool va
       cell = uniform ? estimate(s, x0, spacing, static_cast<double>(nx - 1)) : cellAmongBreakpoints(task, s);
       if ((call.type & DF_WANT_CELLS) != 0) call.cell[i] = static_cast<std::int32_t>(cell);
     }
-    const std::int64_t piece = cell - (cell > 0 ? 1 : 0) - (cell == nx ? 1 : 0);
-    at.piece[i] = piece;
-    at.t[i] = s - (uniform ? static_cast<double>(piece) * h + x0 : task.x[piece]);
+    const std::int64_t piece = pieceOf(cell, nx);
+    places[i] = {piece, s - (uniform ? static_cast<double>(piece) * h + x0 : task.x[piece])};
   }
   switch (call.kind->pieces) {
     case linearPieces:
-      evaluateFew<2>(task, call, valuesAlone, wanted, at);
+      resultsOfFew<2>(task, call, wanted, places);
       break;
     case quadraticPieces:
-      evaluateFew<3>(task, call, valuesAlone, wanted, at);
+      resultsOfFew<3>(task, call, wanted, places);
       break;
     default:
-      evaluateFew<4>(task, call, valuesAlone, wanted, at);
+      resultsOfFew<4>(task, call, wanted, places);
       break;
   }
   return true;

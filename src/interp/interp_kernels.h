@@ -32,10 +32,23 @@ struct InterpolateCall {
   const SplineKind* kind;  // null: nobody serves the task's order and kind
 };
 
+static inline bool isSitesInner(std::int64_t rhint) {
+  return rhint == DF_RESULTS_SITES_INNER || rhint == DF_RESULTS_DEFAULT;
+}
+
+static inline bool isResultLayout(std::int64_t rhint) {
+  constexpr std::int64_t derivsInnerToo = 128;
+  return isSitesInner(rhint) || rhint == DF_RESULTS_DERIVS_INNER || rhint == derivsInnerToo;
+}
+
 // Fills the look-up table of a task over ascending breakpoints; whatever the numbers are, it stays inside.
 using LookupBuilder = void (*)(DfTask& task);
 
+// Calls of at most so many sites may pass by plan and blocks.
+constexpr std::int64_t fewSites = 6;
+
 struct InterpKernels {
+  std::int32_t (*valuesOfFew)(const DfTask& task, std::int64_t nsite, const double* site, double* r);
   std::int32_t (*interpolate)(const DfTask& task, const InterpolateCall& call,
                               const WorkShareTable& workShare);
   std::int32_t (*searchCells)(const DfTask& task, std::int64_t method, std::int64_t nsite, const double* site,

@@ -89,15 +89,6 @@ inline std::int32_t checkRows(const DfTask& task, Pieces pieces, std::int64_t nf
   return DF_STATUS_OK;
 }
 
-inline bool isSitesInner(std::int64_t rhint) {
-  return rhint == DF_RESULTS_SITES_INNER || rhint == DF_RESULTS_DEFAULT;
-}
-
-inline bool isResultLayout(std::int64_t rhint) {
-  constexpr std::int64_t derivsInnerToo = 128;
-  return isSitesInner(rhint) || rhint == DF_RESULTS_DERIVS_INNER || rhint == derivsInnerToo;
-}
-
 inline Evaluator evaluatorOf(Pieces pieces, std::int64_t order) {
   switch (pieces) {
     case anyOrderPieces:

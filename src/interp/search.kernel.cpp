@@ -13,9 +13,8 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-constexpr std::int64_t scannedBreakpoints = 16;  // partitions up to this size are counted through
-constexpr std::int64_t longBracket = 64;         // breakpoints; longer brackets are entered by a secant step
-static_assert(countedAtOnce <= scannedBreakpoints);
+constexpr std::int64_t longBracket = 64;  // breakpoints; longer brackets are entered by a secant step
+static_assert(countedAtOnce <= countedThrough);
 
 // Narrows `G` windows of n breakpoints in step and counts what remains: cell[i] holds the first breakpoint of
 // site i's window and receives the cell. Every window lies inside the partition and stays there whatever the
@@ -128,7 +127,7 @@ void locateInLongBrackets(const CellSearchArgs& args, std::int64_t nsite, const 
   }
   for (std::int64_t i = 0; i < nsite; ++i)
     __builtin_prefetch(args.x + first[i]);
-  constexpr std::int64_t window = scannedBreakpoints;
+  constexpr std::int64_t window = countedThrough;
   constexpr std::int64_t before = window / 2 - 1;
   const auto lastGuess = static_cast<double>(nx - window);
   for (std::int64_t i = 0; i < nsite; ++i) {
@@ -163,7 +162,7 @@ void locateInLongBrackets(const CellSearchArgs& args, std::int64_t nsite, const 
 // Cells of up to sitesAtOnce sites in any order.
 void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
   const std::int64_t nx = args.nx;
-  if (nx <= scannedBreakpoints) return scanAll(args, nsite, site, cell);
+  if (nx <= countedThrough) return scanAll(args, nsite, site, cell);
   if constexpr (!level.usesLookup) {
     for (std::int64_t i = 0; i < nsite; ++i)
       cell[i] = 0;
@@ -214,7 +213,7 @@ inline std::int32_t correct(const double* x, std::int64_t nx, double s, std::int
   const bool left = (c > 0) & (x[larger(c, 1) - 1] > s);
   if (right & left) return static_cast<std::int32_t>(c);  // no ascending breakpoints
   c += std::int64_t{right} - std::int64_t{left};
-  std::int64_t steps = scannedBreakpoints;
+  std::int64_t steps = countedThrough;
   if (right)
     while (c < nx && s >= x[c] && steps-- > 0)
       ++c;
@@ -292,7 +291,7 @@ std::int32_t searchSorted(const CellSearchArgs& args) {
 // Sites that crowd about one cell are narrowed in a window about it; a run with a site outside is located
 // anew.
 std::int32_t searchLikely(const CellSearchArgs& args) {
-  if (!level.usesLikelyCell || args.nx <= scannedBreakpoints) return searchDefault(args);
+  if (!level.usesLikelyCell || args.nx <= countedThrough) return searchDefault(args);
   constexpr std::int64_t window = 16;
   static_assert(window >= countedAtOnce);
   const double* x = args.x;

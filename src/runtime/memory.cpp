@@ -29,18 +29,20 @@ std::size_t effectiveAlignment(std::int32_t alignment) {
   return alignment >= 64 && (wanted & (wanted - 1)) == 0 ? wanted : least;
 }
 
-bool cacheDisabled() {
-  if (mmState.disabledRead.load(std::memory_order_acquire) == -1) {
-    mmLockAcquire();
-    if (mmState.disabledRead.load(std::memory_order_relaxed) == -1) {
-      char value[17];
-      const bool disabled = readEnvironment("RVN_DISABLE_FAST_MM", value, sizeof value) != 0 ||
-                            readEnvironment("RVN_MM_DISABLE", value, sizeof value) != 0;
-      mmState.disabled.store(disabled ? 1 : 0, std::memory_order_relaxed);
-      mmState.disabledRead.store(1, std::memory_order_release);
-    }
-    mmLockRelease();
+[[gnu::cold, gnu::noinline]] void readEnvironmentOnce() {
+  mmLockAcquire();
+  if (mmState.disabledRead.load(std::memory_order_relaxed) == -1) {
+    char value[17];
+    const bool disabled = readEnvironment("RVN_DISABLE_FAST_MM", value, sizeof value) != 0 ||
+                          readEnvironment("RVN_MM_DISABLE", value, sizeof value) != 0;
+    mmState.disabled.store(disabled ? 1 : 0, std::memory_order_relaxed);
+    mmState.disabledRead.store(1, std::memory_order_release);
   }
+  mmLockRelease();
+}
+
+inline bool cacheDisabled() {
+  if (mmState.disabledRead.load(std::memory_order_acquire) == -1) readEnvironmentOnce();
   return mmState.disabled.load(std::memory_order_relaxed) == 1;
 }
 
@@ -73,22 +75,22 @@ std::int32_t addRecord(std::uint64_t thread) {
   return added;
 }
 
-// The calling thread's record; null if it has none and `make` is false, or none can be made.
-MmThreadRecord* threadRecord(bool make) {
+bool owns(std::int32_t index, std::uint64_t thread) {
+  return mmState.threadIds[index].load(std::memory_order_relaxed) == thread;
+}
+
+// For a thread that does not know its record yet, or knows another one's.
+[[gnu::cold, gnu::noinline]] MmThreadRecord* findRecord(bool make) {
   const std::int32_t slot = threadLocalIndex();
   if (slot == -1) return nullptr;
   const std::uint64_t thread = threadIdentity();
-  const auto owned = [&](std::int32_t i) {
-    return mmState.threadIds[i].load(std::memory_order_relaxed) == thread;
-  };
-  auto index = static_cast<std::int32_t>(threadLocalGet(slot));
-  if (index != 0 && !owned(index)) {
+  std::int32_t index = 0;
+  if (threadLocalGet(slot) != 0) {
     threadLocalSet(slot, 0);
-    index = 0;
-  } else if (index == 0) {
+  } else {
     // An earlier thread with the same identity has ended; its record serves on.
     index = mmState.threadCount.load(std::memory_order_relaxed);
-    while (index > 0 && !owned(index))
+    while (index > 0 && !owns(index, thread))
       --index;
     if (index > 0) threadLocalSet(slot, static_cast<std::uintptr_t>(index));
   }
@@ -97,6 +99,17 @@ MmThreadRecord* threadRecord(bool make) {
     if (index > 0) threadLocalSet(slot, static_cast<std::uintptr_t>(index));
   }
   return index == 0 ? nullptr : mmState.threadRecords[index].load(std::memory_order_relaxed);
+}
+
+// The calling thread's record; null if it has none and `make` is false, or none can be made.
+inline MmThreadRecord* threadRecord(bool make) {
+  const std::int32_t slot = mmState.tlsIndex.load(std::memory_order_relaxed);
+  if (slot != -1) {
+    const auto index = static_cast<std::int32_t>(threadLocalGet(slot));
+    if (index != 0 && owns(index, threadIdentity()))
+      return mmState.threadRecords[index].load(std::memory_order_relaxed);
+  }
+  return findRecord(make);
 }
 
 void* alignedIn(void* raw, std::size_t alignment) {

@@ -11,7 +11,8 @@ namespace rvn {
 
 // platform_*.cpp
 
-// An index of per-thread words, which start at 0 in every thread; -1 when the system has none left.
+// An index of per-thread words, which start at 0 in every thread; -1 when the system has none left. One index is all that
+// may be in use.
 std::int32_t threadLocalAllocate();
 void threadLocalRelease(std::int32_t index);
 std::uintptr_t threadLocalGet(std::int32_t index);

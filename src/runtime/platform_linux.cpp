@@ -6,24 +6,27 @@
 
 namespace rvn {
 
-static_assert(sizeof(pthread_key_t) == sizeof(std::int32_t));
 static_assert(sizeof(pthread_t) <= sizeof(std::uint64_t));
 
+namespace {
+
+// The library asks for one word a thread. In the static block of the threads it costs a load, where a key costs calls.
+[[gnu::tls_model("initial-exec")]] thread_local std::uintptr_t word = 0;
+
+}  // namespace
+
 std::int32_t threadLocalAllocate() {
-  pthread_key_t key = 0;
-  return pthread_key_create(&key, nullptr) == 0 ? static_cast<std::int32_t>(key) : -1;
+  return 0;
 }
 
-void threadLocalRelease(std::int32_t index) {
-  pthread_key_delete(static_cast<pthread_key_t>(index));
+void threadLocalRelease(std::int32_t /*index*/) {}
+
+std::uintptr_t threadLocalGet(std::int32_t /*index*/) {
+  return word;
 }
 
-std::uintptr_t threadLocalGet(std::int32_t index) {
-  return reinterpret_cast<std::uintptr_t>(pthread_getspecific(static_cast<pthread_key_t>(index)));
-}
-
-void threadLocalSet(std::int32_t index, std::uintptr_t value) {
-  pthread_setspecific(static_cast<pthread_key_t>(index), reinterpret_cast<void*>(value));
+void threadLocalSet(std::int32_t /*index*/, std::uintptr_t value) {
+  word = value;
 }
 
 std::uint64_t threadIdentity() {

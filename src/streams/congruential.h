@@ -131,6 +131,13 @@ struct Congruential {
     }
   }
 
+  template <class Out>
+  static void fillOne(RsgStream* header, const Out& out) {
+    auto& stream = *reinterpret_cast<Stream*>(header);
+    out.one(0, Rule::canonical(std::uint64_t{stream.x}));
+    stream.x = static_cast<Word>(Rule::canonical(Rule::multiply(std::uint64_t{stream.x}, stream.mult)));
+  }
+
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     stream.x = Rule::firstState(count, seeds);
     stream.mult = Rule::multiplier;

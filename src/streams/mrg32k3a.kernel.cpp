@@ -163,6 +163,11 @@ struct Mrg32k3a {
     stream = rest;
   }
 
+  template <class Out>
+  static void fillOne(RsgStream* header, const Out& out) {
+    out.one(0, nextOutput(*reinterpret_cast<Stream*>(header)));
+  }
+
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     seedComponent(stream.x, mrg32k3aX.m, count, seeds);
     seedComponent(stream.y, mrg32k3aY.m, count - 3, count > 3 ? seeds + 3 : seeds);

@@ -42,6 +42,12 @@ concept FillsSinks = requires(RsgStream* stream, std::int64_t n, double* r, doub
   { Rule::fill(stream, n, typename Rule::Raw{bytes}) } -> Is<void>;
 };
 
+// fillOne(stream, out) gives one output to a sink, which most programs ask for at a time.
+template <class Rule>
+concept FillsOne = requires(RsgStream* stream, double* r, double a) {
+  { Rule::fillOne(stream, typename Rule::template Mapped<double>(r, a, a)) } -> Is<void>;
+};
+
 // A fill of its own for every kind of output, with a status.
 template <class Rule>
 concept FillsByKind = requires(RsgStream* stream, std::int64_t n, double* d, float* f, void* raw) {
@@ -96,13 +102,25 @@ std::int32_t stateOperation(std::int32_t method, RsgStream* header, std::int64_t
 }
 
 template <class Rule, class Real>
+[[gnu::noinline]] std::int32_t fillMany(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
+  Rule::fill(stream, n,
+             typename Rule::template Mapped<Real>(r, static_cast<double>(a), static_cast<double>(b)));
+  return RSG_STATUS_OK;
+}
+
+template <class Rule, class Real>
 std::int32_t fillReal(RsgStream* stream, std::int64_t n, Real* r, Real a, Real b) {
   if constexpr (FillsByKind<Rule>) {
     return Rule::fillReal(stream, n, r, a, b);
   } else {
-    Rule::fill(stream, n,
-               typename Rule::template Mapped<Real>(r, static_cast<double>(a), static_cast<double>(b)));
-    return RSG_STATUS_OK;
+    if constexpr (FillsOne<Rule>) {
+      if (n == 1) {
+        Rule::fillOne(
+            stream, typename Rule::template Mapped<Real>(r, static_cast<double>(a), static_cast<double>(b)));
+        return RSG_STATUS_OK;
+      }
+    }
+    return fillMany<Rule>(stream, n, r, a, b);
   }
 }
 

@@ -56,6 +56,11 @@ struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
     fillFromBlock(Block(*reinterpret_cast<Stream*>(header)), n, out);
   }
 
+  template <class Out>
+  static void fillOne(RsgStream* header, const Out& out) {
+    fillOneFromBlock(Block(*reinterpret_cast<Stream*>(header)), out);
+  }
+
   static constexpr std::int32_t savedWords = ringSize + 1;
 
   static void save(const Stream& stream, std::uint32_t* words) {

@@ -82,6 +82,11 @@ struct Sfmt19937 : WordOutputs<WordMapping::signedWord, true> {
     fillFromBlock(Block(*reinterpret_cast<Stream*>(header)), n, out);
   }
 
+  template <class Out>
+  static void fillOne(RsgStream* header, const Out& out) {
+    fillOneFromBlock(Block(*reinterpret_cast<Stream*>(header)), out);
+  }
+
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     seedSfmt19937(stream.sfmt, count, seeds);
     standAt(stream, size);

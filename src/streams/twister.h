@@ -46,7 +46,7 @@ struct Twister : WordOutputs<WordMapping::unsignedWord, Rule::fuses> {
       mt[i] = renewed(rule, mt[i], mt[i + 1], mt[i + far]);
   }
 
-  static void renew(const Rule& rule, std::uint32_t* mt) {
+  [[gnu::noinline]] static void renew(const Rule& rule, std::uint32_t* mt) {
     renew(rule, mt, 0, size - Rule::offset, Rule::offset);
     renew(rule, mt, size - Rule::offset, size - 1, Rule::offset - size);
     mt[size - 1] = renewed(rule, mt[size - 1], mt[0], mt[Rule::offset - 1]);
@@ -78,6 +78,11 @@ struct Twister : WordOutputs<WordMapping::unsignedWord, Rule::fuses> {
   template <class Out>
   static void fill(RsgStream* header, std::int64_t n, const Out& out) {
     fillFromBlock(Block(*reinterpret_cast<Stream*>(header)), n, out);
+  }
+
+  template <class Out>
+  static void fillOne(RsgStream* header, const Out& out) {
+    fillOneFromBlock(Block(*reinterpret_cast<Stream*>(header)), out);
   }
 
   static constexpr std::int32_t savedWords = size + 1;

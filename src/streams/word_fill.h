@@ -90,6 +90,13 @@ inline void fillFromBlock(Block block, std::int64_t n, const Out& out) {
   }
 }
 
+template <WordBlock Block, class Out>
+inline void fillOneFromBlock(Block block, const Out& out) {
+  block.left();
+  out.put(0, block.template at<std::uint32_t>(0));
+  block.take(1);
+}
+
 // What a generator of words is derived from.
 template <WordMapping mapping, bool fuses>
 struct WordOutputs {

@@ -16,6 +16,9 @@ struct LookupCell {
   std::uint32_t hi;
 };
 
+// Partitions up to this size are counted through, and need no brackets.
+static constexpr std::int64_t countedThrough = 16;
+
 // Coarse cells of a partition: one for 16 breakpoints, 16 to 1024 of them.
 static constexpr std::int64_t lookupCellsOf(std::int64_t nx) {
   return nx < 256 ? 16 : nx / 16 > 1024 ? 1024 : nx / 16;
@@ -26,6 +29,7 @@ static constexpr std::int64_t lookupCellsOf(std::int64_t nx) {
 struct DfTask {
   std::uint32_t flags;  // bit 0: `dorder` holds 64-bit integers; 0 for public tasks
   std::uint8_t taskClass;
+  std::uint8_t plainOrder;  // 2 to 4: see isPlain in lifecycle.cpp; 0: anything else
   std::int32_t reservedOne0;
   std::int32_t reservedOne1;
   std::int64_t nx;

@@ -53,6 +53,21 @@ inline void forLanes(std::int64_t from, std::int64_t to, Body body) {
     body(from, 0.0);
 }
 
+// The same in vectors alone, where there is one: the last overlaps the one before it, so that a body must bear to do an
+// element twice.
+template <class Body>
+inline void forLanesOverlapped(std::int64_t from, std::int64_t to, Body body) {
+  if (to - from < laneCount) {
+    for (; from < to; ++from)
+      body(from, 0.0);
+    return;
+  }
+  const std::int64_t last = to - laneCount;
+  for (; from < last; from += laneCount)
+    body(from, Lanes{});
+  body(last, Lanes{});
+}
+
 // Fetches the cache line of the double `distance` behind `at` for writing; it need not exist.
 inline void prefetchBehind(const double* at, std::int64_t distance) {
   const auto address = reinterpret_cast<std::uintptr_t>(at) + static_cast<std::uintptr_t>(distance) * 8;

@@ -300,14 +300,17 @@ TEST(Families, FewerThanOneFunctionCountsAsOne) {
   EXPECT_EQ(task.coeff(), constructed(p));
 }
 
-// One block at most for a whole construction, and none for broken lines and short quadratic splines; a block
+// One block at most for a whole construction, and none for broken lines, local cubics and one short system; a block
 // that cannot be had leaves the coefficients alone.
 TEST(Families, TakeOneBlockAndGiveItBack) {
-  problem::forEach(20, {50, 4094, 4095}, [](const Problem& p) {
-    if (p.nx > 50 && p.family->kind != DF_KIND_DEFAULT) return;
+  const auto check = [](const Problem& p) {
+    if (p.nx > 300 && p.family->kind != DF_KIND_DEFAULT) return;
     Task task = p.task();
     ASSERT_EQ(task.status, DF_STATUS_OK);
-    const bool none = p.family->order == 2 || (p.family->order == 3 && p.family->kind == 0 && p.nx < 4095);
+    const bool one = (p.family->order == 3 && (p.family->kind == DF_KIND_SUBBOTIN || p.nx == 4095)) ||
+                     (p.family->order == 4 && p.family->kind == DF_KIND_NATURAL &&
+                      (p.nx > 256 || p.ny > 1 || p.bcType == DF_END_PERIODIC));
+    const bool none = !one;
     const std::vector<double> untouched = task.coeff();
     {
       const support::FailingHeap heap(1);
@@ -319,7 +322,9 @@ TEST(Families, TakeOneBlockAndGiveItBack) {
     EXPECT_EQ(dfTaskConstruct(task.get(), 0, 0), DF_STATUS_OK);
     EXPECT_EQ(heap.calls(), none ? 0 : 1) << p.name();
     EXPECT_EQ(heap.live(), 0) << p.name();
-  });
+  };
+  for (const std::int32_t ny : {1, 20})
+    problem::forEach(ny, {50, 300, 4094, 4095}, check);
 }
 
 // Nothing in the arrays makes a construction fault.

@@ -57,6 +57,7 @@ TEST(Driver, RefusesInOrder) {
   DfTask& record = *task.get();
   double** rows = record.coeffRows;
   double* const row = rows[0];
+  record.plainOrder = 0;  // what edit would make of what follows
   record.order = 3;
   record.kind = DF_KIND_NATURAL;
   EXPECT_EQ(call(7, badInformation), DF_ERROR_SPLINE_KIND);

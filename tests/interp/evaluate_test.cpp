@@ -184,8 +184,8 @@ TEST(Evaluate, SubbotinPiecesJoinAtTheKnots) {
   }
 }
 
-// Information that tells nothing sends a call through the blocks: whatever number of sites goes in one call, also where
-// the results replace the sites, their cells and bits are those.
+// Information that tells nothing sends a call through the blocks: whatever number of sites goes in one call, also one by
+// one and where the results replace the sites, their cells and bits are those.
 TEST(Evaluate, FewSitesAreTheBlockwiseResult) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -197,7 +197,7 @@ TEST(Evaluate, FewSitesAreTheBlockwiseResult) {
   const std::vector<std::int32_t> requests[] = {{},           {1}, {0, 1},  {1, 0, 1},
                                                 {1, 1, 1, 1}, {2}, {1, -1}, {0, 0, 0, 0, 1}};
   for (const auto& kind : kinds)
-    for (const std::int32_t nx : {2, 3, 17, 300})
+    for (const std::int32_t nx : {2, 3, 16, 17, 300})
       for (const std::int32_t xhint : {DF_XHINT_NONE, DF_XHINT_QUASI_UNIFORM, DF_XHINT_UNIFORM})
         for (const std::int32_t ny : {1, 3}) {
           const bool uniform = xhint == DF_XHINT_UNIFORM;
@@ -247,6 +247,14 @@ TEST(Evaluate, FewSitesAreTheBlockwiseResult) {
                                               dorder.empty() ? nullptr : dorder.data(), nullptr,
                                               inPlace.data(), rhint, nullptr),
                             DF_STATUS_OK);
+                  for (std::size_t i = 0; i < count && dorder.empty() && sitehint != DF_SITES_UNIFORM; ++i) {
+                    std::vector<double> alone(static_cast<std::size_t>(ny), -77.0);
+                    std::vector<double> together;
+                    for (std::size_t f = 0; f < alone.size(); ++f)
+                      together.push_back(blocks[f * count + i]);
+                    ASSERT_EQ(interpolate(task, {{query.sites[i]}, {}, rhint}, alone), DF_STATUS_OK);
+                    ASSERT_TRUE(same(alone, together)) << query.sites[i];
+                  }
                   if (count > 6 || kind.order > 4) continue;
                   for (std::size_t i = 0; i < blocks.size(); ++i)
                     if (blocks[i] == -77.0) inPlace[i] = -77.0;  // a site behind the results
