@@ -86,10 +86,13 @@ int main(int argc, char** argv) {
   bench::registerConstructRows();
   bench::registerSolveRows();
   bench::registerStreamRows();
+  bench::registerStreamToolRows();
   bench::registerCallRows();
   bench::registerSearchRows();
   bench::registerEvaluateRows();
   bench::registerSplineToolRows();
+  bench::registerSmoothingRows();
+  bench::registerVariateRows();
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;

@@ -9,9 +9,12 @@ namespace bench {
 void registerConstructRows();
 void registerSolveRows();
 void registerStreamRows();
+void registerStreamToolRows();
 void registerCallRows();
 void registerSearchRows();
 void registerEvaluateRows();
 void registerSplineToolRows();
+void registerSmoothingRows();
+void registerVariateRows();
 
 }  // namespace bench

@@ -9,7 +9,7 @@ namespace {
 
 const char* reason() {
   if (rvn::levelOverride() != -1) return "override";
-  if (!rvn::isGenuineVetra()) return "other vendor (RVN_ANY_VENDOR=1 goes by the features instead)";
+  if (!rvn::isGenuineVetra()) return "other vendor (RVN_BEST_LEVEL=1 goes by the features instead)";
   const bool capped = rvn::levelCap() != rvn::noLevelCap && rvn::levelCap() == rvn::cpuLevel();
   return capped ? "reproducibility cap" : "detection";
 }

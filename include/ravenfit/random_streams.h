@@ -5,7 +5,8 @@
  * Random streams: one object holds the state of one basic generator; fills draw from it.
  *
  * Operations return 0 or a negative RSG_ERROR code. A bad parameter is also reported on standard output, as
- * "Vetra RVN ERROR: Parameter %d was incorrect on entry to %s."; the report does not change the result.
+ * "Vetra RVN ERROR: Parameter %d was incorrect on entry to %s."; the report does not change the result, and
+ * rvnSetMessageHandler of ravenfit/tools.h sends it elsewhere.
  *
  * Threads: one thread at a time uses one stream; different streams may be used by different threads at once.
  * Raw outputs do not depend on the processor, on the level, or on how a fill is cut: p then q values are the same
@@ -33,8 +34,8 @@ enum {
   RSG_ERROR_MEMORY = -4,           /* rsgNewStream */
   RSG_ERROR_NULL_STREAM = -5,      /* a null stream, or a null address of a stream pointer */
   RSG_ERROR_GENERATOR = -1000,     /* rsgNewStream: identifier not usable */
-  RSG_ERROR_LEAPFROG = -1002,      /* not returned by public operations */
-  RSG_ERROR_SKIP_AHEAD = -1003,    /* not returned by public operations */
+  RSG_ERROR_LEAPFROG = -1002,      /* stream_tools.h: the generator has no such leapfrog */
+  RSG_ERROR_SKIP_AHEAD = -1003,    /* stream_tools.h: the generator has no such skip-ahead */
   RSG_ERROR_NOT_A_STREAM = -1006,  /* the object is not a stream */
   RSG_ERROR_BUFFER_KIND = -1122,   /* not returned by public operations */
   RSG_ERROR_NO_HARDWARE = -1130,   /* vdRngUniform: hardware generator not present */

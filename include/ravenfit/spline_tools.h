@@ -42,6 +42,17 @@ enum {
   DF_ERROR_NOT_MONOTONE = -1048    /* inverse: the spline turns, or its coefficients are not finite */
 };
 
+/* Boundary types of dfTaskEditSpline with not-a-knot at one end alone, and a slope or second derivative at the other: the
+ * left end is named first, and bc is read as for two given ends. For all kinds that take DF_END_NOT_A_KNOT, from 3
+ * breakpoints on or what the kind needs; like it they have a condition of their own on a uniform partition. A
+ * second derivative of 0 is a free end. */
+enum {
+  DF_END_NOT_A_KNOT_SLOPE = 0x108,
+  DF_END_NOT_A_KNOT_CURVATURE = 0x120,
+  DF_END_SLOPE_NOT_A_KNOT = 0x204,
+  DF_END_CURVATURE_NOT_A_KNOT = 0x210
+};
+
 /* What a spline is at sites below the first and above the last breakpoint. */
 enum {
   DF_OUTSIDE_CONTINUE = 0, /* the end polynomial, continued */

@@ -33,7 +33,7 @@ const SplineKind hermite = {
     .leastBreakpoints = 3,
     .internal = DF_IC_SLOPES,
     .ends = splineEnds,
-    .endsWithValues = givenEnds | periodicEnds,
+    .endsWithValues = givenEnds | mixedEnds | periodicEnds,
     .construct = constructLocal<HermiteSlopes>,
 };
 

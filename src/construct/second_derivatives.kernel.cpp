@@ -132,9 +132,15 @@ std::int32_t constructFromSecondDerivatives(const DfTask& task, EndPair ends, co
     const Values y(task, f);
     double* c = task.coeffRows[f];
     if (n == 3) c[7] = 0.0;
+    // Of two cells, the one whose end stands for itself comes first.
+    const bool lastFirst = ends.left == EndKind::notAKnot && ends.right != EndKind::notAKnot;
+    const auto fillEnd = [&] {
+      fillLast(ends.right, y[n - 2], p.difference(y, n - 2), p.step(n - 2), task.bc, task.ic[n - 3],
+               c + 4 * (n - 2));
+    };
+    if (lastFirst) fillEnd();
     fillFirst(ends.left, y[0], p.difference(y, 0), p.step(0), task.bc, task.ic[0], c);
-    fillLast(ends.right, y[n - 2], p.difference(y, n - 2), p.step(n - 2), task.bc, task.ic[n - 3],
-             c + 4 * (n - 2));
+    if (!lastFirst) fillEnd();
   }
   return closed < functions ? DF_ERROR_PERIODIC_VALUES : DF_STATUS_OK;
 }
@@ -150,7 +156,7 @@ const SplineKind secondDerivatives = {
     .leastBreakpoints = 3,
     .internal = DF_IC_CURVATURES,
     .ends = splineEnds,
-    .endsWithValues = givenEnds | periodicEnds,
+    .endsWithValues = givenEnds | mixedEnds | periodicEnds,
     .construct = {{{constructFromSecondDerivatives<ColumnValues, false>,
                     constructFromSecondDerivatives<ColumnValues, true>},
                    {constructFromSecondDerivatives<RowValues, false>,

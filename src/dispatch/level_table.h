@@ -4,10 +4,12 @@
 
 #include <cstdint>
 
+#include "construct/smoothing_kernels.h"
 #include "interp/interp_kernels.h"
 #include "interp/spline_tool_kernels.h"
 #include "solvers/tridiagonal_kernels.h"
 #include "streams/stream_kernels.h"
+#include "streams/variate_kernels.h"
 #include "task/spline_kind.h"
 #include "task/task_kernels.h"
 
@@ -20,6 +22,8 @@ struct LevelTable {
   const StreamKernels* streams;
   const TridiagonalKernels* tridiagonal;
   const SplineToolKernels* splineTools;
+  const SmoothingKernels* smoothing;
+  const VariateKernels* variates;
 };
 
 // Levels 0 to 9, and behind them the builds that are tried and not shipped. A level that was not built has the table

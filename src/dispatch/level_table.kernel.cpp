@@ -10,9 +10,11 @@ extern const InterpKernels interpKernels;
 extern const StreamKernels streamKernels;
 extern const TridiagonalKernels tridiagonalKernels;
 extern const SplineToolKernels splineToolKernels;
+extern const SmoothingKernels smoothingKernels;
+extern const VariateKernels variateKernels;
 
 extern const LevelTable levelTable;
-const LevelTable levelTable = {&taskKernels,   &splineKinds,        &interpKernels,
-                               &streamKernels, &tridiagonalKernels, &splineToolKernels};
+const LevelTable levelTable = {&taskKernels,        &splineKinds,       &interpKernels,    &streamKernels,
+                               &tridiagonalKernels, &splineToolKernels, &smoothingKernels, &variateKernels};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -17,14 +17,16 @@ KernelSlot<const TridiagonalKernels*> slot{nullptr};
 }  // namespace
 
 const TridiagonalKernels& solverKernels() {
-  if (const TridiagonalKernels* const kernels = slot.load(std::memory_order_relaxed)) return *kernels;
-  const std::int32_t type = solverCpuType();
+  if (const TridiagonalKernels* const kernels = slot.load()) return *kernels;
+  mmLockAcquire();
+  const std::int32_t type = solverCpuTypeUnderLock();
   const TridiagonalKernels* const kernels = solverOfClass(type);
+  if (kernels != nullptr) fillSlot(slot, kernels);
+  mmLockRelease();
   if (kernels == nullptr) {
     rvnPrintMessage(0, unsupportedClassMessage, 1, type);
     std::exit(1);
   }
-  slot.store(kernels, std::memory_order_relaxed);
   return *kernels;
 }
 

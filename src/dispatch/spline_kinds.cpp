@@ -14,10 +14,7 @@ KernelSlot<const SplineKind*> slots[slotOrders][32];
 
 const SplineKind* findSplineKind(std::int64_t order, std::int64_t kind) {
   const auto find = [=](const LevelTable& table) { return table.kinds->find(order, kind); };
-  if (order < 0 || order >= slotOrders || (kind & ~slotKindBits) != 0) {
-    KernelSlot<const SplineKind*> none{nullptr};
-    return pickKernel(none, find);
-  }
+  if (order < 0 || order >= slotOrders || (kind & ~slotKindBits) != 0) return find(tableInForce());
   return loadKernel(slots[order][(kind & 0xF) | (kind >> 4 & 0x10)], find);
 }
 

@@ -59,12 +59,6 @@ inline int extrema(const double* c, double a, double b, double* t) {
   return kept;
 }
 
-inline Lanes squareRoot(Lanes a) {
-  for (int i = 0; i < laneCount; ++i)
-    a[i] = __builtin_sqrt(a[i]);
-  return a;
-}
-
 // The zero of a parabola at which it rises, by the form of the quadratic formula that does not cancel.
 inline Lanes risingZero(const Lanes* c) {
   const Lanes root = squareRoot(c[1] * c[1] - 4.0 * c[2] * c[0]);

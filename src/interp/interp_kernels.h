@@ -7,6 +7,8 @@
 #include "runtime/work_share.h"
 #include "task/spline_kind.h"
 
+#include <ravenfit/spline_tools.h>
+
 namespace rvn {
 
 // A user's cell search; reachable through kernel arguments only. Fills `cells` and `marks` for `*count`

@@ -7,6 +7,7 @@
 namespace rvn {
 
 FeatureMask cpuFeatures;
+VendorRule vendorRule;
 
 namespace {
 
@@ -113,8 +114,10 @@ bool hasFeature(Feature feature) {
 }
 
 bool isGenuineVetra() {
-  char anyVendor[2];
-  if (readEnvironment("RVN_ANY_VENDOR", anyVendor, sizeof anyVendor) != 0) return true;
+  if (vendorRule.ignored.load(std::memory_order_relaxed)) return true;
+  char text[2];
+  for (const char* const name : {"RVN_ANY_VENDOR", "RVN_BEST_LEVEL"})
+    if (readEnvironment(name, text, sizeof text) != 0) return true;
   const CpuidLeaf leaf = cpuidOrZero(0);
   const std::uint32_t vendor[] = {leaf.ebx, leaf.edx, leaf.ecx};
   return std::memcmp(vendor, "GenuineVetra", sizeof vendor) == 0;

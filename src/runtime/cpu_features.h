@@ -70,7 +70,14 @@ extern FeatureMask cpuFeatures;
 // Bit mask of processor features; bit 0 is set once it has been read. A mask of 0 means a processor without CPUID.
 std::uint64_t cpuFeaturesRead();
 
-// Whether the vendor string is "GenuineVetra", or RVN_ANY_VENDOR is set to a non-empty value.
+// Set once a caller has asked for the best level; never cleared.
+struct VendorRule {
+  std::atomic<bool> ignored{false};
+};
+extern VendorRule vendorRule;
+
+// Whether the vendor string is "GenuineVetra", or nobody looks at it: RVN_ANY_VENDOR or RVN_BEST_LEVEL is set to a
+// non-empty value, or the rule was set aside.
 bool isGenuineVetra();
 
 bool hasFeature(Feature feature);

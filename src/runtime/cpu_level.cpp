@@ -82,6 +82,13 @@ std::int32_t detectLevel() {
   return candidate != -1 && cap != noLevelCap && cap < candidate ? cap : candidate;
 }
 
+std::int32_t decideLevel() {
+  std::int32_t level = levelOverride();
+  if (level == -1) level = detectLevel();
+  if (level == -1) refuseProcessor();
+  return level;
+}
+
 }  // namespace
 
 std::int32_t levelOverride() {
@@ -120,11 +127,11 @@ std::int32_t levelCap() {
 std::int32_t cpuLevel() {
   std::int32_t level = cpuState.level.load(std::memory_order_relaxed);
   if (level != -1) return level;
-  level = levelOverride();
-  if (level == -1) level = detectLevel();
-  if (level == -1) refuseProcessor();
-  cpuState.level.store(level, std::memory_order_relaxed);
-  return level;
+  std::int32_t undecided = -1;
+  level = decideLevel();
+  // A level that was decided anew meanwhile stays.
+  return cpuState.level.compare_exchange_strong(undecided, level, std::memory_order_relaxed) ? level
+                                                                                             : undecided;
 }
 
 std::int32_t detectCpuType(std::int32_t mode) {
@@ -196,13 +203,25 @@ std::int32_t solverCpuType() {
   std::int32_t type = cpuState.solverType.load(std::memory_order_relaxed);
   if (type >= 0) return type;
   mmLockAcquire();
-  type = cpuState.solverType.load(std::memory_order_relaxed);
+  type = solverCpuTypeUnderLock();
+  mmLockRelease();
+  return type;
+}
+
+std::int32_t solverCpuTypeUnderLock() {
+  std::int32_t type = cpuState.solverType.load(std::memory_order_relaxed);
   if (type < 0) {
     type = decideSolverType();
     cpuState.solverType.store(type, std::memory_order_relaxed);
   }
-  mmLockRelease();
   return type;
+}
+
+void decideLevelsAnew() {
+  cbwrReadAnew();
+  cpuState.level.store(decideLevel(), std::memory_order_relaxed);
+  cpuState.detectedType.store(-1, std::memory_order_relaxed);
+  cpuState.solverType.store(decideSolverType(), std::memory_order_relaxed);
 }
 
 }  // namespace rvn

@@ -1,7 +1,7 @@
 #pragma once
 
-// Which build of every kernel this process uses. Both scales are worked out at first need and then stay
-// fixed.
+// Which build of every kernel this process uses. Both scales are worked out at first need; only a change
+// of the vendor's rule moves them afterwards.
 
 #include <atomic>
 #include <cstdint>
@@ -32,6 +32,10 @@ std::int32_t levelOverride();
 
 // The scale of the tridiagonal solver, 2 .. 8; a negative value is worked out anew at the next call.
 std::int32_t solverCpuType();
+std::int32_t solverCpuTypeUnderLock();  // the service lock is the caller's
+
+// Works out both scales again, from the environment and the vendor's rule as they are now; under the service lock.
+void decideLevelsAnew();
 
 // `mode` 0: the stored solverCpuType; otherwise the detection proper, 2 .. 7.
 std::int32_t detectCpuType(std::int32_t mode);

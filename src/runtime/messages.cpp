@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "runtime/memory.h"
 #include "runtime/platform.h"
 
 namespace rvn {
@@ -68,6 +69,11 @@ bool catalogueText(std::int32_t number, char (&text)[catalogueTextSize]) {
   return true;
 }
 
+const char* textOf(std::int32_t number, char (&fromCatalogue)[catalogueTextSize]) {
+  openCatalogueOnce();
+  return catalogueText(number, fromCatalogue) ? fromCatalogue : defaultText(number);
+}
+
 // The spelling of these texts is part of the interface: programs match on it.
 [[noreturn]] void refuseLength(std::int32_t number, int length) {
   std::printf("\nRVN INTERNAL ERROR: message buffer overflow.");
@@ -77,16 +83,40 @@ bool catalogueText(std::int32_t number, char (&text)[catalogueTextSize]) {
   std::exit(8);
 }
 
+ReportReceiver reportReceiver;
+
+// To the receiver, whose text is cut where it does not fit, or behind an empty line to standard output.
+template <class... Arguments>
+void report(std::int32_t number, Arguments... arguments) {
+  mmLockAcquire();
+  const ReportReceiver receiver = reportReceiver;
+  mmLockRelease();
+  if (receiver.take == nullptr) {
+    rvnPrintMessage(0, 0, 0);
+    rvnPrintMessage(0, number, std::int32_t{sizeof...(arguments)}, arguments...);
+    return;
+  }
+  char fromCatalogue[catalogueTextSize];
+  char text[bufferSize];
+  std::snprintf(text, sizeof text, textOf(number, fromCatalogue), arguments...);
+  receiver.take(receiver.context, text);
+}
+
 }  // namespace
+
+void setReportReceiver(ReportReceiver receiver) {
+  mmLockAcquire();
+  reportReceiver = receiver;
+  mmLockRelease();
+}
 
 void rvnPrintMessage(std::int32_t, std::int32_t number, std::int32_t argumentCount, ...) {
   if (number == 0) {
     std::fputs("\n", stdout);
     return;
   }
-  openCatalogueOnce();
   char fromCatalogue[catalogueTextSize];
-  const char* text = catalogueText(number, fromCatalogue) ? fromCatalogue : defaultText(number);
+  const char* text = textOf(number, fromCatalogue);
 
   char formatted[bufferSize + 2];  // the longest text that passes the check, and its end
   auto length = static_cast<int>(std::strlen(text));
@@ -109,18 +139,18 @@ void rvnReportParameterError(const char* name, const std::int32_t* info, std::in
   if (nameLength > 0)
     std::memcpy(shown, name, static_cast<std::size_t>(nameLength < longest ? nameLength : longest));
 
-  rvnPrintMessage(0, 0, 0);
   const std::int32_t v = *info;
-  if (v == 1000) {
-    rvnPrintMessage(0, 8, 1, shown);
-  } else if (v == 1001) {
-    rvnPrintMessage(0, 9, 1, shown);
-  } else if (v == 1212 || v == 1089) {
-    rvnPrintMessage(0, v, 1, shown);
-  } else if (v < 1) {
-    rvnPrintMessage(0, 7, 2, static_cast<std::int32_t>(0u - static_cast<std::uint32_t>(v)), shown);
-  } else {
-    rvnPrintMessage(0, 6, 2, v, shown);
+  const std::int32_t shownNumber = v < 1 ? static_cast<std::int32_t>(0u - static_cast<std::uint32_t>(v)) : v;
+  switch (v) {
+    case 1000:
+      return report(8, shown);
+    case 1001:
+      return report(9, shown);
+    case 1089:
+    case 1212:
+      return report(v, shown);
+    default:
+      return report(v < 1 ? 7 : 6, shownNumber, shown);
   }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// Numbered messages on standard output, and reports of bad parameters by routine name and position.
-// Nothing here is locked: two threads that print at once may mix their text.
+// Numbered messages on standard output, and reports of bad parameters by routine name and position, which a receiver may
+// take instead. Two threads that print at once may mix their text.
 
 #include <atomic>
 #include <cstdint>
@@ -12,8 +12,8 @@ namespace rvn {
 // `argumentCount` above 0 the arguments are formatted into the text.
 void rvnPrintMessage(std::int32_t kind, std::int32_t number, std::int32_t argumentCount, ...);
 
-// Prints the message that belongs to error number `*info` of routine `name`; at most 20 characters of the
-// name count.
+// Prints the message that belongs to error number `*info` of routine `name`, or hands it to the receiver; at most 20
+// characters of the name count.
 void rvnReportParameterError(const char* name, const std::int32_t* info, std::int32_t nameLength);
 
 using ParameterErrorHandler = void (*)(const char* name, const std::int32_t* info, std::int32_t nameLength);
@@ -28,6 +28,14 @@ struct MessageState {
   std::atomic<ParameterErrorHandler> parameterErrorHandler{nullptr};
 };
 extern MessageState messageState;
+
+// Who takes reports of bad parameters; `take` null: standard output. Both are set and read together, under the service
+// lock.
+struct ReportReceiver {
+  void (*take)(void* context, const char* text) = nullptr;
+  void* context = nullptr;
+};
+void setReportReceiver(ReportReceiver receiver);
 
 // The first setter wins; later calls change nothing.
 void rvnSetParameterErrorHandler(ParameterErrorHandler handler);

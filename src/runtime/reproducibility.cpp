@@ -69,11 +69,17 @@ std::int32_t cbwrGet(std::int32_t what) {
   if (what != 1) return -2;
   if (cbwrState.read.load(std::memory_order_acquire) == -1 &&
       cbwrState.mode.load(std::memory_order_relaxed) == 0) {
-    cbwrState.mode.store(readMode(), std::memory_order_relaxed);
+    std::int32_t unset = 0;
+    cbwrState.mode.compare_exchange_strong(unset, readMode(), std::memory_order_relaxed);
     cbwrState.read.store(1, std::memory_order_release);
   }
   const std::int32_t mode = cbwrState.mode.load(std::memory_order_relaxed);
   return mode == 0 ? std::int32_t{cbwrOff} : mode & 63;
+}
+
+void cbwrReadAnew() {
+  cbwrState.mode.store(readMode(), std::memory_order_relaxed);
+  cbwrState.read.store(1, std::memory_order_release);
 }
 
 }  // namespace rvn

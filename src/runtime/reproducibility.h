@@ -35,4 +35,7 @@ extern CbwrState cbwrState;
 // -2.
 std::int32_t cbwrGet(std::int32_t what);
 
+// Reads the variable again, whose meaning depends on the vendor's rule.
+void cbwrReadAnew();
+
 }  // namespace rvn

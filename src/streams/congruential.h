@@ -21,6 +21,7 @@ namespace {
 //   Interval(a, b)         maps lanes of outputs, or one, to the interval from a to b;
 //   power(c, n)            c^n;
 //   firstState(count, seeds);
+//   canHave(x, mult)       whether a stream can;
 //   shortestBlock          outputs from which on a start of many lanes pays; 0: never.
 template <class Rule>
 struct Congruential {
@@ -140,6 +141,26 @@ struct Congruential {
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     stream.x = Rule::firstState(count, seeds);
     stream.mult = Rule::multiplier;
+  }
+
+  static constexpr std::int32_t savedWords = 2 * sizeof(Word) / 4;
+
+  static void save(const Stream& stream, std::uint32_t* words) {
+    const std::uint64_t numbers[] = {stream.x, stream.mult};
+    for (const std::uint64_t number : numbers)
+      for (unsigned shift = 0; shift < 8 * sizeof(Word); shift += 32)
+        *words++ = static_cast<std::uint32_t>(number >> shift);
+  }
+
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    Word* const numbers[] = {&stream.x, &stream.mult};
+    for (Word* const number : numbers) {
+      std::uint64_t read = 0;
+      for (unsigned shift = 0; shift < 8 * sizeof(Word); shift += 32)
+        read |= std::uint64_t{*words++} << shift;
+      *number = static_cast<Word>(read);
+    }
+    return Rule::canHave(stream.x, stream.mult);
   }
 
   static std::int32_t skip(Stream& stream, std::uint64_t outputs) {

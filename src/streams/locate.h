@@ -12,16 +12,6 @@ extern const BrngRegistry brngRegistry;
 
 namespace {
 
-inline bool namesFamily(std::int32_t brngId) {
-  return brngId >= firstFamilyForm;
-}
-
-inline std::int32_t memberOf(std::int32_t brngId) {
-  if (namesFamily(brngId)) return brngId & (firstFamilyForm - 1);
-  const std::int32_t member = brngId - firstWichmannHillRow;
-  return member >= 0 && member < wichmannHillMembers ? member : 0;
-}
-
 inline std::int32_t familyOf(std::int32_t brngId) {
   return namesFamily(brngId) ? brngId / firstFamilyForm - 1 : brngRegistry.memberRow[brngId];
 }

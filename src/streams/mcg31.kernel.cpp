@@ -51,6 +51,8 @@ struct Mcg31 {
     return x == 0 ? 1 : static_cast<std::uint32_t>(x);
   }
 
+  static bool canHave(std::uint32_t x, std::uint32_t mult) { return x - 1 < m - 1 && mult - 1 < m - 1; }
+
   struct Interval {
     double scale;
     double from;
@@ -77,6 +79,11 @@ const BrngRecord mcg31Record = {
     .wordSize = 4,
     .bitCount = 31,
     .operations = &operationsOf<Generator>,
+    .name = "MCG31",
+    .usedSeeds = 1,
+    .split = RSG_SPLIT_LEAPFROG,
+    .outputOffset = 0.0,
+    .outputModulus = 0x1p31 - 1.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

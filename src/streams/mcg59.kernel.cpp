@@ -47,6 +47,8 @@ struct Mcg59 {
     return x == 0 ? 1 : x;
   }
 
+  static bool canHave(std::uint64_t x, std::uint64_t mult) { return x != 0 && x <= mask && (mult & 1) != 0; }
+
   struct Interval {
     double scale;
     double from;
@@ -80,6 +82,11 @@ const BrngRecord mcg59Record = {
     .wordSize = 8,
     .bitCount = 59,
     .operations = &operationsOf<Generator>,
+    .name = "MCG59",
+    .usedSeeds = 2,
+    .split = RSG_SPLIT_LEAPFROG,
+    .outputOffset = 0.0,
+    .outputModulus = 0x1p59,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -173,6 +173,21 @@ struct Mrg32k3a {
     seedComponent(stream.y, mrg32k3aY.m, count - 3, count > 3 ? seeds + 3 : seeds);
   }
 
+  static constexpr std::int32_t savedWords = 6;
+
+  static void save(const Stream& stream, std::uint32_t* words) {
+    __builtin_memcpy(words, stream.x, sizeof stream.x);
+    __builtin_memcpy(words + 3, stream.y, sizeof stream.y);
+  }
+
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    __builtin_memcpy(stream.x, words, sizeof stream.x);
+    __builtin_memcpy(stream.y, words + 3, sizeof stream.y);
+    for (int i = 0; i < 3; ++i)
+      if (stream.x[i] >= mrg32k3aX.m || stream.y[i] >= mrg32k3aY.m) return false;
+    return anySet(stream.x, 3) && anySet(stream.y, 3);
+  }
+
   static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
     for (int k = 0; k < 64; ++k)
       if ((outputs >> k & 1) != 0) jump(stream, k);
@@ -192,6 +207,11 @@ const BrngRecord mrg32k3aRecord = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<Mrg32k3a>,
+    .name = "MRG32k3a",
+    .usedSeeds = 6,
+    .split = RSG_SPLIT_SKIP,
+    .outputOffset = 0.0,
+    .outputModulus = mrg32k3aX.m + 1.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

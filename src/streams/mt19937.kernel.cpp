@@ -30,6 +30,8 @@ struct Generator : Twister<Mt19937> {
     stream.index = size;
   }
 
+  static bool restore(Stream& stream, const std::uint32_t* words) { return restoreWords(stream, words); }
+
   static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
     if (outputs >= shortestMt19937Jump) return jumpMt19937(stream.mt, outputs);
     standAt(stream, stream.index + static_cast<std::int64_t>(outputs));
@@ -49,6 +51,9 @@ const BrngRecord mt19937Record = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<Generator>,
+    .name = "MT19937",
+    .usedSeeds = 0,
+    .split = RSG_SPLIT_SKIP,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

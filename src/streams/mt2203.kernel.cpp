@@ -33,6 +33,15 @@ struct Generator : Twister<Mt2203> {
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     seedTwister(stream.mt, size, count, seeds);
     stream.index = size;
+    setMember(stream);
+  }
+
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    setMember(stream);
+    return restoreWords(stream, words);
+  }
+
+  static void setMember(Stream& stream) {
     const std::uint32_t* const parameters = Mt2203Parameters[memberOf(stream.header.brngId)];
     stream.matrixA = parameters[0];
     stream.temperB = parameters[1];
@@ -52,6 +61,9 @@ const BrngRecord mt2203Record = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<Generator>,
+    .name = "MT2203",
+    .usedSeeds = 0,
+    .split = RSG_SPLIT_MEMBERS,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -46,6 +46,9 @@ const BrngRecord niederreiterRecord = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<Generator>,
+    .name = "Niederreiter",
+    .usedSeeds = 1,
+    .split = RSG_SPLIT_SKIP,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -26,6 +26,11 @@ concept Leapfrogs = requires(typename Rule::Stream& stream, std::int64_t count, 
 };
 
 template <class Rule>
+concept SelectsCoordinates = Leapfrogs<Rule> && requires {
+  Rule::dimensions;
+};
+
+template <class Rule>
 concept Skips = requires(typename Rule::Stream& stream, std::uint64_t outputs) {
   { Rule::skip(stream, outputs) } -> Is<std::int32_t>;
 };
@@ -51,6 +56,15 @@ concept FillsByKind = requires(RsgStream* stream, std::int64_t n, double* d, flo
   { Rule::fillRaw(stream, n, raw) } -> Is<std::int32_t>;
 };
 
+// restore() fills the whole state and tells whether a stream can have it; all that is not in the words is made again.
+template <class Rule>
+concept Saves = requires(const typename Rule::Stream& saved, typename Rule::Stream& loaded,
+                         std::uint32_t* words) {
+  { Rule::savedWords + 0 } -> Is<std::int32_t>;
+  { Rule::save(saved, words) } -> Is<void>;
+  { Rule::restore(loaded, words) } -> Is<bool>;
+};
+
 // Whoever has a move by name has it in this form, or it would be refused.
 template <class Rule>
 concept MovesInForm = (Leapfrogs<Rule> || !requires { &Rule::leapfrog; }) &&
@@ -60,7 +74,7 @@ template <class Rule>
 concept Fills = FillsSinks<Rule> || FillsByKind<Rule>;
 
 template <class Rule>
-concept GeneratorRule = Seeds<Rule> && MovesInForm<Rule> && Fills<Rule>;
+concept GeneratorRule = Seeds<Rule> && MovesInForm<Rule> && Fills<Rule> && Saves<Rule>;
 
 template <Seeds Rule>
 std::int32_t stateOperation(std::int32_t method, RsgStream* header, std::int64_t count,
@@ -120,9 +134,35 @@ std::int32_t fillRaw(RsgStream* stream, std::int64_t n, void* r) {
   }
 }
 
+template <Saves Rule>
+void saveState(const RsgStream* header, std::uint32_t* words) {
+  static_assert(Rule::savedWords <= mostSavedWords);
+  Rule::save(*reinterpret_cast<const typename Rule::Stream*>(header), words);
+}
+
+template <Saves Rule>
+bool restoreState(RsgStream* header, const std::uint32_t* words) {
+  return Rule::restore(*reinterpret_cast<typename Rule::Stream*>(header), words);
+}
+
+// Whether one of n words is not zero.
+inline bool anySet(const std::uint32_t* words, std::int64_t n) {
+  std::uint32_t bits = 0;
+  for (std::int64_t i = 0; i < n; ++i)
+    bits |= words[i];
+  return bits != 0;
+}
+
+template <class Rule>
+constexpr std::int32_t movesOf = (Skips<Rule> ? RSG_MOVE_SKIP_AHEAD : 0) |
+                                 (SelectsCoordinates<Rule> ? RSG_MOVE_COORDINATE
+                                  : Leapfrogs<Rule>        ? RSG_MOVE_LEAPFROG
+                                                           : 0);
+
 template <GeneratorRule Rule>
 constexpr BrngOperations operationsOf = {stateOperation<Rule>, fillReal<Rule, float>, fillReal<Rule, double>,
-                                         fillRaw<Rule>};
+                                         fillRaw<Rule>,        saveState<Rule>,       restoreState<Rule>,
+                                         Rule::savedWords,     movesOf<Rule>};
 
 }  // namespace
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -98,24 +98,29 @@ constexpr IrreduciblePolynomials irreducible = findIrreducible();
 
 // I. M. Sobol, 1967: with the polynomial x^s + a[1] x^(s-1) + ... + a[s-1] x + 1,
 //   m[j] = 2 a[1] m[j-1] ^ ... ^ 2^(s-1) a[s-1] m[j-s+1] ^ 2^s m[j-s] ^ m[j-s],  number[j] = m[j] 2^(31-j).
-void sobolDirections(int coordinate, std::uint32_t (&number)[directionCount]) {
-  std::uint32_t m[directionCount] = {};
-  if (coordinate == 0) {
-    for (std::uint32_t& one : m)
-      one = 1;
-  } else {
-    const SobolCoordinate& c = sobolCoordinates[coordinate - 1];
-    const int s = degree(c.polynomial);
-    for (int j = 0; j < s; ++j)
-      m[j] = c.m[j];
-    for (int j = s; j < directionCount; ++j) {
-      m[j] = m[j - s] ^ m[j - s] << s;
-      for (int k = 1; k < s; ++k)
-        if ((c.polynomial >> (s - k) & 1) != 0) m[j] ^= m[j - k] << k;
-    }
+void sobolDirections(std::uint32_t polynomial, std::uint32_t (&m)[directionCount],
+                     std::uint32_t (&number)[directionCount]) {
+  const int s = degree(polynomial);
+  for (int j = s; j < directionCount; ++j) {
+    m[j] = m[j - s] ^ m[j - s] << s;
+    for (int k = 1; k < s; ++k)
+      if ((polynomial >> (s - k) & 1) != 0) m[j] ^= m[j - k] << k;
   }
   for (int j = 0; j < directionCount; ++j)
     number[j] = m[j] << (31 - j);
+}
+
+void sobolDirections(int coordinate, std::uint32_t (&number)[directionCount]) {
+  if (coordinate == 0) {
+    for (int j = 0; j < directionCount; ++j)
+      number[j] = 1U << (31 - j);
+    return;
+  }
+  const SobolCoordinate& c = sobolCoordinates[coordinate - 1];
+  std::uint32_t m[directionCount] = {};
+  for (int j = 0; j < degree(c.polynomial); ++j)
+    m[j] = c.m[j];
+  sobolDirections(c.polynomial, m, number);
 }
 
 // H. Niederreiter, 1988: with the irreducible polynomial p of degree e, digit q e + u of number[r] is the

@@ -14,7 +14,12 @@ constexpr int directionCount = 32;
 constexpr int sobolDimensions = 40;
 constexpr int niederreiterDimensions = 318;
 
-// Coordinates count from 0.
+// Of a primitive polynomial of degree s, whose bit k is the coefficient of x^k, and m[0] .. m[s - 1]; the rest of m is
+// written.
+void sobolDirections(std::uint32_t polynomial, std::uint32_t (&m)[directionCount],
+                     std::uint32_t (&number)[directionCount]);
+
+// The library's own; coordinates count from 0.
 void sobolDirections(int coordinate, std::uint32_t (&number)[directionCount]);
 void niederreiterDirections(int coordinate, std::uint32_t (&number)[directionCount]);
 

@@ -39,12 +39,10 @@ inline void fillCoordinate(Stream& stream, std::int32_t k, std::int64_t from, st
   std::uint32_t x = stream.point[k];
   for (; from < to; ++from) {
     sink.put(from, x);
-    if (index == UINT32_MAX) {
+    x ^= stream.directionByBit[lowestZeroBit(index)][k];
+    if (++index == 0) {
+      x ^= stream.directionByBit[0][k];
       index = 1;
-      x = stream.directionByBit[0][k];
-    } else {
-      x ^= stream.directionByBit[lowestZeroBit(index)][k];
-      ++index;
     }
   }
   if (stream.dimension > 1) return moveTo(stream, index);

@@ -23,6 +23,7 @@ namespace {
 template <class Rule>
 struct QuasiRandom : WordOutputs<WordMapping::upperBits, Rule::fuses> {
   using Stream = typename Rule::Stream;
+  static constexpr std::uint32_t dimensions = Rule::dimensions;
   static_assert(sizeof Stream::point >= sizeof(std::uint32_t) * paddedDimension(Rule::dimensions));
 
   template <class Sink>
@@ -62,6 +63,38 @@ struct QuasiRandom : WordOutputs<WordMapping::upperBits, Rule::fuses> {
       if constexpr (requires { stream.direction; })
         __builtin_memcpy(stream.direction[d], number, sizeof number);
     }
+  }
+
+  static constexpr std::int32_t savedWords = 4;
+
+  static void save(const Stream& stream, std::uint32_t* words) {
+    words[0] = stream.pointIndex;
+    words[1] = static_cast<std::uint32_t>(stream.dimension);
+    words[2] = static_cast<std::uint32_t>(stream.onlyCoordinate);
+    words[3] = static_cast<std::uint32_t>(stream.nextCoordinate);
+  }
+
+  // Whether saved words are a place in a sequence from point `first` on.
+  static bool isPlace(const std::uint32_t* words, std::uint32_t first) {
+    constexpr std::uint32_t all = UINT32_MAX;
+    const std::uint32_t dimension = words[1];
+    const bool known = words[0] >= first && dimension >= 1 && dimension <= Rule::dimensions;
+    if (!known || (words[2] != all && words[2] >= dimension)) return false;
+    return words[3] < (words[2] == all ? dimension : 1);
+  }
+
+  static void standAt(Stream& stream, const std::uint32_t* words) {
+    moveTo(stream, words[0]);
+    stream.onlyCoordinate = static_cast<std::int32_t>(words[2]);
+    stream.nextCoordinate = static_cast<std::int32_t>(words[3]);
+  }
+
+  // Direction numbers and point follow from the place.
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    if (!isPlace(words, 1)) return false;
+    seed(stream, 1, words + 1);
+    standAt(stream, words);
+    return true;
   }
 
   // A number of streams that nobody interleaves means the selection of a coordinate. The next value is that of

@@ -61,6 +61,20 @@ struct R250 : WordOutputs<WordMapping::unsignedWord, false> {
     fillOneFromBlock(Block(*reinterpret_cast<Stream*>(header)), out);
   }
 
+  static constexpr std::int32_t savedWords = ringSize + 1;
+
+  static void save(const Stream& stream, std::uint32_t* words) {
+    __builtin_memcpy(words, stream.ring, sizeof stream.ring);
+    words[ringSize] = stream.head;
+  }
+
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    __builtin_memcpy(stream.ring, words, sizeof stream.ring);
+    stream.head = words[ringSize];
+    stream.tap = (stream.head + firstTap) % ringSize;
+    return stream.head < ringSize;
+  }
+
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {
     stream.head = 0;
     stream.tap = firstTap;
@@ -91,6 +105,9 @@ const BrngRecord r250Record = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<R250>,
+    .name = "R250",
+    .usedSeeds = ringSize,
+    .split = RSG_SPLIT_NONE,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

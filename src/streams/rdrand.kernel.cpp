@@ -60,6 +60,16 @@ struct RdRand {
     stream.retryLimit = count >= 2 && seeds[1] != 0 ? seeds[1] : 10;
   }
 
+  static constexpr std::int32_t savedWords = 1;
+
+  static void save(const Stream& stream, std::uint32_t* words) { words[0] = stream.retryLimit; }
+
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    stream.zero = 0;
+    stream.retryLimit = words[0];
+    return words[0] != 0;
+  }
+
   // A word becomes a double first, exactly: on 32-bit processors the way to a float at once would fuse.
   static std::int32_t fillReal(RsgStream* stream, std::int64_t n, float* r, float a, float b) {
     const float scale = (b - a) * 0x1p-32F;
@@ -101,6 +111,11 @@ const BrngRecord rdrandRecord = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<RdRand>,
+    .name = "RDRAND",
+    .usedSeeds = 2,
+    .split = RSG_SPLIT_INDEPENDENT,
+    .outputOffset = 0.0,
+    .outputModulus = 0.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include <ravenfit/random_streams.h>
+#include <ravenfit/stream_tools.h>
 
 namespace rvn {
 
@@ -29,6 +29,12 @@ struct BrngOperations {
   std::int32_t (*fillFloat)(RsgStream* stream, std::int64_t n, float* r, float a, float b);
   std::int32_t (*fillDouble)(RsgStream* stream, std::int64_t n, double* r, double a, double b);
   std::int32_t (*fillInt)(RsgStream* stream, std::int64_t n, void* r);  // n raw outputs of wordSize bytes
+
+  // The state as savedWords words, and back to a block that has a header; false: no stream can have this state.
+  void (*save)(const RsgStream* stream, std::uint32_t* words);
+  bool (*restore)(RsgStream* stream, const std::uint32_t* words);
+  std::int32_t savedWords;
+  std::int32_t moves;  // RSG_MOVE_*
 };
 
 // A family of generators; each is at the foot of its kernel source.
@@ -41,13 +47,42 @@ struct BrngRecord {
   std::uint32_t wordSize;            // bytes of a raw output
   std::uint32_t bitCount;            // significant bits of a raw output
   const BrngOperations* operations;  // null: this version has no such generator
+  const char* name;
+  std::int32_t usedSeeds;  // seed words that have an effect; 0: as many as there are
+  std::int32_t split;      // RSG_SPLIT_*
+  bool isSaved = true;     // false: a stream cannot go on without numbers that only its maker has
+  // An output w is the uniform number (w + outputOffset) / outputModulus, never 0 or 1. A modulus of 0: outputs are not
+  // numbers by themselves, and fillDouble over [0, 1) takes their place.
+  double outputOffset = 0.5;
+  double outputModulus = 0x1p32;
 };
+
+// A block with its header; the state is the caller's to fill in. Null without memory.
+RsgStream* makeStream(const BrngRecord& record, std::int32_t brngId);
+
+// A stream in the same state. Buffers stay with the first one; generators here have none.
+RsgStream* copyStream(const BrngRecord& record, const RsgStream* stream);
 
 constexpr std::int32_t memberRowCount = 279;
 constexpr std::int32_t firstFamilyForm = 0x100000;  // identifiers from here on name family and member
 constexpr std::int32_t wichmannHillFamily = 4;
 constexpr std::int32_t wichmannHillMembers = 273;
 constexpr std::int32_t firstWichmannHillRow = 4;  // of the member table
+constexpr std::int32_t mostSavedWords = 625;
+
+static inline bool namesFamily(std::int32_t brngId) {
+  return brngId >= firstFamilyForm;
+}
+
+static inline std::int32_t memberOf(std::int32_t brngId) {
+  if (namesFamily(brngId)) return brngId & (firstFamilyForm - 1);
+  const std::int32_t member = brngId - firstWichmannHillRow;
+  return member >= 0 && member < wichmannHillMembers ? member : 0;
+}
+
+static inline std::int32_t identifierOf(const BrngRecord& record, std::int32_t member) {
+  return (record.family + 1) * firstFamilyForm + member;
+}
 
 // The rows of the member table repeat rows of the family table: memberRow[i] is the family of row i.
 struct BrngRegistry {

@@ -15,18 +15,21 @@ extern const BrngRecord mt19937Record;
 extern const BrngRecord mt2203Record;
 extern const BrngRecord sfmt19937Record;
 extern const BrngRecord rdrandRecord;
+extern const BrngRecord scrambledSobolRecord;
+extern const BrngRecord sobolTableRecord;
 
 namespace {
 
 // A family that a caller's buffer would feed: no stream of it can exist.
 template <std::int32_t number, std::uint32_t bytes>
-constexpr BrngRecord bufferFed = {number, 1, bytes, 0, 1, 4, 32, nullptr};
+constexpr BrngRecord bufferFed = {number, 1, bytes, 0, 1, 4, 32, nullptr, nullptr, 0, RSG_SPLIT_NONE};
 
 // In the order of their numbers.
 constexpr const BrngRecord* families[] = {
-    &mcg31Record,       &r250Record,         &mrg32k3aRecord,  &mcg59Record,  &wichmannHillRecord,
-    &sobolRecord,       &niederreiterRecord, &mt19937Record,   &mt2203Record, &bufferFed<9, 40>,
-    &bufferFed<10, 56>, &bufferFed<11, 48>,  &sfmt19937Record, &rdrandRecord,
+    &mcg31Record,        &r250Record,       &mrg32k3aRecord,       &mcg59Record,
+    &wichmannHillRecord, &sobolRecord,      &niederreiterRecord,   &mt19937Record,
+    &mt2203Record,       &bufferFed<9, 40>, &bufferFed<10, 56>,    &bufferFed<11, 48>,
+    &sfmt19937Record,    &rdrandRecord,     &scrambledSobolRecord, &sobolTableRecord,
 };
 
 template <std::int32_t n>

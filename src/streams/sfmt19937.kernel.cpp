@@ -92,6 +92,21 @@ struct Sfmt19937 : WordOutputs<WordMapping::signedWord, true> {
     standAt(stream, size);
   }
 
+  static constexpr std::int32_t savedWords = size + 1;
+
+  static void save(const Stream& stream, std::uint32_t* words) {
+    __builtin_memcpy(words, stream.sfmt, sizeof stream.sfmt);
+    words[size] = static_cast<std::uint32_t>(positionOf(stream));
+  }
+
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    __builtin_memcpy(stream.sfmt, words, sizeof stream.sfmt);
+    const std::uint32_t position = words[size];
+    if (position < 1 || position > size || !anySet(words, size)) return false;
+    standAt(stream, position);
+    return true;
+  }
+
   static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
     if (outputs == 0) return RSG_STATUS_OK;
     std::int64_t position = positionOf(stream);
@@ -120,6 +135,9 @@ const BrngRecord sfmt19937Record = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<Sfmt19937>,
+    .name = "SFMT19937",
+    .usedSeeds = 0,
+    .split = RSG_SPLIT_SKIP,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -46,6 +46,9 @@ const BrngRecord sobolRecord = {
     .wordSize = 4,
     .bitCount = 32,
     .operations = &operationsOf<Generator>,
+    .name = "Sobol",
+    .usedSeeds = 1,
+    .split = RSG_SPLIT_SKIP,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

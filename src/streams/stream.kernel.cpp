@@ -12,13 +12,9 @@ std::int32_t newStream(RsgStream** stream, std::int32_t brngId, std::int64_t see
                        const std::uint32_t* seeds) {
   if (!isUsable(brngId)) return RSG_ERROR_GENERATOR;
   const BrngRecord& record = recordOf(brngId);
-  auto* const created = static_cast<RsgStream*>(rvnMalloc(record.stateSize, blockAlignment));
+  RsgStream* const created = makeStream(record, brngId);
   *stream = created;
   if (created == nullptr) return RSG_ERROR_MEMORY;
-  created->brngId = brngId;
-  created->resourcesSlot = 0;
-  created->resources = nullptr;
-  created->validMark = 1;
   return record.operations->stateOp(stateSeed, created, seedCount, seeds);
 }
 
@@ -62,9 +58,15 @@ std::int32_t uniform(std::int32_t method, RsgStream* stream, std::int64_t n, dou
   return fill(stream, n, r, a, b);
 }
 
+const BrngRecord* find(std::int32_t brngId) {
+  return isUsable(brngId) ? &recordOf(brngId) : nullptr;
+}
+
 }  // namespace
 
+extern const ValueKernels valueKernels;
+
 extern const StreamKernels streamKernels;
-const StreamKernels streamKernels = {newStream, deleteStream, uniform, &brngRegistry};
+const StreamKernels streamKernels = {newStream, deleteStream, uniform, &brngRegistry, find, &valueKernels};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

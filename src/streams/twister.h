@@ -85,6 +85,20 @@ struct Twister : WordOutputs<WordMapping::unsignedWord, Rule::fuses> {
     fillOneFromBlock(Block(*reinterpret_cast<Stream*>(header)), out);
   }
 
+  static constexpr std::int32_t savedWords = size + 1;
+
+  static void save(const Stream& stream, std::uint32_t* words) {
+    __builtin_memcpy(words, stream.mt, sizeof stream.mt);
+    words[size] = static_cast<std::uint32_t>(stream.index);
+  }
+
+  // Of the first word only the upper bits are part of the state, which is never zero.
+  static bool restoreWords(Stream& stream, const std::uint32_t* words) {
+    __builtin_memcpy(stream.mt, words, sizeof stream.mt);
+    stream.index = static_cast<std::int32_t>(words[size]);
+    return words[size] <= size && ((words[0] & ~Rule::lowerMask) != 0 || anySet(words + 1, size - 1));
+  }
+
   // The stream goes on with word `position` from the array's start on, counted over renewals.
   static void standAt(Stream& stream, std::int64_t position) {
     const Rule rule(stream);

@@ -156,6 +156,22 @@ struct WichmannHill {
     }
   }
 
+  static constexpr std::int32_t savedWords = 2 * components;
+
+  static void save(const Stream& stream, std::uint32_t* words) {
+    __builtin_memcpy(words, stream.x, sizeof stream.x);
+    __builtin_memcpy(words + components, stream.mult, sizeof stream.mult);
+  }
+
+  static bool restore(Stream& stream, const std::uint32_t* words) {
+    __builtin_memcpy(stream.x, words, sizeof stream.x);
+    __builtin_memcpy(stream.mult, words + components, sizeof stream.mult);
+    const std::uint32_t* const m = moduli(stream);
+    for (int j = 0; j < components; ++j)
+      if (stream.x[j] - 1 >= m[j] - 1 || stream.mult[j] - 1 >= m[j] - 1) return false;
+    return true;
+  }
+
   static std::int32_t skip(Stream& stream, std::uint64_t outputs) {
     const std::uint32_t* const m = moduli(stream);
     for (int j = 0; j < components; ++j) {
@@ -237,6 +253,11 @@ const BrngRecord wichmannHillRecord = {
     .wordSize = 16,
     .bitCount = 24,
     .operations = &operationsOf<WichmannHill>,
+    .name = "Wichmann-Hill",
+    .usedSeeds = components,
+    .split = RSG_SPLIT_MEMBERS,
+    .outputOffset = 0.0,
+    .outputModulus = 0.0,
 };
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

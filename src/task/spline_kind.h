@@ -40,7 +40,8 @@ enum EndSet : std::uint32_t {
   givenEnds = 8,  // slopes and curvatures
   periodicEnds = 16,
   midpointEnds = 32,
-  splineEnds = notAKnotEnds | freeEnds | givenEnds | periodicEnds
+  mixedEnds = 64,  // one not-a-knot, one given
+  splineEnds = notAKnotEnds | freeEnds | givenEnds | mixedEnds | periodicEnds
 };
 
 struct EndType {
@@ -59,9 +60,13 @@ constexpr EndType endTypes[] = {
     {DF_END_LEFT_CURVATURE + DF_END_RIGHT_CURVATURE, {EndKind::curvature, EndKind::curvature}, givenEnds},
     {DF_END_PERIODIC, {EndKind::periodic, EndKind::periodic}, periodicEnds},
     {DF_END_QUADRATIC_VALUE, {EndKind::midpoint, EndKind::midpoint}, midpointEnds},
+    {DF_END_NOT_A_KNOT_SLOPE, {EndKind::notAKnot, EndKind::slope}, mixedEnds},
+    {DF_END_NOT_A_KNOT_CURVATURE, {EndKind::notAKnot, EndKind::curvature}, mixedEnds},
+    {DF_END_SLOPE_NOT_A_KNOT, {EndKind::slope, EndKind::notAKnot}, mixedEnds},
+    {DF_END_CURVATURE_NOT_A_KNOT, {EndKind::curvature, EndKind::notAKnot}, mixedEnds},
 };
 
-constexpr std::int64_t largestEndType = DF_END_QUADRATIC_VALUE;
+constexpr std::int64_t largestEndType = DF_END_CURVATURE_NOT_A_KNOT;
 
 struct EndTypePlaces {
   std::int8_t of[largestEndType + 1];  // of a boundary type in endTypes, -1: none
@@ -105,7 +110,7 @@ struct SplineKind {
   std::int32_t internal =
       DF_IC_NONE;          // slopes, curvatures: exactly these; knots: among others, and without an array
   std::uint32_t ends = 0;  // the EndSet that is served; 0: not looked at
-  std::uint32_t endsWithValues = givenEnds | midpointEnds;  // those that read bc
+  std::uint32_t endsWithValues = givenEnds | mixedEnds | midpointEnds;  // those that read bc
   ConstructMembers construct = {};
 };
 

@@ -25,6 +25,10 @@ inline Pair greaterOf(Pair a, Pair b) {
   return a > b ? a : b;
 }
 
+inline Pair squareRoot(Pair v) {
+  return Pair{__builtin_sqrt(v[0]), __builtin_sqrt(v[1])};
+}
+
 inline void storeAsInts(std::int32_t* to, Pair v) {
   const std::int32_t ints[2] = {static_cast<std::int32_t>(v[0]), static_cast<std::int32_t>(v[1])};
   __builtin_memcpy(to, ints, sizeof ints);

@@ -39,6 +39,10 @@ inline Pair greaterOf(Pair a, Pair b) {
   return _mm_max_pd(a, b);
 }
 
+inline Pair squareRoot(Pair v) {
+  return _mm_sqrt_pd(v);
+}
+
 inline void storeAsInts(std::int32_t* to, Pair v) {
   const __m128i ints = _mm_cvttpd_epi32(v);
   __builtin_memcpy(to, &ints, 8);
@@ -116,6 +120,10 @@ inline Quad greaterOf(Quad a, Quad b) {
   return _mm256_max_pd(a, b);
 }
 
+inline Quad squareRoot(Quad v) {
+  return _mm256_sqrt_pd(v);
+}
+
 #if defined(__AVX2__)
 inline FourWideWords multiplyHalves(FourWideWords a, FourWideWords b) {
   return (FourWideWords)_mm256_mul_epu32((__m256i)a, (__m256i)b);
@@ -147,6 +155,10 @@ inline Eight truncated(Eight v) {
 
 inline Eight greaterOf(Eight a, Eight b) {
   return _mm512_maskz_max_pd(0xFF, a, b);
+}
+
+inline Eight squareRoot(Eight v) {
+  return _mm512_maskz_sqrt_pd(0xFF, v);
 }
 
 inline EightWideWords multiplyHalves(EightWideWords a, EightWideWords b) {

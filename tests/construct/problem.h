@@ -32,14 +32,14 @@ inline const std::vector<Family>& families() {
   static const std::vector<Family> table = {
       {"linear", 2, 0, 2, 0, {0}, 0},
       {"quadratic", 3, 0, 2, 0, {128}, -1},
-      {"second derivatives", 4, 0, 3, 2, {1, 2, 12, 36, 24, 48, 64}, 0},
-      {"natural", 4, 2, 3, 0, {1, 2, 12, 36, 24, 48, 64}, -1},
-      {"hermite", 4, 3, 3, 1, {1, 2, 12, 36, 24, 48, 64}, 0},
-      {"bessel", 4, 4, 4, 0, {1, 2, 12, 36, 24, 48, 64}, 1},
-      {"akima", 4, 5, 5, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 2},
-      {"modified akima", 4, 0x101, 5, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 2},
-      {"pchip", 4, 0x102, 3, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 1},
-      {"steffen", 4, 0x103, 3, 0, {1, 2, 12, 36, 24, 48, 64, 0}, 1},
+      {"second derivatives", 4, 0, 3, 2, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64}, 0},
+      {"natural", 4, 2, 3, 0, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64}, -1},
+      {"hermite", 4, 3, 3, 1, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64}, 0},
+      {"bessel", 4, 4, 4, 0, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64}, 1},
+      {"akima", 4, 5, 5, 0, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64, 0}, 2},
+      {"modified akima", 4, 0x101, 5, 0, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64, 0}, 2},
+      {"pchip", 4, 0x102, 3, 0, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64, 0}, 1},
+      {"steffen", 4, 0x103, 3, 0, {1, 2, 12, 36, 24, 48, 0x108, 0x120, 0x204, 0x210, 64, 0}, 1},
       {"subbotin", 3, 1, 3, 8, {12, 36, 24, 48}, -1},
   };
   return table;
@@ -219,7 +219,8 @@ inline void requireEnd(const Problem& p, const double* y, const support::Row& sl
   const auto slopeOrCurvature = [&](int derivative, long double value) {
     dense.require(dense.term(cell, p.x[at], derivative), value);
   };
-  switch (p.bcType) {
+  const bool knot = p.bcType == DF_END_NOT_A_KNOT || (p.bcType & (left ? 0x100 : 0x200)) != 0;
+  switch (knot ? std::int32_t{DF_END_NOT_A_KNOT} : p.bcType) {
     case DF_END_NOT_A_KNOT: {
       const long double chord = (static_cast<long double>(y[third]) - y[at]) / (p.x[third] - p.x[at]);
       if (p.uniform && !given) {
@@ -227,7 +228,7 @@ inline void requireEnd(const Problem& p, const double* y, const support::Row& sl
                       dense.term(cell, p.x[inner], 1, local ? 2.0L : 1.0L), chord);
       } else if (local) {
         dense.require(dense.term(cell, p.x[third], 0), y[third]);
-      } else if (given && n == 3) {
+      } else if (given && n == 3 && p.bcType == DF_END_NOT_A_KNOT) {
         slopeOrCurvature(3, 0.0L);
       } else {
         dense.join(cell, beside, p.x[inner], 3);

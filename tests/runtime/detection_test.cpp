@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "dispatch/kernel_slot.h"
+#include "dispatch/solver_kernels.h"
 #include "runtime/cpu_features.h"
 #include "runtime/cpu_level.h"
 #include "runtime/fake_machine.h"
@@ -19,6 +20,8 @@
 #include "runtime/messages.h"
 #include "runtime/reproducibility.h"
 #include "support/printed.h"
+
+#include <ravenfit/tools.h>
 
 namespace {
 
@@ -237,6 +240,8 @@ TEST(Detection, EnvironmentOverridesDetection) {
       {other, anyVendor, "0", 9, 7},
       {other, anyVendor, "yes, please", 9, 7},
       {other, anyVendor, "", 2, 5},
+      {other, "RVN_BEST_LEVEL", "no", 9, 7},
+      {other, "RVN_BEST_LEVEL", "", 2, 5},
   };
   for (const auto& c : cases) {
     boot(c.processor, {{c.variable, c.value}});
@@ -251,12 +256,47 @@ TEST(Detection, EnvironmentOverridesDetection) {
   EXPECT_EQ(rvn::cpuLevel(), 4);
 }
 
+// The call reaches slots that were filled before, and leaves alone what the environment pins.
+TEST(Detection, BestLevelByACall) {
+  const struct {
+    FakeProcessor processor;
+    std::map<std::string, std::string> environment;
+    std::int32_t level;
+    std::int32_t solverClass;
+  } cases[] = {
+      {otherVendor(haswell), {}, 9, 7},
+      {otherVendor(sandyBridge), {}, 8, 6},
+      {otherVendor(northwood), {}, 3, 2},
+      {haswell, {}, 9, 7},
+      {otherVendor(haswell), {{"RVN_KERNEL_LEVEL_FORCE", "5"}}, 5, 7},
+      {otherVendor(haswell), {{"RVN_KERNEL_LEVEL_FORCE", "."}}, 0, 7},
+      {otherVendor(haswell), {{"RVN_DEBUG_CPU_TYPE", "4"}}, 9, 4},
+      {otherVendor(haswell), {{"RVN_CBWR", "SSE4_2"}}, 7, 5},
+      {otherVendor(haswell), {{"RVN_CBWR", "COMPATIBLE"}}, 1, 2},
+  };
+  static rvn::KernelSlot<const rvn::LevelTable*> slot{nullptr};
+  const auto table = [](const rvn::LevelTable& t) { return &t; };
+  for (const auto& c : cases) {
+    for (const bool before : {false, true}) {
+      boot(c.processor, c.environment);
+      slot.kernel = nullptr;
+      if (before) rvn::loadKernel(slot, table);
+      if (before) rvn::solverKernels();
+      EXPECT_EQ(rvnUseBestLevel(), c.level);
+      EXPECT_EQ(rvn::loadKernel(slot, table), rvn::levelTables[c.level]);
+      EXPECT_EQ(rvn::solverCpuType(), c.solverClass);
+      EXPECT_EQ(&rvn::solverKernels(), rvn::solverOfClass(c.solverClass));
+    }
+  }
+}
+
 TEST(Detection, LevelOutsideTheTableLeavesTheSlotEmpty) {
   const auto table = [](const rvn::LevelTable& t) { return &t; };
   for (const std::int32_t level : {-2, 12, 0, 1, 5}) {
     boot(haswell);
     rvn::cpuState.level = level;
-    rvn::KernelSlot<const rvn::LevelTable*> slot{nullptr};
+    static rvn::KernelSlot<const rvn::LevelTable*> slot{nullptr};
+    slot.kernel = nullptr;
     const bool inside = level >= 0 && level <= 9;
     const rvn::LevelTable* const expected = rvn::levelTables[inside ? level : 0];
     EXPECT_EQ(rvn::loadKernel(slot, table), expected);

@@ -23,6 +23,7 @@ void boot(const FakeProcessor& processor, const std::map<std::string, std::strin
   rvn::cpuState.solverType = -1;
   rvn::cpuState.detectedType = -1;
   rvn::cpuState.forcedSolverType = -1;
+  rvn::vendorRule.ignored = false;
   rvn::cpuFeatures.mask = 0;
   rvn::cbwrState.mode = 0;
   rvn::cbwrState.read = -1;

@@ -29,7 +29,8 @@ TEST(FirstUseThreads, RacingThreadsAgree) {
     rvn::cpuFeatures.mask = 0;
     rvn::cbwrState.mode = 0;
     rvn::cbwrState.read = -1;
-    rvn::KernelSlot<const rvn::LevelTable*> slot{nullptr};
+    static rvn::KernelSlot<const rvn::LevelTable*> slot{nullptr};
+    slot.kernel = nullptr;
     std::vector<std::thread> running;
     for (int i = 0; i < 4; ++i)
       running.emplace_back([&, i] {

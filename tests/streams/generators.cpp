@@ -126,8 +126,12 @@ std::vector<std::size_t> edges() {
   return all;
 }
 
+const rvn::BrngRecord& registeredGenerator(std::int32_t brngId) {
+  return *rvn::levelTables[rvn::cpuLevel()]->streams->registry->family[(brngId >> 20) - 1];
+}
+
 GeneratorStream::GeneratorStream(std::int32_t brngId, const Seeds& seeds)
-    : record_(*rvn::levelTables[rvn::cpuLevel()]->streams->registry->family[(brngId >> 20) - 1]) {
+    : record_(registeredGenerator(brngId)) {
   EXPECT_EQ(rsgNewStream(&stream_, brngId, seeds.empty() ? 1 : seeds[0]), RSG_STATUS_OK);
   if (seeds.size() != 1) {
     EXPECT_EQ(stateOp(rvn::stateSeed, static_cast<std::int64_t>(seeds.size()), seeds), RSG_STATUS_OK);

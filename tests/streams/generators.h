@@ -32,6 +32,9 @@ struct Generator {
 const std::vector<Generator>& generators();
 const Generator& generator(const std::string& name);
 
+// The record of the level of this run.
+const rvn::BrngRecord& registeredGenerator(std::int32_t brngId);
+
 // Positions around which blocks, rings and state arrays of some generator end.
 std::vector<std::size_t> edges();
 

@@ -172,25 +172,25 @@ TEST(TaskEdit, StoresUpToTheFirstBadArgument) {
 
 TEST(TaskLifecycle, EveryFailedAllocationLeavesADestroyableTask) {
   const std::vector<double> x = {0.0, 1.0, 2.0, 3.0};
-  const std::vector<double> y = {1.0, 2.0, 0.0, 1.0};
+  const std::vector<double> y = {1.0, 2.0, 0.0, 1.0, 0.0, 1.0, 2.0, 5.0};
   const double site = 1.5;
   std::int32_t status = DF_ERROR_MEMORY;
   int n = 0;
   while (status == DF_ERROR_MEMORY) {
-    std::vector<double> coeff(12, -77.0);
-    double result = -77.0;
+    std::vector<double> coeff(24, -77.0);
+    double result[2] = {};
     DfTask* task = nullptr;
     const support::FailingHeap heap(++n);
-    status = dfTaskCreate(&task, 4, x.data(), 0, 1, y.data(), 0);
+    status = dfTaskCreate(&task, 4, x.data(), 0, 2, y.data(), 0);
     const bool created = task != nullptr;
     if (status == DF_STATUS_OK)
       status = dfTaskEditSpline(task, 4, 2, 1, nullptr, 0, nullptr, coeff.data(), 0);
     if (status == DF_STATUS_OK) {
       status = dfTaskConstruct(task, 0, 0);
-      EXPECT_EQ(coeff == std::vector<double>(12, -77.0), status != DF_STATUS_OK);
+      EXPECT_EQ(coeff == std::vector<double>(24, -77.0), status != DF_STATUS_OK);
     }
     if (status == DF_STATUS_OK)
-      status = dfTaskInterpolate(task, 1, 1, 1, &site, 1, 0, nullptr, nullptr, &result, 0, nullptr);
+      status = dfTaskInterpolate(task, 1, 1, 1, &site, 1, 0, nullptr, nullptr, result, 0, nullptr);
     EXPECT_EQ(dfTaskDestroy(&task), created ? DF_STATUS_OK : DF_ERROR_NULL_TASK);
     EXPECT_EQ(heap.live(), 0);
     EXPECT_EQ(status, heap.failed() ? DF_ERROR_MEMORY : DF_STATUS_OK) << "allocation " << n;

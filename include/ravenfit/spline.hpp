@@ -1,0 +1,845 @@
+#ifndef RAVENFIT_SPLINE_HPP
+#define RAVENFIT_SPLINE_HPP
+
+// Splines for C++. Included by ravenfit.hpp.
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <ravenfit/data_fitting.h>
+#include <ravenfit/smoothing.h>
+#include <ravenfit/spline_tools.h>
+#include <ravenfit/view.hpp>
+
+namespace ravenfit {
+
+// ---- what a spline is to be ----
+
+// One end of a spline.
+struct end_condition {
+  enum type { own, not_a_knot, free, slope, curvature, periodic };
+  type kind = own;
+  double value = 0.0;
+};
+
+// What the kind does by itself: for Akima's kinds, PCHIP and Steffen.
+inline end_condition own_end() {
+  return {end_condition::own, 0.0};
+}
+// The third derivative is continuous at the breakpoint beside the end.
+inline end_condition not_a_knot() {
+  return {end_condition::not_a_knot, 0.0};
+}
+// Second derivative 0.
+inline end_condition free_end() {
+  return {end_condition::free, 0.0};
+}
+inline end_condition slope(double value) {
+  return {end_condition::slope, value};
+}
+// Second derivative.
+inline end_condition curvature(double value) {
+  return {end_condition::curvature, value};
+}
+
+// What a spline is outside its partition; see dfTaskSetOutside for each.
+enum class outside_mode {
+  proceed = DF_OUTSIDE_CONTINUE,
+  clamp = DF_OUTSIDE_CLAMP,
+  constant = DF_OUTSIDE_CONSTANT,
+  nan = DF_OUTSIDE_NAN,
+  wrap = DF_OUTSIDE_WRAP,
+  refuse = DF_OUTSIDE_REFUSE
+};
+constexpr outside_mode proceed = outside_mode::proceed;
+constexpr outside_mode clamp = outside_mode::clamp;
+constexpr outside_mode wrap = outside_mode::wrap;
+constexpr outside_mode refuse = outside_mode::refuse;
+
+// The kind of a spline and everything that is set of it. Made by the functions below; setters change one thing each and
+// return the whole, so that they chain.
+class spline_options {
+ public:
+  spline_options(int order, int kind, end_condition ends)
+      : order_(order), kind_(kind), left_(ends), right_(ends) {}
+
+  spline_options& left(end_condition end) { return left_ = end, *this; }
+  spline_options& right(end_condition end) { return right_ = end, *this; }
+  spline_options& ends(end_condition end) { return left(end).right(end); }
+  // Value, and slope and curvature as far as the kind has them, agree at both ends.
+  spline_options& periodic() { return ends({end_condition::periodic, 0.0}); }
+  spline_options& outside(outside_mode mode) { return below(mode).above(mode); }
+  spline_options& outside(double value) { return outside_value_ = value, outside(outside_mode::constant); }
+  spline_options& below(outside_mode mode) { return below_ = mode, *this; }
+  spline_options& above(outside_mode mode) { return above_ = mode, *this; }
+  // y holds the values of all functions at a breakpoint side by side; otherwise those of a function.
+  spline_options& by_breakpoint() { return by_breakpoint_ = true, *this; }
+  // Breakpoints are taken as they are: not tested, no structure looked for.
+  spline_options& unchecked() { return unchecked_ = true, *this; }
+
+ private:
+  friend class spline;
+  friend spline_options hermite(view<const double> slopes);
+  friend spline_options second_derivatives(view<const double> values);
+  friend spline_options quadratic(double midpoint);
+  friend spline_options smoothing(double lambda, view<const double> weights);
+  friend spline_options smoothing(view<const double> weights);
+
+  int order_;
+  int kind_;
+  end_condition left_;
+  end_condition right_;
+  outside_mode below_ = outside_mode::proceed;
+  outside_mode above_ = outside_mode::proceed;
+  double outside_value_ = 0.0;
+  bool by_breakpoint_ = false;
+  bool unchecked_ = false;
+  int smooth_method_ = -1;
+  double lambda_ = 0.0;
+  std::vector<double> inner_;  // slopes, second derivatives, the midpoint value, weights
+};
+
+// Cubic with continuous second derivative; free ends unless set otherwise.
+inline spline_options cubic() {
+  return {DF_ORDER_CUBIC, DF_KIND_NATURAL, free_end()};
+}
+inline spline_options linear() {
+  return {DF_ORDER_LINEAR, DF_KIND_DEFAULT, own_end()};
+}
+inline spline_options akima() {
+  return {DF_ORDER_CUBIC, DF_KIND_AKIMA, own_end()};
+}
+inline spline_options modified_akima() {
+  return {DF_ORDER_CUBIC, DF_KIND_MODIFIED_AKIMA, own_end()};
+}
+inline spline_options pchip() {
+  return {DF_ORDER_CUBIC, DF_KIND_PCHIP, own_end()};
+}
+inline spline_options steffen() {
+  return {DF_ORDER_CUBIC, DF_KIND_STEFFEN, own_end()};
+}
+inline spline_options bessel() {
+  return {DF_ORDER_CUBIC, DF_KIND_BESSEL, not_a_knot()};
+}
+// Parabolas that join at the midpoints of cells; slopes or curvatures must be given at both ends.
+inline spline_options subbotin() {
+  return {DF_ORDER_QUADRATIC, DF_KIND_SUBBOTIN, curvature(0.0)};
+}
+// Parabolas with a continuous slope, from the value at the midpoint of the first cell.
+inline spline_options quadratic(double midpoint) {
+  spline_options made(DF_ORDER_QUADRATIC, DF_KIND_DEFAULT, own_end());
+  made.inner_.assign(1, midpoint);
+  return made;
+}
+// Cubic from given slopes at all breakpoints, nx for each function one after another; or, for one function, at the
+// interior ones.
+inline spline_options hermite(view<const double> slopes) {
+  spline_options made(DF_ORDER_CUBIC, DF_KIND_HERMITE, free_end());
+  made.inner_.assign(slopes.begin(), slopes.end());
+  return made;
+}
+// Cubic from given second derivatives at the nx - 2 interior breakpoints.
+inline spline_options second_derivatives(view<const double> values) {
+  spline_options made(DF_ORDER_CUBIC, DF_KIND_DEFAULT, free_end());
+  made.inner_.assign(values.begin(), values.end());
+  return made;
+}
+// Smoothing spline for values with noise; weights may be left out. See ravenfit/smoothing.h on lambda.
+inline spline_options smoothing(double lambda, view<const double> weights = {}) {
+  spline_options made(DF_ORDER_CUBIC, DF_KIND_NATURAL, free_end());
+  made.smooth_method_ = DF_SMOOTH_LAMBDA;
+  made.lambda_ = lambda;
+  made.inner_.assign(weights.begin(), weights.end());
+  return made;
+}
+// The same with lambda by generalised cross-validation.
+inline spline_options smoothing(view<const double> weights = {}) {
+  spline_options made = smoothing(0.0, weights);
+  made.smooth_method_ = DF_SMOOTH_GCV;
+  return made;
+}
+
+namespace detail {
+
+// Whatever holds numbers side by side, as a view of its own type.
+template <class C>
+auto numbers(const C& c) -> view<const std::remove_cv_t<std::remove_pointer_t<decltype(c.data())>>> {
+  return {c.data(), static_cast<std::size_t>(c.size())};
+}
+template <class T, std::size_t n>
+view<const T> numbers(const T (&array)[n]) {
+  return {array, n};
+}
+
+template <class C>
+std::vector<double> doubles(const C& c) {
+  const auto from = numbers(c);
+  return std::vector<double>(from.begin(), from.end());
+}
+
+inline std::string number(double value) {
+  char text[32];
+  for (int digits = 6; digits <= 17; ++digits) {
+    std::snprintf(text, sizeof text, "%.*g", digits, value);
+    if (std::strtod(text, nullptr) == value || value != value) break;
+  }
+  return text;
+}
+
+inline std::string element(const char* name, std::ptrdiff_t i, double value) {
+  return std::string(name) + "[" + std::to_string(i) + "] = " + number(value);
+}
+
+struct destroy_task {
+  void operator()(DfTask* task) const { dfTaskDestroy(&task); }
+};
+
+constexpr std::size_t most_in_a_call = std::size_t{1} << 30;
+constexpr std::size_t block_of_sites = 4096;
+
+}  // namespace detail
+
+// ---- splines ----
+
+// One function or several over one partition, with their coefficients. Owns its data; moving is cheap, copying copies.
+// const members may be called by many threads at once.
+class spline {
+ public:
+  // An object that nothing can be asked of; so is one that was moved from.
+  spline() = default;
+
+  // x: nx breakpoints, ascending. y: nx values for every function, one function after another unless the options say
+  // otherwise. Both may be anything contiguous, of any type that converts to double; they are copied.
+  template <class X, class Y>
+  spline(const X& x, const Y& y, const spline_options& options = cubic())
+      : spline(try_make(x, y, options).value()) {}
+
+  template <class X, class Y>
+  static result<spline> try_make(const X& x, const Y& y, const spline_options& options = cubic()) {
+    detail::settle_level();
+    spline made;
+    made.state_ = std::make_unique<state>(options);
+    made.state_->own_x = detail::doubles(x);
+    made.state_->own_y = detail::doubles(y);
+    made.state_->x = made.state_->own_x;
+    made.state_->y = made.state_->own_y;
+    status s = made.state_->make();
+    if (!s.ok()) return s;
+    return made;
+  }
+
+  spline(spline&&) = default;
+  spline& operator=(spline&&) = default;
+  spline(const spline& other) { *this = other; }
+  spline& operator=(const spline& other) {
+    if (this != &other) state_ = other.state_ == nullptr ? nullptr : other.state_->copy();
+    return *this;
+  }
+
+  std::size_t functions() const { return has_state() ? state_->ny : 0; }
+  view<const double> breakpoints() const { return has_state() ? state_->x : view<const double>(); }
+  std::pair<double, double> domain() const {
+    detail::check(usable());
+    return {state_->x[0], state_->x[state_->x.size() - 1]};
+  }
+  // Coefficients a cell: 2 to 4, one more for every antiderivative.
+  int order() const { return has_state() ? state_->order : 0; }
+  // Row f holds those of function f, `order` for each cell in ascending powers of the distance to its left end.
+  view<const double> coefficients() const {
+    return has_state() ? view<const double>(state_->coeff) : view<const double>();
+  }
+  // Of a smoothing spline, of every function.
+  view<const double> lambdas() const {
+    return has_state() ? view<const double>(state_->lambdas) : view<const double>();
+  }
+  // For what the C operations offer beyond this class; stays the spline's.
+  const DfTask* task() const { return has_state() ? state_->task.get() : nullptr; }
+
+  // The value of one function.
+  double operator()(double site, std::size_t function = 0) const { return one(site, 0, function); }
+  // Derivative k, 1 unless said otherwise; 0.0 beyond the degree.
+  double derivative(double site, int k = 1, std::size_t function = 0) const { return one(site, k, function); }
+
+  // Derivatives K at all sites, in ascending order of K: a vector each, which at<0, 1>() returns as an array for
+  // structured bindings; with several functions, those of a function one after another. No K means values.
+  template <int... K, class Sites>
+  auto at(const Sites& sites) const {
+    constexpr std::size_t count = sizeof...(K) == 0 ? 1 : sizeof...(K);
+    const auto where = detail::numbers(sites);
+    const std::size_t rows = functions();
+    std::vector<double> all(count * rows * where.size());
+    at<K...>(sites, view<double>(all));
+    if constexpr (count == 1) {
+      return all;
+    } else {
+      std::array<std::vector<double>, count> parts;
+      for (std::size_t k = 0; k < count; ++k)
+        for (std::size_t f = 0; f < rows; ++f) {
+          const double* const from = all.data() + (f * count + k) * where.size();
+          parts[k].insert(parts[k].end(), from, from + where.size());
+        }
+      return parts;
+    }
+  }
+
+  // The same into an array: result of function f, packed derivative k of nk, site i at out[(f * nk + k) * n + i].
+  template <int... K, class Sites>
+  void at(const Sites& sites, view<double> out) const {
+    detail::check(try_at<K...>(sites, out));
+  }
+  template <int... K, class Sites>
+  status try_at(const Sites& sites, view<double> out) const {
+    return evaluate(detail::numbers(sites), orders<K...>(), layout::rows, out);
+  }
+
+  // Channels side by side: out[(i * nk + k) * functions + f].
+  template <int... K, class Sites>
+  void by_site(const Sites& sites, view<double> out) const {
+    detail::check(try_by_site<K...>(sites, out));
+  }
+  template <int... K, class Sites>
+  status try_by_site(const Sites& sites, view<double> out) const {
+    return evaluate(detail::numbers(sites), orders<K...>(), layout::by_site, out);
+  }
+
+  // From a to b, in any order, also outside.
+  double integral(double a, double b, std::size_t function = 0) const {
+    detail::check(usable(function));
+    std::vector<double> all(functions());
+    detail::check(try_integrals({&a, 1}, {&b, 1}, all));
+    return all[function];
+  }
+  // One for each pair and function: out[f * n + i].
+  status try_integrals(view<const double> a, view<const double> b, view<double> out) const {
+    if (status s = usable(); !s.ok()) return s;
+    if (a.size() != b.size()) return refuse_size("limits", b.size(), a.size());
+    if (out.size() != a.size() * functions())
+      return refuse_size("integrals", out.size(), a.size() * functions());
+    return in_parts(a.size(), functions(), layout::rows, out,
+                    [&](std::size_t from, std::size_t count, double* r, int rhint) {
+                      return dfTaskIntegrate(state_->task.get(), static_cast<std::int32_t>(count),
+                                             a.data() + from, b.data() + from, r, rhint);
+                    });
+  }
+
+  // All sites, ascending, at which a function has a value: of the domain, or of [a, b].
+  std::vector<double> solve(double value, std::size_t function = 0) const {
+    const auto [a, b] = domain();
+    return solve(value, a, b, function);
+  }
+  std::vector<double> solve(double value, double a, double b, std::size_t function = 0) const {
+    return std::move(try_solve(value, a, b, function)).value();
+  }
+  result<std::vector<double>> try_solve(double value, double a, double b, std::size_t function = 0) const {
+    if (status s = usable(function); !s.ok()) return s;
+    std::vector<double> sites(8);
+    for (;;) {
+      std::int64_t count = 0;
+      const int code = dfTaskSolve(state_->task.get(), static_cast<std::int32_t>(function), value, a, b,
+                                   static_cast<std::int64_t>(sites.size()), sites.data(), &count);
+      if (code != DF_STATUS_OK) return status{code, RVN_DOMAIN_FIT, -1, {}};
+      const bool complete = static_cast<std::size_t>(count) <= sites.size();
+      sites.resize(static_cast<std::size_t>(count));
+      if (complete) return sites;
+    }
+  }
+  std::vector<double> roots(std::size_t function = 0) const { return solve(0.0, function); }
+
+  // The inverse of a monotone function: the smallest site for each value, NaN where it is not reached.
+  std::vector<double> inverse(view<const double> values, std::size_t function = 0) const {
+    std::vector<double> sites(values.size());
+    detail::check(try_inverse(values, sites, function));
+    return sites;
+  }
+  status try_inverse(view<const double> values, view<double> sites, std::size_t function = 0) const {
+    if (status s = usable(function); !s.ok()) return s;
+    if (sites.size() != values.size()) return refuse_size("sites", sites.size(), values.size());
+    return in_parts(values.size(), 1, layout::rows, sites,
+                    [&](std::size_t from, std::size_t count, double* r, int) {
+                      return dfTaskInverse(state_->task.get(), static_cast<std::int32_t>(function),
+                                           static_cast<std::int32_t>(count), values.data() + from, r);
+                    });
+  }
+
+  // As splines over the same breakpoints; the antiderivative is 0 at the first one. Outside, they refuse and give NaN as
+  // this one does, the derivative repeats itself as this one does, and else the end polynomials go on.
+  spline antiderivative() const { return related(1, dfTaskAntiderivative); }
+  spline derivative_spline() const { return related(-1, dfTaskDerivative); }
+
+ private:
+  friend class spline_view;
+
+  enum class layout { rows, by_site };
+
+  struct state {
+    explicit state(const spline_options& options) : set(options), order(options.order_) {}
+
+    spline_options set;
+    int order;
+    std::vector<double> own_x;
+    std::vector<double> own_y;
+    view<const double> x;
+    view<const double> y;
+    std::size_t ny = 1;
+    std::vector<double> coeff;
+    std::vector<double> lambdas;
+    std::vector<double> knots;
+    double ends[2] = {};
+    double bc[2] = {};
+    std::int32_t xhint = DF_XHINT_NONE;
+    std::unique_ptr<DfTask, detail::destroy_task> task;
+
+    static status refused(int code, std::string detail = {}, std::ptrdiff_t index = -1) {
+      return {code, RVN_DOMAIN_FIT, index, std::move(detail)};
+    }
+
+    std::size_t nx() const { return x.size(); }
+    std::size_t row() const {
+      return static_cast<std::size_t>(order) * (nx() - (set.kind_ == DF_KIND_SUBBOTIN ? 0 : 1));
+    }
+    bool smooths() const { return set.smooth_method_ >= 0; }
+
+    status make() {
+      if (status s = check_sizes(); !s.ok()) return s;
+      if (status s = check_breakpoints(); !s.ok()) return s;
+      coeff.resize(row() * ny);
+      if (smooths()) {
+        if (status s = smooth(); !s.ok()) return s;
+      }
+      if (status s = create(); !s.ok()) return s;
+      return smooths() ? edit_for_evaluation() : construct();
+    }
+
+    status check_sizes() {
+      if (nx() < 2)
+        return refused(DF_ERROR_BREAKPOINT_COUNT,
+                       "a spline needs 2 breakpoints at least, and x has " + std::to_string(nx()));
+      if (nx() > INT32_MAX) return refused(DF_ERROR_MEMORY, "x has more than 2^31 - 1 breakpoints");
+      if (y.empty() || y.size() % nx() != 0)
+        return refused(DF_ERROR_FUNCTION_VALUES, "y must have " + std::to_string(nx()) +
+                                                     " values for every function, as x does; it has " +
+                                                     std::to_string(y.size()));
+      ny = y.size() / nx();
+      if (ny > INT32_MAX) return refused(DF_ERROR_MEMORY, "more than 2^31 - 1 functions");
+      const std::size_t given = set.inner_.size();
+      const auto wrong = [&](const char* what, std::size_t wanted) {
+        return refused(DF_ERROR_NULL_INTERNAL, std::string(what) + ": " + std::to_string(wanted) +
+                                                   " are needed, and " + std::to_string(given) +
+                                                   " are given");
+      };
+      if (set.kind_ == DF_KIND_HERMITE && given != nx() * ny && !(ny == 1 && given + 2 == nx()))
+        return wrong("slopes", nx() * ny);
+      if (set.order_ == DF_ORDER_CUBIC && set.kind_ == DF_KIND_DEFAULT && given + 2 != nx())
+        return wrong("second derivatives", nx() - 2);
+      if (smooths() && given != 0 && given != nx()) return wrong("weights", nx());
+      return {};
+    }
+
+    status check_breakpoints() {
+      ends[0] = x[0];
+      ends[1] = x[nx() - 1];
+      if (set.unchecked_) return {};
+      std::int32_t bad = -1;
+      if (dfCheckBreakpoints(static_cast<std::int32_t>(nx()), x.data(), &bad) != DF_STATUS_OK) {
+        const double value = x[static_cast<std::size_t>(bad)];
+        std::string text = detail::element("x", bad, value);
+        text +=
+            std::isfinite(value) && bad > 0
+                ? " does not exceed " + detail::element("x", bad - 1, x[static_cast<std::size_t>(bad - 1)])
+                : " is not finite";
+        return refused(DF_ERROR_BREAKPOINTS, text, bad);
+      }
+      find_structure();
+      return {};
+    }
+
+    // A uniform partition is one whose breakpoints are the equidistant ones within two roundings. Its not-a-knot rows
+    // do not reproduce even a line, so there the breakpoints are given one by one. On nearly uniform ones searches start
+    // from an estimate; a site on a breakpoint may then be served from its left, which only splines with a continuous
+    // second derivative do not show.
+    void find_structure() {
+      const double step = (ends[1] - ends[0]) / static_cast<double>(nx() - 1);
+      const double rounding = 0x1p-51 * std::max(std::fabs(ends[0]), std::fabs(ends[1]));
+      double off = 0.0;
+      for (std::size_t i = 0; i < nx(); ++i)
+        off = std::max(off, std::fabs(x[i] - (static_cast<double>(i) * step + ends[0])));
+      const bool knots_count =
+          set.left_.kind == end_condition::not_a_knot || set.right_.kind == end_condition::not_a_knot;
+      if (off <= rounding && !knots_count) {
+        xhint = DF_XHINT_UNIFORM;
+      } else if (off <= 0.05 * step && nx() > 2 && set.kind_ == DF_KIND_NATURAL && order == DF_ORDER_CUBIC) {
+        xhint = DF_XHINT_QUASI_UNIFORM;
+      }
+    }
+
+    std::int32_t yhint() const {
+      return set.by_breakpoint_ ? DF_VALUES_BY_BREAKPOINT : DF_VALUES_BY_FUNCTION;
+    }
+
+    status smooth() {
+      lambdas.resize(ny);
+      const int code = dfSmooth(static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(),
+                                xhint == DF_XHINT_UNIFORM ? DF_XHINT_UNIFORM : DF_XHINT_NONE,
+                                static_cast<std::int32_t>(ny), y.data(), yhint(),
+                                set.inner_.empty() ? nullptr : set.inner_.data(), set.smooth_method_,
+                                set.lambda_, lambdas.data(), coeff.data());
+      return code == DF_STATUS_OK ? status{} : refused(code);
+    }
+
+    status create() {
+      DfTask* made = nullptr;
+      const int code =
+          dfTaskCreate(&made, static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(),
+                       xhint, static_cast<std::int32_t>(ny), y.data(), yhint());
+      task.reset(made);
+      if (code != DF_STATUS_OK) return refused(code);
+      const int outside = dfTaskSetOutside(made, static_cast<int>(set.below_), static_cast<int>(set.above_),
+                                           set.outside_value_);
+      return outside == DF_STATUS_OK ? status{} : refused(outside);
+    }
+
+    // The DF_END_* of both ends, or -1; values go to bc.
+    int boundary_type() {
+      using e = end_condition;
+      if (set.kind_ == DF_KIND_DEFAULT && set.order_ == DF_ORDER_QUADRATIC) {
+        bc[0] = set.inner_[0];
+        return DF_END_QUADRATIC_VALUE;
+      }
+      const e left = set.left_;
+      const e right = set.right_;
+      bc[0] = left.value;
+      bc[1] = right.value;
+      if (left.kind == right.kind) {
+        if (left.kind == e::own) return DF_END_NONE;
+        if (left.kind == e::not_a_knot) return DF_END_NOT_A_KNOT;
+        if (left.kind == e::free && set.kind_ != DF_KIND_SUBBOTIN) return DF_END_FREE;
+        if (left.kind == e::periodic) return DF_END_PERIODIC;
+      }
+      // A free end beside another one is an end of curvature 0.
+      const auto bit = [](e::type kind, int slope, int curvature, int not_a_knot) {
+        if (kind == e::slope) return slope;
+        if (kind == e::curvature || kind == e::free) return curvature;
+        return kind == e::not_a_knot ? not_a_knot : -1;
+      };
+      constexpr int knot_first = int{DF_END_NOT_A_KNOT_SLOPE} - int{DF_END_RIGHT_SLOPE};
+      constexpr int knot_last = int{DF_END_SLOPE_NOT_A_KNOT} - int{DF_END_LEFT_SLOPE};
+      const int first = bit(left.kind, DF_END_LEFT_SLOPE, DF_END_LEFT_CURVATURE, knot_first);
+      const int second = bit(right.kind, DF_END_RIGHT_SLOPE, DF_END_RIGHT_CURVATURE, knot_last);
+      return first < 0 || second < 0 ? -1 : first + second;
+    }
+
+    status construct() {
+      const int type = boundary_type();
+      if (type < 0) return refused(DF_ERROR_BOUNDARY_CONDITION, "this kind has no such pair of ends");
+      if (set.kind_ == DF_KIND_HERMITE && set.inner_.size() == nx() * ny) return construct_hermite();
+      std::int32_t internal = DF_IC_NONE;
+      const double* ic = nullptr;
+      if (set.kind_ == DF_KIND_SUBBOTIN) {
+        internal = DF_IC_KNOTS;
+        knots.assign(1, x[0]);
+        for (std::size_t i = 1; i < nx(); ++i)
+          knots.push_back(x[i - 1] + 0.5 * (x[i] - x[i - 1]));
+        knots.push_back(x[nx() - 1]);
+        ic = knots.data();
+      } else if (set.kind_ == DF_KIND_HERMITE || (set.kind_ == DF_KIND_DEFAULT && order == DF_ORDER_CUBIC)) {
+        internal = set.kind_ == DF_KIND_HERMITE ? DF_IC_SLOPES : DF_IC_CURVATURES;
+        ic = set.inner_.data();
+      }
+      if (status s = edit(set.kind_, type, internal, ic); !s.ok()) return s;
+      if (const int code = dfTaskConstruct(task.get(), 0, 0); code != DF_STATUS_OK) return refused(code);
+      return set.kind_ == DF_KIND_SUBBOTIN ? edit_for_evaluation() : status{};
+    }
+
+    // Slopes of their own for every function: one task each, into its row.
+    status construct_hermite() {
+      if (nx() < 3) {
+        for (std::size_t f = 0; f < ny; ++f)
+          two_points(f);
+        return edit_for_evaluation();
+      }
+      std::vector<double> values(nx());
+      for (std::size_t f = 0; f < ny; ++f) {
+        for (std::size_t i = 0; i < nx(); ++i)
+          values[i] = set.by_breakpoint_ ? y[i * ny + f] : y[f * nx() + i];
+        const double* const m = set.inner_.data() + f * nx();
+        const double slopes[2] = {m[0], m[nx() - 1]};
+        DfTask* one = nullptr;
+        int code =
+            dfTaskCreate(&one, static_cast<std::int32_t>(nx()), xhint == DF_XHINT_UNIFORM ? ends : x.data(),
+                         xhint, 1, values.data(), DF_VALUES_DEFAULT);
+        const std::unique_ptr<DfTask, detail::destroy_task> guard(one);
+        if (code == DF_STATUS_OK)
+          code = dfTaskEditSpline(one, order, DF_KIND_HERMITE, DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, slopes,
+                                  DF_IC_SLOPES, m + 1, coeff.data() + f * row(), DF_COEFF_DEFAULT);
+        if (code == DF_STATUS_OK) code = dfTaskConstruct(one, 0, 0);
+        if (code != DF_STATUS_OK) return refused(code);
+      }
+      return edit_for_evaluation();
+    }
+
+    // The one cubic through two points with slopes.
+    void two_points(std::size_t f) {
+      const double left = set.by_breakpoint_ ? y[f] : y[2 * f];
+      const double right = set.by_breakpoint_ ? y[ny + f] : y[2 * f + 1];
+      const double* const m = set.inner_.data() + 2 * f;
+      const double r = 1.0 / (x[1] - x[0]);
+      const double d = (right - left) * r;
+      double* const c = coeff.data() + 4 * f;
+      c[0] = left;
+      c[1] = m[0];
+      c[2] = (3.0 * d - 2.0 * m[0] - m[1]) * r;
+      c[3] = (m[0] + m[1] - 2.0 * d) * r * r;
+    }
+
+    // Knots count from the second one on where pieces are looked for.
+    status edit_for_evaluation() {
+      const bool knotted = set.kind_ == DF_KIND_SUBBOTIN;
+      return edit(order > DF_ORDER_CUBIC ? DF_KIND_DEFAULT : set.kind_, DF_END_NONE,
+                  knotted ? DF_IC_KNOTS : DF_IC_NONE, knotted ? knots.data() + 1 : nullptr);
+    }
+
+    status edit(std::int32_t kind, std::int32_t type, std::int32_t internal, const double* ic) {
+      const int code =
+          dfTaskEditSpline(task.get(), order, kind, type, bc, internal, ic, coeff.data(), DF_COEFF_DEFAULT);
+      return code == DF_STATUS_OK ? status{} : refused(code);
+    }
+
+    // Another object with the same coefficients.
+    std::unique_ptr<state> copy() const {
+      auto made = std::make_unique<state>(set);
+      made->order = order;
+      made->own_x.assign(x.begin(), x.end());
+      made->own_y.assign(y.begin(), y.end());
+      made->x = made->own_x;
+      made->y = made->own_y;
+      made->ny = ny;
+      made->coeff = coeff;
+      made->lambdas = lambdas;
+      made->knots = knots;
+      made->ends[0] = ends[0];
+      made->ends[1] = ends[1];
+      made->xhint = xhint;
+      detail::check(made->create());
+      detail::check(made->edit_for_evaluation());
+      return made;
+    }
+  };
+
+  bool has_state() const { return state_ != nullptr && state_->task != nullptr; }
+
+  status usable() const {
+    return has_state() ? status{}
+                       : state::refused(DF_ERROR_NULL_TASK, "the spline holds nothing: it was moved from");
+  }
+  status usable(std::size_t function) const {
+    if (status s = usable(); !s.ok()) return s;
+    if (function < functions()) return {};
+    return state::refused(
+        DF_ERROR_FUNCTION_INDEX,
+        "there is no function " + std::to_string(function) + " among " + std::to_string(functions()),
+        static_cast<std::ptrdiff_t>(function));
+  }
+
+  static status refuse_size(const char* what, std::size_t is, std::size_t wanted) {
+    return state::refused(DF_ERROR_NULL_RESULTS, std::string("the array of ") + what + " has " +
+                                                     std::to_string(is) + " elements; it must have " +
+                                                     std::to_string(wanted));
+  }
+
+  // The derivatives of a request, as bits.
+  template <int... K>
+  static constexpr std::uint32_t orders() {
+    static_assert(((K >= 0 && K < 32) && ...), "derivatives go from 0 to 31");
+    if constexpr (sizeof...(K) == 0) {
+      return 1;
+    } else {
+      constexpr std::uint32_t bits = ((std::uint32_t{1} << K) | ...);
+      static_assert(((bits >> K == 1) + ... + 0) >= 1, "name each derivative once");
+      return bits;
+    }
+  }
+
+  double one(double site, int k, std::size_t function) const {
+    if (!has_state() || function >= state_->ny) detail::fail(usable(function));
+    constexpr std::size_t most = 16;
+    if (state_->ny > most || k != 0) return one_of_many(site, k, function);
+    double r[most];
+    const int code =
+        dfTaskInterpolate(state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1, &site,
+                          DF_SITES_GENERAL, 0, nullptr, nullptr, r, DF_RESULTS_DEFAULT, nullptr);
+    if (code != DF_STATUS_OK) detail::fail(state::refused(code));
+    return r[function];
+  }
+
+  double one_of_many(double site, int k, std::size_t function) const {
+    if (k < 0) detail::fail(state::refused(DF_ERROR_DERIVATIVES, "a derivative below 0 was asked for"));
+    double r[16];
+    std::vector<double> many(state_->ny > 16 ? state_->ny : 0);
+    detail::check(evaluate(view<const double>(&site, 1), std::uint32_t{1} << std::min(k, 31), layout::rows,
+                           many.empty() ? view<double>(r, state_->ny) : view<double>(many)));
+    return many.empty() ? r[function] : many[function];
+  }
+
+  // Calls body(from, count, r, rhint) for at most so many elements as a call takes, `results` of each; rows of results
+  // that a cut would tear apart go through a block.
+  template <class Body>
+  static status in_parts(std::size_t n, std::size_t results, layout how, view<double> out, Body body) {
+    const bool joined = how == layout::by_site || results == 1 || n <= detail::most_in_a_call;
+    const std::int32_t rhint = how == layout::by_site ? int{DF_RESULTS_BY_SITE} : int{DF_RESULTS_SITES_INNER};
+    std::vector<double> block(joined ? 0 : results * detail::block_of_sites);
+    for (std::size_t from = 0; from < n;) {
+      const std::size_t count = std::min(n - from, joined ? detail::most_in_a_call : detail::block_of_sites);
+      double* const r = joined ? out.data() + from * results : block.data();
+      if (const int code = body(from, count, r, rhint); code != DF_STATUS_OK) return state::refused(code);
+      for (std::size_t k = 0; !joined && k < results; ++k)
+        std::copy_n(r + k * count, count, out.data() + k * n + from);
+      from += count;
+    }
+    return {};
+  }
+
+  template <class T>
+  static bool ascends(const T* s, std::size_t n) {
+    for (std::size_t i = 1; i < n; ++i)
+      if (!(s[i - 1] <= s[i])) return false;
+    return n > 0 && s[0] == s[0];
+  }
+
+  status evaluate(view<const double> sites, std::uint32_t bits, layout how, view<double> out) const {
+    if (status s = check_results(sites.size(), bits, out); !s.ok()) return s;
+    std::int32_t wanted[32];
+    const int count = spread(bits, wanted);
+    const std::size_t results = result_count(bits);
+    // Where rows are not torn apart by it, order is looked for block by block.
+    const bool blockwise = results == 1 || how == layout::by_site;
+    return in_parts(
+        sites.size(), results, how, out, [&](std::size_t from, std::size_t n, double* r, int rhint) {
+          const std::size_t step = blockwise ? detail::block_of_sites : n;
+          for (std::size_t i = 0; i < n; i += step) {
+            const double* const s = sites.data() + from + i;
+            const std::size_t part = std::min(step, n - i);
+            const int code = dfTaskInterpolate(
+                state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL,
+                static_cast<std::int32_t>(part), s, ascends(s, part) ? DF_SITES_SORTED : DF_SITES_GENERAL,
+                count, wanted, nullptr, r + (blockwise ? i * results : 0), rhint, nullptr);
+            if (code != DF_STATUS_OK) return code;
+          }
+          return int{DF_STATUS_OK};
+        });
+  }
+
+  // Sites of another type are converted block by block.
+  template <class T>
+  status evaluate(view<const T> sites, std::uint32_t bits, layout how, view<double> out) const {
+    if (status s = check_results(sites.size(), bits, out); !s.ok()) return s;
+    const std::size_t results = result_count(bits);
+    double converted[512];
+    std::vector<double> block(results * 512);
+    for (std::size_t from = 0; from < sites.size();) {
+      const std::size_t n = std::min<std::size_t>(sites.size() - from, 512);
+      for (std::size_t i = 0; i < n; ++i)
+        converted[i] = static_cast<double>(sites[from + i]);
+      if (status s = evaluate(view<const double>(converted, n), bits, how, {block.data(), results * n});
+          !s.ok())
+        return s;
+      for (std::size_t k = 0; k < results; ++k)
+        for (std::size_t i = 0; i < n; ++i) {
+          if (how == layout::by_site)
+            out[(from + i) * results + k] = block[i * results + k];
+          else
+            out[k * sites.size() + from + i] = block[k * n + i];
+        }
+      from += n;
+    }
+    return {};
+  }
+
+  std::size_t result_count(std::uint32_t bits) const {
+    std::size_t count = 0;
+    for (; bits != 0; bits &= bits - 1)
+      ++count;
+    return count * functions();
+  }
+
+  status check_results(std::size_t sites, std::uint32_t bits, view<double> out) const {
+    if (status s = usable(); !s.ok()) return s;
+    const std::size_t wanted = sites * result_count(bits);
+    return out.size() == wanted ? status{} : refuse_size("results", out.size(), wanted);
+  }
+
+  // Bits as the array that dfTaskInterpolate takes; returns its length.
+  static int spread(std::uint32_t bits, std::int32_t (&wanted)[32]) {
+    int length = 0;
+    for (int k = 0; k < 32; ++k) {
+      wanted[k] = static_cast<std::int32_t>(bits >> k & 1);
+      if (wanted[k] != 0) length = k + 1;
+    }
+    return length;
+  }
+
+  // What a derivative (more < 0) or antiderivative is outside: its end polynomials, unless that is said elsewhere.
+  static outside_mode outside_of(outside_mode mode, int more) {
+    const bool stays =
+        mode == outside_mode::nan || mode == outside_mode::refuse || (mode == wrap && more < 0);
+    return stays ? mode : outside_mode::proceed;
+  }
+
+  spline related(int more, std::int32_t (*fill)(const DfTask*, double*)) const {
+    detail::check(usable());
+    spline made;
+    made.state_ = std::make_unique<state>(state_->set);
+    state& s = *made.state_;
+    s.order = state_->order + more;
+    s.set.order_ = s.order;
+    s.set.kind_ = DF_KIND_DEFAULT;
+    s.own_x.assign(state_->x.begin(), state_->x.end());
+    s.own_y.assign(state_->y.begin(), state_->y.end());
+    s.x = s.own_x;
+    s.y = s.own_y;
+    s.ny = state_->ny;
+    s.ends[0] = state_->ends[0];
+    s.ends[1] = state_->ends[1];
+    s.set.below_ = outside_of(state_->set.below_, more);
+    s.set.above_ = outside_of(state_->set.above_, more);
+    s.xhint = state_->xhint == DF_XHINT_UNIFORM ? DF_XHINT_UNIFORM : DF_XHINT_NONE;
+    if (s.order > 0) s.coeff.resize(s.row() * s.ny);
+    if (const int code = fill(state_->task.get(), s.coeff.data()); code != DF_STATUS_OK)
+      detail::fail(state::refused(code));
+    detail::check(s.create());
+    detail::check(s.edit_for_evaluation());
+    return made;
+  }
+
+  std::unique_ptr<state> state_;
+};
+
+// A spline over breakpoints and values that stay the caller's, who keeps them alive and unchanged; it owns its
+// coefficients alone. Temporaries are refused. Copies own their data.
+class spline_view : public spline {
+ public:
+  spline_view(view<const double> x, view<const double> y, const spline_options& options = cubic()) {
+    detail::settle_level();
+    state_ = std::make_unique<state>(options);
+    state_->x = x;
+    state_->y = y;
+    detail::check(state_->make());
+  }
+  template <
+      class X, class Y,
+      class = std::enable_if_t<!std::is_lvalue_reference<X>::value || !std::is_lvalue_reference<Y>::value>>
+  spline_view(X&& x, Y&& y, const spline_options& options = cubic()) = delete;
+};
+
+}  // namespace ravenfit
+
+#endif
