@@ -135,6 +135,7 @@ void registerVariateRows() {
     add("log-normal", "boost", runDistribution<Boost, boost::random::lognormal_distribution<>>);
     add("log-normal", "std", runDistribution<Std, std::lognormal_distribution<>>);
     for (const std::int32_t dimension : {5, 20}) {
+      if (n < static_cast<std::size_t>(dimension)) continue;
       const std::string row = "scrambled Sobol, " + std::to_string(dimension) + " dimensions";
       add(row, "ravenfit", runScrambled, dimension);
       add(row, "gsl", runGslPoints, dimension);

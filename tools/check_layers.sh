@@ -13,26 +13,29 @@ api
 # The demonstration stands on the public headers alone.
 alone="demo"
 
-rank() {
-  awk -v name="$1" '{ for (i = 1; i <= NF; ++i) if ($i == name) { print NR; exit } }' <<<"$order"
-}
-
 cd "$1"
-failures=0
-count=0
-while IFS=: read -r file line; do
-  from=${file%%/*}
-  to=$(sed -E 's/.*#include "([^/"]*)\/.*/\1/' <<<"$line")
-  count=$((count + 1))
-  [ "$from" != "$to" ] || continue
-  if [ "$from" != "$alone" ] && [ -n "$(rank "$from")" ] && [ -n "$(rank "$to")" ] &&
-    [ "$(rank "$to")" -lt "$(rank "$from")" ]; then
-    continue
-  fi
-  echo "$file: $line: $to is not below $from"
-  failures=$((failures + 1))
-done < <(grep -rE '^#include "[a-z_]+/' --include='*.h' --include='*.cpp' . | sed 's#^\./##')
-
-[ "$count" -gt 0 ] || { echo "$1: no includes found"; exit 1; }
-[ "$failures" = 0 ] || exit 1
-echo "$count includes point down"
+grep -rE '^#include "[a-z_]+/' --include='*.h' --include='*.cpp' . | awk -v order="$order" -v alone="$alone" '
+  BEGIN {
+    lines = split(order, line, "\n")
+    for (i = 1; i <= lines; ++i) {
+      n = split(line[i], folder, " ")
+      for (k = 1; k <= n; ++k) rank[folder[k]] = i
+    }
+  }
+  {
+    split($0, part, "/")
+    from = part[2]
+    to = $0
+    sub(/.*#include "/, "", to)
+    sub(/\/.*/, "", to)
+    ++count
+    if (from == to) next
+    if (from != alone && (from in rank) && (to in rank) && rank[to] < rank[from]) next
+    print $0 ": " to " is not below " from
+    failed = 1
+  }
+  END {
+    if (count == 0) { print "no includes found"; exit 1 }
+    if (failed) exit 1
+    print count " includes point down"
+  }'

@@ -21,28 +21,40 @@ complain() {
 
 # check_object OBJECT LEVEL FLAGS BYTES FUSED
 check_object() {
-  local object=$1 level=$2 symbols weak globals code
-  symbols=$(nm "$object")
-  weak=$(grep -E ' [WVuwv] ' <<<"$symbols" || true)
-  [ -z "$weak" ] || complain "$object: weak or unique symbols: $weak"
-  # the same on Windows
-  ! objdump -h "$object" | grep -q LINK_ONCE_DISCARD || complain "$object: sections that the linker merges"
+  local object=$1 level=$2 record found
   # a name is mangled with its length
   record=" [DR] .*$((5 + ${#level}))level$level"
-  others=$(grep -E ' [TDRBC] ' <<<"$symbols" | grep -vE "$record" || true)
-  [ -z "$others" ] || complain "$object: global symbols that are no records of level $level: $others"
-  grep -qE "$record" <<<"$symbols" || complain "$object: no record of level $level"
-  [[ $3 != *RVN_PORTABLE* ]] || return 0
-  code=$(objdump -d --no-show-raw-insn "$object")
-  if [ "$4" -lt 32 ] && grep -qE '%[yz]mm|[[:space:]]v[a-z0-9]+[[:space:]]' <<<"$code"; then
-    complain "$object: uses the AVX encodings"
-  fi
-  if [ "$4" -lt 64 ] && grep -q '%zmm' <<<"$code"; then complain "$object: uses 512-bit registers"; fi
-  if grep -qE 'vfn?m(add|sub)' <<<"$code"; then
-    if [ "$5" != 1 ] || ! grep -qw "$(basename "${object%.cpp.o*}")" <<<"$fused_objects"; then
-      complain "$object: fused operations where none are listed"
-    fi
-  fi
+  # Symbols, sections (what the linker merges on Windows) and code, each told by its form.
+  found=$({
+    nm "$object"
+    objdump -h "$object"
+    [[ $3 == *RVN_PORTABLE* ]] || objdump -d --no-show-raw-insn "$object"
+  } | awk -v record="$record" '
+    / [WVuwv] [^ ]+$/ && !/\t/ { print "weak or unique symbol " $NF }
+    / [TDRBC] [^ ]+$/ && !/\t/ { if ($0 ~ record) known = 1; else print "global symbol that is no record of the level: " $NF }
+    /LINK_ONCE_DISCARD/ { print "a section that the linker merges" }
+    /%[yz]mm|[ \t]v[a-z0-9]+[ \t]/ { avx = 1 }
+    /%zmm/ { wide = 1 }
+    /[ \t]vfn?m(add|sub)/ { fused = 1 }
+    END {
+      if (!known) print "no record of the level"
+      if (avx) print "AVX"
+      if (wide) print "512"
+      if (fused) print "FUSED"
+    }')
+  while IFS= read -r what; do
+    case $what in
+      '') ;;
+      AVX) [ "$4" -ge 32 ] || complain "$object: uses the AVX encodings" ;;
+      512) [ "$4" -ge 64 ] || complain "$object: uses 512-bit registers" ;;
+      FUSED)
+        if [ "$5" != 1 ] || ! grep -qw "$(basename "${object%.cpp.o*}")" <<<"$fused_objects"; then
+          complain "$object: fused operations where none are listed"
+        fi
+        ;;
+      *) complain "$object: $what" ;;
+    esac
+  done <<<"$found"
 }
 
 while IFS= read -r row; do

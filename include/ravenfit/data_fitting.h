@@ -14,7 +14,8 @@
  * failure returns at once. No operation prints, throws or ends the process (a processor without SSE2 is the
  * one exception: it ends the process at the first call with exit code 1).
  *
- * Threads: one thread at a time uses one task; different tasks may be used by different threads at once.
+ * Threads: different tasks may be used by different threads at once. dfTaskInterpolate only reads its task, so that many
+ * threads may call it on one, with results of their own; nobody may create, edit, construct or destroy that task meanwhile.
  *
  * Special values: nothing in the arrays makes an operation fault. A NaN or an infinity in breakpoints, values
  * or sites flows through the formulas; repeated or unsorted breakpoints are not detected and give unusable

@@ -73,6 +73,8 @@ enum { DF_SMOOTH_GCV_BREAKPOINTS = 5 };
  * equal scores the larger lambda is taken, so that values on a line give that line. The noise must be independent from
  * value to value; values that repeat themselves give a spline that follows them.
  *
+ * Values whose differences, or with DF_SMOOTH_GCV their squares, overflow give infinities or NaNs.
+ *
  * Smoothed values are those of the exact spline within a few units in the last place of the largest |y|, for every
  * lambda; see docs/reproducibility.md on levels.
  *

@@ -11,7 +11,7 @@
  * (DF_KIND_LOOKUP, the steps) have none of it but dfTaskSetOutside.
  *
  * Every operation returns 0 or a negative DF_ERROR code; the first failure returns at once, and then nothing is
- * written. NaN and infinities in arrays never fault.
+ * written (but the index of a bad breakpoint). NaN and infinities in arrays never fault.
  *
  * Threads: operations on a const task may be called by many threads at once, also beside dfTaskInterpolate, as long as
  * none edits, constructs, sets or destroys the task, or writes its arrays.

@@ -78,7 +78,7 @@ constexpr StatusText fitTexts[] = {
     {DF_ERROR_LEFT_LIMITS, "left is null. Pass n limits."},
     {DF_ERROR_RIGHT_LIMITS, "right is null. Pass n limits."},
     {DF_ERROR_NULL_INTEGRALS, "r is null. Pass room for an integral of every pair and function."},
-    {DF_ERROR_INTEGRALS_HINT, "Unknown rhint. Pass one of DF_RESULTS_*."},
+    {DF_ERROR_INTEGRALS_HINT, "Unknown rhint of integrals. Pass one of DF_RESULTS_*."},
     {DF_ERROR_BREAKPOINTS,
      "Breakpoints must be finite and strictly ascending. dfCheckBreakpoints tells which one is not."},
     {DF_ERROR_OUTSIDE_MODE, "Unknown choice for the outside. Pass DF_OUTSIDE_* twice."},

@@ -92,7 +92,7 @@ inline Lanes risingCrossing(const Lanes* c, Lanes low, Lanes high) {
     } else {
       start = chordZero<order>(c, low, high);
     }
-    Lanes t = (start >= low) & (start <= high) ? start : 0.5 * low + 0.5 * high;
+    Lanes t = ((start >= low) & (start <= high)) ? start : 0.5 * low + 0.5 * high;
     Lanes step = high - low;
     LaneMask moves = low <= high;
     constexpr int turns = 4400;  // halves from the greatest double to the least, of step and bracket

@@ -107,6 +107,8 @@ inline Evaluator evaluatorOf(Pieces pieces, std::int64_t order) {
 
 inline void planUniformSites(const InterpolateCall& call, Plan& plan) {
   plan.uniformSites = (call.sitehint & DF_SITES_UNIFORM) != 0;
+  plan.firstSite = 0.0;
+  plan.siteStep = 0.0;
   if (!plan.uniformSites) return;
   plan.firstSite = call.site[0];
   plan.siteStep =

@@ -92,7 +92,7 @@ TEST(ToolsThreads, CallsGoOnWhileTheLevelChanges) {
   std::vector<std::thread> running;
   for (int i = 0; i < 3; ++i)
     running.emplace_back([&] {
-      while (++runs < 3000) {
+      while (++runs < 1000) {
         support::Task task(6, x, DF_XHINT_NONE, 1, y, DF_VALUES_DEFAULT, {});
         const double site = 2.5;
         double value = 0;
@@ -108,7 +108,7 @@ TEST(ToolsThreads, CallsGoOnWhileTheLevelChanges) {
       }
     });
   const std::int32_t before = rvnLevel();
-  while (runs < 3000) {
+  while (runs < 1000) {
     const std::int32_t best = rvnUseBestLevel();
     wrong += best < before || best != rvnLevel() || !support::canRun(best);
     rvn::mmLockAcquire();

@@ -24,6 +24,7 @@ using support::Task;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 using Sites = std::vector<double>;
+using Statuses = std::vector<std::int32_t>;
 
 Sites solve(const Task& task, std::int32_t function, double value, double a, double b) {
   std::int64_t count = -1;
@@ -144,89 +145,86 @@ TEST(Roots, OfWildPiecesLeaveRoundings) {
 TEST(Roots, AnswerWithStatuses) {
   const Problem p(problem::families()[0], 0, false, 9, 2);
   Task task = p.task();
-  ASSERT_EQ(dfTaskConstruct(task.get(), 0, 0), DF_STATUS_OK);
-  double sites[2] = {-77.0, -77.0};
-  std::int64_t count = -7;
-  const auto call = [&](std::int32_t f = 0, double value = 0.0, double a = -1.0, double b = 1.0) {
-    return dfTaskSolve(task.get(), f, value, a, b, 1, sites, &count);
-  };
-  EXPECT_EQ(dfTaskSolve(nullptr, 0, 0.0, 0.0, 1.0, 1, sites, &count), DF_ERROR_NULL_TASK);
-  EXPECT_EQ(dfTaskSolve(task.get(), 0, 0.0, 0.0, 1.0, -1, sites, &count), DF_ERROR_ROOM);
-  EXPECT_EQ(dfTaskSolve(task.get(), 0, 0.0, 0.0, 1.0, 1, nullptr, &count), DF_ERROR_ROOM);
-  EXPECT_EQ(dfTaskSolve(task.get(), 0, 0.0, 0.0, 1.0, 1, sites, nullptr), DF_ERROR_ROOM);
-  EXPECT_EQ(call(0, 0.0, 1.0, 0.5), DF_ERROR_INTERVAL);
-  EXPECT_EQ(call(0, 0.0, nan), DF_ERROR_INTERVAL);
-  EXPECT_EQ(call(0, nan), DF_ERROR_VALUES);
-  EXPECT_EQ(call(2), DF_ERROR_FUNCTION_INDEX);
-  EXPECT_EQ(call(-1), DF_ERROR_FUNCTION_INDEX);
-  ASSERT_EQ(dfTaskSetOutside(task.get(), DF_OUTSIDE_REFUSE, DF_OUTSIDE_CLAMP, 0.0), DF_STATUS_OK);
-  EXPECT_EQ(call(0, 0.0, -1.5), DF_ERROR_OUTSIDE);
-  EXPECT_EQ(count, -7);
-  EXPECT_EQ(call(0, 0.5, -1.0, infinity), DF_STATUS_OK);
-  EXPECT_GT(count, 1);
-  EXPECT_EQ(sites[1], -77.0);
-  EXPECT_EQ(call(0, 0.5, 2.0, 3.0), DF_STATUS_OK);
-  EXPECT_EQ(count, 0);
-  double values[1] = {0.5};
-  EXPECT_EQ(dfTaskInverse(nullptr, 0, 1, values, sites), DF_ERROR_NULL_TASK);
-  EXPECT_EQ(dfTaskInverse(task.get(), 0, 0, values, sites), DF_ERROR_VALUE_COUNT);
-  EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, nullptr, sites), DF_ERROR_VALUES);
-  EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, values, nullptr), DF_ERROR_SITES);
-  EXPECT_EQ(dfTaskInverse(task.get(), 2, 1, values, sites), DF_ERROR_FUNCTION_INDEX);
-  EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, values, sites), DF_ERROR_NOT_MONOTONE);
+  DfTask* const t = task.get();
+  ASSERT_EQ(dfTaskConstruct(t, 0, 0), DF_STATUS_OK);
+  double r[2] = {-77.0, -77.0};
+  const double v = 0.5;
+  std::int64_t n = -7;
+  ASSERT_EQ(dfTaskSetOutside(t, DF_OUTSIDE_REFUSE, DF_OUTSIDE_CLAMP, 0.0), DF_STATUS_OK);
+  const Statuses got = {dfTaskSolve(nullptr, 0, v, 0, 1, 1, r, &n),
+                        dfTaskSolve(t, 0, v, 0, 1, -1, r, &n),
+                        dfTaskSolve(t, 0, v, 0, 1, 1, nullptr, &n),
+                        dfTaskSolve(t, 0, v, 0, 1, 1, r, nullptr),
+                        dfTaskSolve(t, 0, v, 1, 0.5, 1, r, &n),
+                        dfTaskSolve(t, 0, v, nan, 1, 1, r, &n),
+                        dfTaskSolve(t, 0, nan, 0, 1, 1, r, &n),
+                        dfTaskSolve(t, 2, v, 0, 1, 1, r, &n),
+                        dfTaskSolve(t, -1, v, 0, 1, 1, r, &n),
+                        dfTaskSolve(t, 0, v, -1.5, 1, 1, r, &n),
+                        dfTaskInverse(nullptr, 0, 1, &v, r),
+                        dfTaskInverse(t, 0, 0, &v, r),
+                        dfTaskInverse(t, 0, 1, nullptr, r),
+                        dfTaskInverse(t, 0, 1, &v, nullptr),
+                        dfTaskInverse(t, 2, 1, &v, r),
+                        dfTaskInverse(t, 0, 1, &v, r)};
+  EXPECT_EQ(got, (Statuses{-1000, -1045, -1045, -1045, -1044, -1044, -1047, -1043, -1043, -1042, -1000, -1046,
+                           -1047, -1022, -1043, -1048}));
   {
     const support::FailingHeap heap(1);
-    EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, values, sites), DF_ERROR_MEMORY);
+    EXPECT_EQ(dfTaskInverse(t, 0, 1, &v, r), DF_ERROR_MEMORY);
   }
-  task.get()->order = 5;
-  EXPECT_EQ(call(), DF_ERROR_SPLINE_ORDER);
-  EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, values, sites), DF_ERROR_SPLINE_ORDER);
-  task.get()->order = 0;
-  EXPECT_EQ(call(), DF_ERROR_SPLINE_KIND);
-  EXPECT_EQ(sites[1], -77.0);
+  EXPECT_TRUE(n == -7 && r[0] == -77.0);
+  EXPECT_EQ(dfTaskSolve(t, 0, v, -1.0, infinity, 1, r, &n), DF_STATUS_OK);
+  EXPECT_TRUE(n > 1 && r[1] == -77.0);
+  EXPECT_EQ(dfTaskSolve(t, 0, v, 2.0, 3.0, 1, r, &n), DF_STATUS_OK);
+  EXPECT_EQ(n, 0);
+  for (const auto& [order, status] : {std::pair{5, -1010}, std::pair{0, -1011}}) {
+    t->order = order;
+    EXPECT_EQ(dfTaskSolve(t, 0, v, 0, 1, 1, r, &n), status);
+    EXPECT_EQ(dfTaskInverse(t, 0, 1, &v, r), status);
+  }
 }
 
 // Data with flat stretches and steep ones; whatever lies between them is given back by evaluation.
 TEST(Inverse, GivesBackTheValuesOfMonotoneSplines) {
-  const struct { std::int32_t order, kind; } kinds[] = {{2, 0}, {4, DF_KIND_PCHIP}, {4, DF_KIND_STEFFEN}};
-  for (const auto& kind : kinds)
-    for (const std::int32_t nx : {3, 17, 18, 300})
-      for (const double direction : {1.0, -1.0})
-        for (const bool uniform : {false, true}) {
-          SCOPED_TRACE(testing::Message() << kind.kind << ", nx " << nx << ", uniform " << uniform);
-          Sites x;
-          Sites y;
-          for (std::int32_t i = 0; i < nx; ++i) {
-            x.push_back(3.0 + 0.5 * i + (uniform ? 0.0 : 0.2 * std::sin(7.0 * i)));
-            const double step = i % 5 == 2 ? 0.0 : i % 3 == 0 ? 1e-3 : 2.0;
-            y.push_back(i == 0 ? -direction : y.back() + direction * step);
-          }
-          Task task(nx, uniform ? Sites{x.front(), x.back()} : x, uniform ? DF_XHINT_UNIFORM : 0, 1, y, 0,
-                    {kind.order, kind.kind, 0});
-          ASSERT_EQ(dfTaskConstruct(task.get(), 0, 0), DF_STATUS_OK);
-          Sites values = y;
-          for (std::int32_t i = 0; i < 517; ++i)
-            values.push_back(y.front() + (y.back() - y.front()) * (i * 211 % 517) / 517.0);
-          Sites sites(values.size());
-          ASSERT_EQ(dfTaskInverse(task.get(), 0, static_cast<std::int32_t>(values.size()), values.data(),
-                                  sites.data()),
-                    DF_STATUS_OK);
-          Sites back(values.size());
-          ASSERT_EQ(interpolate(task, {.sites = sites}, back), DF_STATUS_OK);
-          for (std::size_t i = 0; i < values.size(); ++i)
-            EXPECT_NEAR(back[i], values[i], 1e-12 * std::max(1.0, std::fabs(values[i]))) << i;
-          for (std::size_t i = 0; i < y.size(); ++i) {
-            const std::size_t first = i > 0 && y[i - 1] == y[i] ? i - 1 : i;
-            EXPECT_NEAR(sites[i], x[first], 1e-13 * x[first]) << i;
-          }
-          Sites out = {y.front() - direction * 1e-9, y.back() + direction * 1e-9, nan, infinity, -infinity};
-          ASSERT_EQ(dfTaskInverse(task.get(), 0, 5, out.data(), out.data()), DF_STATUS_OK);
-          EXPECT_TRUE(support::same(out, Sites(5, nan)));
-          task.coeff()[task.coeff().size() - size(kind.order) + 1] -= direction * 9.0;
-          EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, y.data(), out.data()), DF_ERROR_NOT_MONOTONE);
-          task.coeff()[0] = nan;
-          EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, y.data(), out.data()), DF_ERROR_NOT_MONOTONE);
-        }
+  for (std::int32_t c = 0; c < 48; ++c) {
+    const std::int32_t kind = c % 3 == 0 ? DF_KIND_DEFAULT : c % 3 == 1 ? DF_KIND_PCHIP : DF_KIND_STEFFEN;
+    const std::int32_t nx = c % 4 == 0 ? 3 : c % 4 == 1 ? 17 : c % 4 == 2 ? 18 : 300;
+    const bool uniform = c / 12 % 2 == 0;
+    const double direction = c / 24 == 0 ? 1.0 : -1.0;
+    SCOPED_TRACE(testing::Message() << kind << ", nx " << nx << ", uniform " << uniform);
+    Sites x;
+    Sites y;
+    for (std::int32_t i = 0; i < nx; ++i) {
+      x.push_back(3.0 + 0.5 * i + (uniform ? 0.0 : 0.2 * std::sin(7.0 * i)));
+      const double step = i % 5 == 2 ? 0.0 : i % 3 == 0 ? 1e-3 : 2.0;
+      y.push_back(i == 0 ? -direction : y.back() + direction * step);
+    }
+    const std::int32_t order = kind == DF_KIND_DEFAULT ? 2 : 4;
+    Task task(nx, uniform ? Sites{x.front(), x.back()} : x, uniform ? 4 : 0, 1, y, 0, {order, kind, 0});
+    ASSERT_EQ(dfTaskConstruct(task.get(), 0, 0), DF_STATUS_OK);
+    Sites values = y;
+    for (std::int32_t i = 0; i < 517; ++i)
+      values.push_back(y.front() + (y.back() - y.front()) * (i * 211 % 517) / 517.0);
+    Sites sites(values.size());
+    const auto n = static_cast<std::int32_t>(values.size());
+    ASSERT_EQ(dfTaskInverse(task.get(), 0, n, values.data(), sites.data()), DF_STATUS_OK);
+    Sites back(values.size());
+    ASSERT_EQ(interpolate(task, {.sites = sites}, back), DF_STATUS_OK);
+    for (std::size_t i = 0; i < values.size(); ++i)
+      EXPECT_NEAR(back[i], values[i], 1e-12 * std::max(1.0, std::fabs(values[i]))) << i;
+    for (std::size_t i = 0; i < y.size(); ++i) {
+      const std::size_t first = i > 0 && y[i - 1] == y[i] ? i - 1 : i;
+      EXPECT_NEAR(sites[i], x[first], 1e-13 * x[first]) << i;
+    }
+    Sites out = {y.front() - direction * 1e-9, y.back() + direction * 1e-9, nan, infinity, -infinity};
+    ASSERT_EQ(dfTaskInverse(task.get(), 0, 5, out.data(), out.data()), DF_STATUS_OK);
+    EXPECT_TRUE(support::same(out, Sites(5, nan)));
+    task.coeff()[task.coeff().size() - size(order) + 1] -= direction * 9.0;
+    EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, y.data(), out.data()), DF_ERROR_NOT_MONOTONE);
+    task.coeff()[0] = nan;
+    EXPECT_EQ(dfTaskInverse(task.get(), 0, 1, y.data(), out.data()), DF_ERROR_NOT_MONOTONE);
+  }
 }
 
 }  // namespace

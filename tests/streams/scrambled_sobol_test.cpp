@@ -16,6 +16,7 @@
 #include "support/failing_heap.h"
 #include "support/printed.h"
 
+#include <ravenfit/stream_tools.h>
 #include <ravenfit/variates.h>
 
 namespace {
@@ -233,6 +234,33 @@ TEST(ScrambledSobol, FillsAndMovesAgree) {
       EXPECT_EQ(selected.raw(2)[1], single[2 * width - 1]);
     }
   }
+}
+
+TEST(ScrambledSobol, CopiesAndSavedStreamsGoOn) {
+  const Net net(7, 77, RSG_SCRAMBLING_LINEAR);
+  const Net table(7, PublishedTable().table, 77, RSG_SCRAMBLING_LINEAR);
+  for (const std::size_t drawn : {0u, 3u, 1000u})
+    for (const Net* const one : {&net, &table}) {
+      one->raw(drawn);
+      RsgStream* made = nullptr;
+      unsigned char bytes[200];
+      const auto goesOn = [&](RsgStream* other) {
+        Words words(50);
+        EXPECT_EQ(rsgWords32(other, 50, words.data()), 0);
+        rsgDeleteStream(&other);
+        return words;
+      };
+      ASSERT_EQ(rsgCopyStream(&made, one->stream), 0);
+      const Words copied = goesOn(made);
+      support::printed([&] {
+        EXPECT_EQ(rsgSaveStream(one->stream, bytes, sizeof bytes), one == &net ? 0 : RSG_ERROR_NOT_SAVED);
+      });
+      if (one == &net) {
+        ASSERT_EQ(rsgLoadStream(&made, bytes, sizeof bytes), 0);
+        EXPECT_EQ(goesOn(made), copied) << drawn;
+      }
+      EXPECT_EQ(one->raw(50), copied) << drawn;
+    }
 }
 
 TEST(SobolTable, TakesEveryDimensionAndRefusesWhatIsNoTable) {
