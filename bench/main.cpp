@@ -13,7 +13,7 @@
 
 namespace {
 
-const std::vector<std::string> others = {"plain", "gsl", "boost", "alglib", "std", "lapack", "copy"};
+const std::vector<std::string> others = {"plain", "gsl", "boost", "alglib", "std", "lapack", "c", "copy"};
 
 class RatioReporter : public benchmark::BenchmarkReporter {
  public:
@@ -93,6 +93,7 @@ int main(int argc, char** argv) {
   bench::registerSplineToolRows();
   bench::registerSmoothingRows();
   bench::registerVariateRows();
+  bench::registerCppRows();
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;

@@ -1,8 +1,9 @@
 #pragma once
 
 // Each source of the benchmark registers its rows; a row's benchmarks are named "<row>|<who>", who being
-// ravenfit, plain (a textbook loop compiled at -O2), gsl, boost, alglib, std (std::mt19937 with its distribution), lapack or copy
-// (the row's memory traffic alone), and set items processed to the elements they worked on.
+// ravenfit, plain (a textbook loop compiled at -O2), gsl, boost, alglib, std (std::mt19937 with its distribution), lapack,
+// c (the C operation, where the row is of C++) or copy (the row's memory traffic alone), and set items processed to the
+// elements they worked on.
 
 namespace bench {
 
@@ -16,5 +17,6 @@ void registerEvaluateRows();
 void registerSplineToolRows();
 void registerSmoothingRows();
 void registerVariateRows();
+void registerCppRows();
 
 }  // namespace bench

@@ -246,6 +246,7 @@ class spline {
     view<const double> y;
     std::size_t ny = 1;
     std::vector<double> coeff;
+    double* borrowed = nullptr;  // coefficients of the spline that this one is a part of, instead of its own
     std::vector<double> lambdas;
     std::vector<double> knots;
     double ends[2] = {};
@@ -257,6 +258,7 @@ class spline {
       return {code, RVN_DOMAIN_FIT, index, std::move(detail)};
     }
 
+    double* rows() { return borrowed != nullptr ? borrowed : coeff.data(); }
     std::size_t nx() const { return x.size(); }
     std::size_t row() const {
       return static_cast<std::size_t>(order) * (nx() - (set.kind_ == DF_KIND_SUBBOTIN ? 0 : 1));
@@ -266,7 +268,7 @@ class spline {
     status make() {
       if (status s = check_sizes(); !s.ok()) return s;
       if (status s = check_breakpoints(); !s.ok()) return s;
-      coeff.resize(row() * ny);
+      if (borrowed == nullptr) coeff.resize(row() * ny);
       if (smooths()) {
         if (status s = smooth(); !s.ok()) return s;
       }
@@ -296,11 +298,12 @@ class spline {
       return edit_for_evaluation();
     }
 
-    // Some functions, as a spline of their own over the same breakpoints, and their coefficients.
+    // Some functions, as a spline of their own over the same breakpoints that writes to their coefficients.
     status make_group(const spline_options& bare, std::size_t first, std::size_t count) {
       state part(bare);
       part.x = x;
       part.xhint = xhint;
+      part.borrowed = coeff.data() + first * row();
       part.y = y.part(set.by_breakpoint_ ? 0 : first * nx(), count * nx());
       if (set.by_breakpoint_) {
         for (std::size_t i = 0; i < nx(); ++i)
@@ -311,7 +314,6 @@ class spline {
       const double* const inner = set.inner_.data() + (slopes ? first * nx() : 0);
       part.set.inner_.assign(inner, inner + (slopes ? count * nx() : set.inner_.size()));
       if (status s = part.make(); !s.ok()) return s;
-      std::copy(part.coeff.begin(), part.coeff.end(), coeff.data() + first * row());
       std::copy(part.lambdas.begin(), part.lambdas.end(), lambdas.data() + first);
       return {};
     }
@@ -388,7 +390,7 @@ class spline {
                                 xhint == DF_XHINT_UNIFORM ? DF_XHINT_UNIFORM : DF_XHINT_NONE,
                                 static_cast<std::int32_t>(ny), y.data(), yhint(),
                                 set.inner_.empty() ? nullptr : set.inner_.data(), set.smooth_method_,
-                                set.lambda_, lambdas.data(), coeff.data());
+                                set.lambda_, lambdas.data(), rows());
       return code == DF_STATUS_OK ? status{} : refused(code);
     }
 
@@ -481,7 +483,7 @@ class spline {
         const std::unique_ptr<DfTask, detail::destroy_task> guard(one);
         if (code == DF_STATUS_OK)
           code = dfTaskEditSpline(one, order, DF_KIND_HERMITE, DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, slopes,
-                                  DF_IC_SLOPES, m + 1, coeff.data() + f * row(), DF_COEFF_DEFAULT);
+                                  DF_IC_SLOPES, m + 1, rows() + f * row(), DF_COEFF_DEFAULT);
         if (code == DF_STATUS_OK) code = dfTaskConstruct(one, 0, 0);
         if (code != DF_STATUS_OK) return refused(code);
       }
@@ -495,7 +497,7 @@ class spline {
       const double* const m = set.inner_.data() + 2 * f;
       const double r = 1.0 / (x[1] - x[0]);
       const double d = (right - left) * r;
-      double* const c = coeff.data() + 4 * f;
+      double* const c = rows() + 4 * f;
       c[0] = left;
       c[1] = m[0];
       c[2] = (3.0 * d - 2.0 * m[0] - m[1]) * r;
@@ -511,7 +513,7 @@ class spline {
 
     status edit(std::int32_t kind, std::int32_t type, std::int32_t internal, const double* ic) {
       const int code =
-          dfTaskEditSpline(task.get(), order, kind, type, bc, internal, ic, coeff.data(), DF_COEFF_DEFAULT);
+          dfTaskEditSpline(task.get(), order, kind, type, bc, internal, ic, rows(), DF_COEFF_DEFAULT);
       return code == DF_STATUS_OK ? status{} : refused(code);
     }
 
@@ -585,22 +587,28 @@ class spline {
   double one(double site, int k, std::size_t function) const {
     if (!has_state() || function >= state_->ny) detail::fail(usable(function));
     constexpr std::size_t most = 16;
-    if (state_->ny > most || k != 0) return one_of_many(site, k, function);
+    if (state_->ny > most || k < 0 || k > 3) return one_of_many(site, k, function);
+    static constexpr std::int32_t wanted[4][4] = {{1}, {0, 1}, {0, 0, 1}, {0, 0, 0, 1}};
     double r[most];
-    const int code =
-        dfTaskInterpolate(state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1, &site,
-                          DF_SITES_GENERAL, 0, nullptr, nullptr, r, DF_RESULTS_DEFAULT, nullptr);
+    const int code = dfTaskInterpolate(state_->task.get(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1,
+                                       &site, DF_SITES_GENERAL, k == 0 ? 0 : k + 1,
+                                       k == 0 ? nullptr : wanted[k], nullptr, r, DF_RESULTS_DEFAULT, nullptr);
     if (code != DF_STATUS_OK) detail::fail(state::refused(code));
     return r[function];
   }
 
   double one_of_many(double site, int k, std::size_t function) const {
     if (k < 0) detail::fail(state::refused(DF_ERROR_DERIVATIVES, "a derivative below 0 was asked for"));
-    double r[16];
-    std::vector<double> many(state_->ny > 16 ? state_->ny : 0);
-    detail::check(evaluate(view<const double>(&site, 1), std::uint32_t{1} << std::min(k, 31), layout::rows,
-                           many.empty() ? view<double>(r, state_->ny) : view<double>(many)));
-    return many.empty() ? r[function] : many[function];
+    double few[16];
+    std::vector<double> many;
+    view<double> r(few, state_->ny);
+    if (state_->ny > 16) {
+      many.resize(state_->ny);
+      r = many;
+    }
+    detail::check(
+        evaluate(view<const double>(&site, 1), std::uint32_t{1} << std::min(k, 31), layout::rows, r));
+    return r[function];
   }
 
   // Calls body(from, count, r, rhint) for at most so many elements as a call takes, `results` of each; rows of results
