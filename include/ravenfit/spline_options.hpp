@@ -12,6 +12,10 @@
 
 namespace ravenfit {
 
+namespace detail {
+struct spline_state;
+}
+
 // One end of a spline.
 struct end_condition {
   enum type { own, not_a_knot, free, slope, curvature, periodic };
@@ -76,6 +80,7 @@ class spline_options {
 
  private:
   friend class spline;
+  friend struct detail::spline_state;
   friend spline_options hermite(view<const double> slopes);
   friend spline_options second_derivatives(view<const double> values);
   friend spline_options quadratic(double midpoint);
