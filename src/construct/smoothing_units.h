@@ -22,10 +22,14 @@ inline double unitOf(double x) {
 
 // x 2^k for any integer k, at most the largest double.
 inline double scaled(double x, double k) {
-  for (; k > 1000.0; k -= 1000.0)
+  while (k > 1000.0) {
     x *= 0x1p1000;
-  for (; k < -1000.0; k += 1000.0)
+    k -= 1000.0;
+  }
+  while (k < -1000.0) {
     x *= 0x1p-1000;
+    k += 1000.0;
+  }
   x *= powerOfTwo(k);
   return x < largestDouble ? x : largestDouble;
 }

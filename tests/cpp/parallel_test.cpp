@@ -16,7 +16,8 @@ using ravenfit::stream;
 using Doubles = std::vector<double>;
 
 bool sameBits(const Doubles& a, const Doubles& b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
 }
 
 // Calls body() with each number of threads.

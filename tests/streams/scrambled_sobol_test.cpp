@@ -153,7 +153,7 @@ TEST(ScrambledSobol, ElementaryIntervalsHaveTheirShare) {
               const auto part = [&](std::size_t d, int bits) {
                 return std::uint64_t{raw[i + d]} >> (32 - bits);
               };
-              ++count[(part(0, a) << b | part(1, b)) << c | part(2, c)];
+              ++count[static_cast<std::size_t>((part(0, a) << b | part(1, b)) << c | part(2, c))];
             }
             EXPECT_EQ(count, Words(count.size(), 1U << t)) << a << ", " << b << ", " << c;
           }
