@@ -206,8 +206,8 @@ std::uint64_t fnv(const Bytes& bytes, std::size_t size) {
 std::int32_t loadStatus(const Bytes& bytes, std::size_t size) {
   RsgStream marker = {};
   RsgStream* stream = &marker;
-  Bytes exact(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
-  exact.reserve(1);
+  Bytes exact(size == 0 ? 1 : size);
+  std::copy_n(bytes.begin(), size, exact.begin());
   int reports = 0;
   rvnSetMessageHandler([](void* count, const char*) { ++*static_cast<int*>(count); }, &reports);
   const std::int32_t status = rsgLoadStream(&stream, exact.data(), static_cast<std::int32_t>(size));
