@@ -186,7 +186,8 @@ struct spline_state {
     return {};
   }
 
-  // A uniform partition is one whose breakpoints are the equidistant ones within two roundings. Its not-a-knot rows
+  // A uniform partition is one whose breakpoints are the equidistant ones within two roundings, and these are nothing
+  // beside its steps: far from 0, steps of a few roundings may differ as they like. Its not-a-knot rows
   // do not reproduce even a line, so there the breakpoints are given one by one. On nearly uniform ones searches start
   // from an estimate; a site on a breakpoint may then be served from its left, which only splines with a continuous
   // second derivative do not show.
@@ -198,7 +199,7 @@ struct spline_state {
       off = std::max(off, std::fabs(x[i] - (static_cast<double>(i) * step + ends[0])));
     const bool knots_count =
         set.left_.kind == end_condition::not_a_knot || set.right_.kind == end_condition::not_a_knot;
-    if (off <= rounding && !knots_count) {
+    if (off <= std::min(rounding, 0x1p-32 * step) && !knots_count) {
       xhint = DF_XHINT_UNIFORM;
     } else if (off <= 0.05 * step && nx() > 2 && set.kind_ == DF_KIND_NATURAL && order == DF_ORDER_CUBIC) {
       xhint = DF_XHINT_QUASI_UNIFORM;

@@ -194,6 +194,16 @@ TEST(CppSpline, RecognisesStructure) {
   }
 }
 
+// Far from 0 uneven steps of a few roundings are no equidistant ones: splines pass through their values.
+TEST(CppSpline, TakesUnevenStepsFarFromZeroAsTheyAre) {
+  Doubles far;
+  for (const int k : {0, 1, 3, 4, 6, 7, 8, 12})
+    far.push_back(0x1p30 + k * 0x1p-22);
+  const spline s(far, y);
+  for (std::size_t i = 0; i < far.size(); ++i)
+    EXPECT_NEAR(s(far[i]), y[i], 1e-12) << i;
+}
+
 // Integrals, antiderivative, derivative, roots and inverse of x^3 - x, which the not-a-knot spline is.
 TEST(CppSpline, IsExactOnACubic) {
   Doubles at = {-2.0, -1.5, -0.2, 0.3, 1.0, 2.0};
