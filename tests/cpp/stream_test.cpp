@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -112,6 +114,45 @@ TEST(CppSystem, SolvesAndRefuses) {
   EXPECT_EQ(ravenfit::try_solve_tridiagonal(beside, Doubles{4, 4}, beside, b).code, -3);
   EXPECT_GT(ravenfit::try_solve_tridiagonal(beside, Doubles{0, 0, 0}, Doubles{0, 0}, b).code, 0);
   EXPECT_TRUE(ravenfit::try_solve_tridiagonal({}, {}, {}, {}).ok());
+}
+
+// The largest deviation, in its own standard deviations, that parts show at one of their first 1000 positions: of their mean
+// from 1/2, and of the correlation of neighbours from 0.
+double largestDeviation(std::vector<stream> parts) {
+  constexpr std::size_t positions = 1000;
+  std::vector<Doubles> u;
+  for (stream& part : parts) {
+    u.emplace_back(positions);
+    part.fill_uniform(u.back(), -0.5, 0.5);
+  }
+  const auto count = static_cast<double>(u.size());
+  double largest = 0.0;
+  for (std::size_t p = 0; p < positions; ++p) {
+    double sum = u[0][p];
+    double products = 0.0;
+    for (std::size_t i = 1; i < u.size(); ++i) {
+      sum += u[i][p];
+      products += u[i][p] * u[i - 1][p];
+    }
+    largest = std::max({largest, std::fabs(sum) * std::sqrt(12.0 / count),
+                        std::fabs(products) * 12.0 / std::sqrt(count - 1.0)});
+  }
+  return largest;
+}
+
+// Members of a family that start from one seed begin alike; parts of a stream do not. Of 2000 normal deviations one above
+// 5 is rare: once in a thousand tests.
+TEST(CppStream, SplitsIntoPartsThatAreNotCorrelated) {
+  EXPECT_LT(largestDeviation(stream(ravenfit::mt2203(), 42).split(1000)), 5.0);
+  EXPECT_LT(largestDeviation(stream(ravenfit::wichmann_hill(), 42).split(273)), 5.0);
+  std::vector<stream> alike;
+  for (int member = 0; member < 273; ++member)
+    alike.emplace_back(ravenfit::wichmann_hill(member), 42);
+  EXPECT_GT(largestDeviation(std::move(alike)), 8.0);
+  alike.clear();
+  for (int member = 0; member < 1000; ++member)
+    alike.emplace_back(ravenfit::mt2203(member), 42);
+  EXPECT_GT(largestDeviation(std::move(alike)), 8.0);
 }
 
 }  // namespace
