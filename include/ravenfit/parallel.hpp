@@ -96,6 +96,7 @@ status try_by_site(const spline& curve, const Sites& sites, view<double> out) {
   if (where.size() <= stretch || results == 0 || out.size() / results != where.size() ||
       out.size() % results != 0)
     return curve.try_by_site<K...>(where, out);
+  if (status s = curve.try_sites(where); !s.ok()) return s;
   return ravenfit::detail::in_stretches(where.size(), stretch, [&](std::size_t from, std::size_t count) {
     return curve.try_by_site<K...>(where.part(from, count), out.part(from * results, count * results));
   });
@@ -117,6 +118,7 @@ status try_at(const spline& curve, const Sites& sites, view<double> out) {
   const std::size_t stretch = std::max<std::size_t>(block / std::max<std::size_t>(results, 1), 256);
   if (n <= stretch || results == 0 || out.size() / results != n || out.size() % results != 0)
     return curve.try_at<K...>(where, out);
+  if (status s = curve.try_sites(where); !s.ok()) return s;
   return ravenfit::detail::in_stretches(n, stretch, [&](std::size_t from, std::size_t count) {
     std::vector<double> rows(results * count);
     if (status s = curve.try_at<K...>(where.part(from, count), rows); !s.ok()) return s;

@@ -126,6 +126,14 @@ class spline {
     return evaluate(detail::numbers(sites), orders<K...>(), layout::by_site, out);
   }
 
+  // Whether the spline takes the sites: one with outside(refuse) takes none outside its domain and no NaN. The status names
+  // the first that it refuses, with DF_ERROR_OUTSIDE. Operations over many sites ask before they write.
+  template <class Sites>
+  status try_sites(const Sites& sites) const {
+    if (status s = usable(); !s.ok()) return s;
+    return check_sites(detail::numbers(sites));
+  }
+
   // From a to b, in any order, also outside.
   double integral(double a, double b, std::size_t function = 0) const {
     detail::check(usable(function));
@@ -297,6 +305,11 @@ class spline {
 
   status evaluate(view<const double> sites, std::uint32_t bits, layout how, view<double> out) const {
     if (status s = check_results(sites.size(), bits, out); !s.ok()) return s;
+    if (status s = check_sites(sites); !s.ok()) return s;
+    return evaluate_blocks(sites, bits, how, out);
+  }
+
+  status evaluate_blocks(view<const double> sites, std::uint32_t bits, layout how, view<double> out) const {
     std::int32_t wanted[32];
     const int count = spread(bits, wanted);
     const std::size_t results = result_count(bits);
@@ -322,6 +335,7 @@ class spline {
   template <class T>
   status evaluate(view<const T> sites, std::uint32_t bits, layout how, view<double> out) const {
     if (status s = check_results(sites.size(), bits, out); !s.ok()) return s;
+    if (status s = check_sites(sites); !s.ok()) return s;
     const std::size_t results = result_count(bits);
     double converted[512];
     std::vector<double> block(results * 512);
@@ -329,7 +343,8 @@ class spline {
       const std::size_t n = std::min<std::size_t>(sites.size() - from, 512);
       for (std::size_t i = 0; i < n; ++i)
         converted[i] = static_cast<double>(sites[from + i]);
-      if (status s = evaluate(view<const double>(converted, n), bits, how, {block.data(), results * n});
+      if (status s =
+              evaluate_blocks(view<const double>(converted, n), bits, how, {block.data(), results * n});
           !s.ok())
         return s;
       for (std::size_t k = 0; k < results; ++k)
@@ -355,6 +370,22 @@ class spline {
     if (status s = usable(); !s.ok()) return s;
     const std::size_t wanted = sites * result_count(bits);
     return out.size() == wanted ? status{} : refuse_size("results", out.size(), wanted);
+  }
+
+  // Calls are cut into blocks, of which one that is refused would come too late.
+  template <class T>
+  status check_sites(view<const T> sites) const {
+    const double a = state_->set.below_ == outside_mode::refuse ? state_->x[0] : -HUGE_VAL;
+    const double b = state_->set.above_ == outside_mode::refuse ? state_->x[state_->nx() - 1] : HUGE_VAL;
+    if (a == -HUGE_VAL && b == HUGE_VAL) return {};
+    const auto takes = [&](T s) { return static_cast<double>(s) >= a && static_cast<double>(s) <= b; };
+    const T* const bad = std::find_if_not(sites.data(), sites.data() + sites.size(), takes);
+    if (bad == sites.data() + sites.size()) return {};
+    const std::ptrdiff_t i = bad - sites.data();
+    return state::refused(DF_ERROR_OUTSIDE,
+                          detail::element("site", i, static_cast<double>(*bad)) +
+                              " is outside the domain of the spline, which takes no such sites",
+                          i);
   }
 
   // Bits as the array that dfTaskInterpolate takes; returns its length.

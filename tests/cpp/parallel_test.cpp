@@ -181,7 +181,12 @@ TEST(Parallel, TellsWhatItCannotDo) {
   spline s(x, x, ravenfit::linear().outside(ravenfit::refuse));
   Doubles sites(r.size(), 1.0);
   sites[50000] = 3.0;
-  EXPECT_EQ(ravenfit::parallel::try_at(s, sites, r).code, s.try_at(sites, r).code);
+  for (const ravenfit::status& why : {ravenfit::parallel::try_at(s, sites, r), s.try_at(sites, r),
+                                      s.try_by_site(std::vector<float>(sites.begin(), sites.end()), r)}) {
+    EXPECT_EQ(why.code, DF_ERROR_OUTSIDE);
+    EXPECT_EQ(why.index, 50000) << why.text();
+  }
+  EXPECT_EQ(r, untouched);
   EXPECT_FALSE(ravenfit::parallel::try_at(s, sites, ravenfit::view<double>(r).part(0, 99999)).ok());
   const spline taken = std::move(s);
   EXPECT_EQ(ravenfit::parallel::try_at(s, sites, r).code, DF_ERROR_NULL_TASK);
