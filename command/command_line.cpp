@@ -13,6 +13,14 @@ namespace command {
 
 namespace {
 
+// Options with the kind of what they take, and nothing else.
+class formatter : public CLI::Formatter {
+ public:
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return option->get_items_expected_max() == 0 ? "" : " " + option->get_type_name();
+  }
+};
+
 // Counts as people write them: 1000, 1e6, 64k, 1M, 2^20.
 std::uint64_t count_of(const std::string& text) {
   const auto refuse = [&]() -> std::uint64_t {
@@ -302,8 +310,11 @@ std::unique_ptr<command_line> make_command_line() {
   line->app.set_version_flag("--version", std::string("ravenfit ") + rvnVersion(), "Print the version");
   line->app.set_help_flag("-h,--help", "Print this help");
   line->app.require_subcommand(0, 1);
-  line->app.get_formatter()->column_width(28);
-  line->app.get_formatter()->label("OPTIONS", "options");
+  auto format = std::make_shared<formatter>();
+  format->column_width(28);
+  format->label("SUBCOMMAND", "COMMAND");
+  format->label("SUBCOMMANDS", "COMMANDS");
+  line->app.formatter(format);
   add_resample(*line);
   add_eval(*line);
   add_fit(*line);

@@ -1,5 +1,7 @@
 // The program `ravenfit`.
 
+#include <malloc.h>
+
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -42,8 +44,7 @@ int run(int argc, char** argv) {
   try {
     line->app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
-    const auto subs = line->app.get_subcommands();
-    return print(subs.empty() ? line->app.help() : subs.front()->help()), 0;
+    return print(line->app.help()), 0;
   } catch (const CLI::CallForVersion& version) {
     return print(std::string(version.what()) + "\n"), 0;
   } catch (const CLI::ParseError& error) {
@@ -56,6 +57,9 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   command::remove_unfinished_on_signals();
+  // Blocks of the same sizes come again and again: their memory is kept.
+  ::mallopt(M_MMAP_THRESHOLD, 1 << 28);
+  ::mallopt(M_TRIM_THRESHOLD, 1 << 28);
   try {
     return run(argc, argv);
   } catch (const command::use_error& error) {

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 #include "errors.h"
 
@@ -13,23 +14,38 @@ namespace {
 
 constexpr std::size_t bytes_in_a_block = std::size_t{1} << 20;
 
+// Numbers of one row block: `columns` of every row at `from`, rows `down` bytes apart, columns `across`.
+struct placed {
+  const char* from;
+  std::size_t rows;
+  std::size_t down;
+  std::size_t across;
+  bool swapped;
+};
+
 template <class T>
-double as_double(const char* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof value);
-  return static_cast<double>(value);
+void gather(const placed& numbers, const std::vector<std::size_t>& columns, double* to) {
+  for (std::size_t i = 0; i < numbers.rows; ++i)
+    for (const std::size_t c : columns) {
+      char bytes[sizeof(T)];
+      std::memcpy(bytes, numbers.from + i * numbers.down + c * numbers.across, sizeof(T));
+      if (numbers.swapped) std::reverse(bytes, bytes + sizeof(T));
+      T value;
+      std::memcpy(&value, bytes, sizeof(T));
+      *to++ = static_cast<double>(value);
+    }
 }
 
 struct number_type {
   const char* name;
   std::size_t width;
-  double (*read)(const char*);
+  void (*gather)(const placed&, const std::vector<std::size_t>&, double*);
 };
 constexpr number_type number_types[] = {
-    {"f8", 8, as_double<double>},        {"f4", 4, as_double<float>},         {"i8", 8, as_double<std::int64_t>},
-    {"i4", 4, as_double<std::int32_t>},  {"i2", 2, as_double<std::int16_t>},  {"i1", 1, as_double<std::int8_t>},
-    {"u8", 8, as_double<std::uint64_t>}, {"u4", 4, as_double<std::uint32_t>}, {"u2", 2, as_double<std::uint16_t>},
-    {"u1", 1, as_double<std::uint8_t>},  {"b1", 1, as_double<std::uint8_t>},
+    {"f8", 8, gather<double>},        {"f4", 4, gather<float>},         {"i8", 8, gather<std::int64_t>},
+    {"i4", 4, gather<std::int32_t>},  {"i2", 2, gather<std::int16_t>},  {"i1", 1, gather<std::int8_t>},
+    {"u8", 8, gather<std::uint64_t>}, {"u4", 4, gather<std::uint32_t>}, {"u2", 2, gather<std::uint16_t>},
+    {"u1", 1, gather<std::uint8_t>},  {"b1", 1, gather<std::uint8_t>},
 };
 
 const number_type* type_called(const std::string& name) {
@@ -143,24 +159,19 @@ bool npy_reader::read(row_block& block) {
     bytes_.resize(static_cast<std::size_t>(rows_) * row_bytes);
     fill(bytes_.data(), bytes_.size());
   }
-  const number_type& type = *type_called(type_);
-  const std::size_t first = by_column_ ? static_cast<std::size_t>(next_) : 0;
   const std::size_t down = by_column_ ? width_ : row_bytes;
   const std::size_t across = by_column_ ? static_cast<std::size_t>(rows_) * width_ : width_;
+  const std::size_t first = by_column_ ? static_cast<std::size_t>(next_) * width_ : 0;
   block.values.resize(count * chosen_.size());
   block.lines.resize(count);
-  double* to = block.values.data();
-  for (std::size_t i = 0; i < count; ++i) {
-    block.lines[i] = next_ + i;
-    for (const std::size_t c : chosen_) {
-      char number[8];
-      std::memcpy(number, bytes_.data() + (first + i) * down + c * across, width_);
-      if (swapped_) std::reverse(number, number + width_);
-      *to = type.read(number);
-      if (!lenient_ && !std::isfinite(*to))
-        throw data_error(field_message(*this, next_ + i, names_[c], std::isnan(*to) ? "nan is not finite" : "inf is not finite"));
-      ++to;
-    }
+  std::iota(block.lines.begin(), block.lines.end(), next_);
+  type_called(type_)->gather({bytes_.data() + first, count, down, across, swapped_}, chosen_, block.values.data());
+  const auto bad = lenient_ ? block.values.end()
+                            : std::find_if(block.values.begin(), block.values.end(), [](double v) { return !std::isfinite(v); });
+  if (bad != block.values.end()) {
+    const auto at = static_cast<std::size_t>(bad - block.values.begin());
+    throw data_error(field_message(*this, next_ + at / chosen_.size(), names_[chosen_[at % chosen_.size()]],
+                                   std::isnan(*bad) ? "nan is not finite" : "inf is not finite"));
   }
   next_ += count;
   return true;
