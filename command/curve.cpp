@@ -23,18 +23,19 @@ struct kind_row {
   const char* name;
   spline_options (*make)();
   std::size_t reach;
+  std::size_t least_rows;
 };
 
 const kind_row kinds[] = {
-    {"cubic", ravenfit::cubic, reach_of_system},
-    {"natural", ravenfit::cubic, reach_of_system},
-    {"akima", ravenfit::akima, reach_of_formula},
-    {"modified-akima", ravenfit::modified_akima, reach_of_formula},
-    {"pchip", ravenfit::pchip, reach_of_formula},
-    {"steffen", ravenfit::steffen, reach_of_formula},
-    {"bessel", ravenfit::bessel, reach_of_formula},
-    {"linear", ravenfit::linear, reach_of_formula},
-    {"subbotin", ravenfit::subbotin, everywhere},
+    {"cubic", ravenfit::cubic, reach_of_system, 3},
+    {"natural", ravenfit::cubic, reach_of_system, 3},
+    {"akima", ravenfit::akima, reach_of_formula, 5},
+    {"modified-akima", ravenfit::modified_akima, reach_of_formula, 5},
+    {"pchip", ravenfit::pchip, reach_of_formula, 3},
+    {"steffen", ravenfit::steffen, reach_of_formula, 3},
+    {"bessel", ravenfit::bessel, reach_of_formula, 4},
+    {"linear", ravenfit::linear, reach_of_formula, 2},
+    {"subbotin", ravenfit::subbotin, everywhere, 3},
 };
 
 const kind_row& row_of(const std::string& name) {
@@ -101,6 +102,15 @@ const std::vector<std::string>& kind_names() {
 std::size_t reach_of(const spline_choice& choice) {
   const bool closed = choice.ends == "periodic" || choice.left == "periodic" || choice.right == "periodic";
   return closed || choice.outside == "wrap" ? everywhere : row_of(choice.kind).reach;
+}
+
+void require_rows(const std::string& file, std::size_t rows, const spline_choice& choice) {
+  if (rows == 0) throw data_error(file + ": holds no data");
+  const bool loose = choice.ends == "not-a-knot" || choice.left == "not-a-knot" || choice.right == "not-a-knot";
+  const std::size_t least = std::max<std::size_t>(row_of(choice.kind).least_rows, loose ? 4 : 0);
+  if (rows < least)
+    throw data_error(file + ": too few rows for kind " + choice.kind + ": " + std::to_string(rows) + " of " +
+                     std::to_string(least));
 }
 
 spline_options spline_options_of(const spline_choice& choice, bool has_left, bool has_right) {

@@ -23,6 +23,9 @@ std::size_t reach_of(const spline_choice& choice);
 // there; an end of a window takes what needs nothing.
 ravenfit::spline_options spline_options_of(const spline_choice& choice, bool has_left = true, bool has_right = true);
 
+// Refuses a table with fewer rows than the kind needs.
+void require_rows(const std::string& file, std::size_t rows, const spline_choice& choice);
+
 // What the spline is outside of its partition, if anything is said.
 void set_outside(ravenfit::spline_options& options, const std::string& text);
 

@@ -27,7 +27,7 @@ struct fitted {
     xy_reader data(in);
     progress shown(quiet, data.table().source().size());
     data.read_all(x, y, shown);
-    if (x.empty()) throw data_error(data.table().source().name() + ": holds no data");
+    require_rows(data.table().source().name(), x.size(), choice);
     x_name = data.x_name();
     y_names = data.y_names();
     spline = std::make_unique<curve>(x, y, options);

@@ -89,7 +89,6 @@ int plot(const plot_options& options) {
     progress shown(options.out.quiet, data.table().source().size());
     data.read_all(x, y, shown);
   }
-  if (x.empty()) throw data_error(data.table().source().name() + ": holds no data");
   const std::size_t functions = data.functions();
 
   std::vector<double> sites(static_cast<std::size_t>(options.n));
@@ -105,6 +104,7 @@ int plot(const plot_options& options) {
   for (const std::string& kind : options.kinds) {
     spline_choice choice = options.spline;
     choice.kind = kind;
+    require_rows(data.table().source().name(), x.size(), choice);
     const curve made(x, y, spline_options_of(choice));
     std::vector<double> values(sites.size() * functions);
     made.evaluate(sites, {0}, values.data());

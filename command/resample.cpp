@@ -97,7 +97,7 @@ void run_in_windows(const resample_options& options, xy_reader& data, sites& whe
   for (bool has_last = false; !has_last;) {
     while (x.size() < rows && !has_last)
       has_last = !data.append(x, y);
-    if (x.empty()) throw data_error(data.table().source().name() + ": holds no data");
+    if (has_last && has_first) require_rows(data.table().source().name(), x.size(), options.spline);
     if (has_first) where.set_first(x.front());
     if (has_last) where.set_last(x.back());
     if (has_first) work.set_domain(x.front(), no_limit);
@@ -129,7 +129,9 @@ void run_whole(const resample_options& options, xy_reader& data, sites& where, e
     progress shown(options.out.quiet, data.table().source().size());
     data.read_all(x, y, shown);
   }
-  if (x.empty()) throw data_error(data.table().source().name() + ": holds no data");
+  spline_choice kind = options.spline;
+  if (smooths) kind.kind = "linear";  // whose needs are the same
+  require_rows(data.table().source().name(), x.size(), kind);
   const curve all(x, y, spline);
   if (smooths && !options.lambda && !options.out.quiet) report_lambdas(all, data.y_names());
   where.set_first(x.front());

@@ -59,11 +59,9 @@ table_writer::table_writer(output& to, table_format format, std::size_t columns,
     return;
   }
   text_.resize(room + columns * most_for_a_number);
-  std::string heading;
   const char separator = format == table_format::tsv ? '\t' : ',';
   for (std::size_t c = 0; c < names.size(); ++c)
-    heading += name_field(names[c], separator) + (c + 1 == names.size() ? '\n' : separator);
-  to.write(heading);
+    heading_ += name_field(names[c], separator) + (c + 1 == names.size() ? '\n' : separator);
 }
 
 table_writer::~table_writer() {
@@ -81,6 +79,8 @@ void table_writer::write(const double* first, const double* rest, std::size_t n)
 void table_writer::write_text(const double* first, const double* rest, std::size_t n) {
   const char separator = format_ == table_format::tsv ? '\t' : ',';
   const std::size_t others = columns_ - (first != nullptr ? 1 : 0);
+  to_.write(heading_);
+  heading_.clear();
   char* p = text_.data();
   for (std::size_t i = 0; i < n; ++i) {
     if (first != nullptr) {
@@ -128,7 +128,7 @@ std::string table_writer::npy_header() const {
 }
 
 void table_writer::finish() {
-  if (format_ != table_format::npy) return;
+  if (format_ != table_format::npy) return to_.write(heading_);
   if (spool_ == nullptr) return to_.rewrite_start(npy_header());
   to_.write(npy_header());
   std::rewind(spool_);
