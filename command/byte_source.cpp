@@ -1,19 +1,19 @@
 #include "byte_source.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "errors.h"
 
 namespace command {
 
 byte_source::byte_source(const std::string& path)
-    : name_(path == "-" ? "standard input" : path), descriptor_(path == "-" ? 0 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    : name_(path == "-" ? "standard input" : path),
+      descriptor_(path == "-" ? 0 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
   if (descriptor_ < 0) throw data_error(name_ + ": " + std::strerror(errno));
   struct stat facts {};
   if (::fstat(descriptor_, &facts) == 0 && S_ISREG(facts.st_mode)) {

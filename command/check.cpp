@@ -50,7 +50,9 @@ struct column_facts {
   bool turns_often() const { return count >= 20 && turns > count / 3; }
   bool is_monotone() const { return (rises == 0) != (falls == 0); }
   // One step that outweighs the mean of the others by far.
-  bool jumps() const { return count >= 8 && largest_difference > 20.0 * differences / static_cast<double>(count - 1); }
+  bool jumps() const {
+    return count >= 8 && largest_difference > 20.0 * differences / static_cast<double>(count - 1);
+  }
 };
 
 struct x_facts {
@@ -165,10 +167,9 @@ int check(const check_options& options) {
   else
     to.line("x", "\"{}\", from {} to {}", x_name, facts[x_column].least, facts[x_column].largest);
   to.line("order", "{}",
-          x.steps_back == 0
-              ? "ascends"
-              : fmt::format("{} steps back, the first in {}; --sort sorts the rows", x.steps_back,
-                            table->nearby(x.lines[x.first_back])));
+          x.steps_back == 0 ? "ascends"
+                            : fmt::format("{} steps back, the first in {}; --sort sorts the rows",
+                                          x.steps_back, table->nearby(x.lines[x.first_back])));
   to.line("duplicates", "{}",
           x.repeated == 0 ? "none"
                           : fmt::format("{}, the first in {}; --mean-duplicates takes means", x.repeated,
@@ -177,7 +178,8 @@ int check(const check_options& options) {
   for (std::size_t c = 0; c < names.size(); ++c) {
     if (facts[c].bad == 0) continue;
     finite = false;
-    to.line("no numbers", "{} in \"{}\", the first in {}", facts[c].bad, names[c], table->nearby(facts[c].first_bad));
+    to.line("no numbers", "{} in \"{}\", the first in {}", facts[c].bad, names[c],
+            table->nearby(facts[c].first_bad));
   }
   if (finite) to.line("no numbers", "none");
   const bool fits = finite && x.ascends() && rows >= 2;
@@ -190,8 +192,9 @@ int check(const check_options& options) {
     to.line("kind", "\"{}\": {}", names[c], advice(facts[c]));
   }
   to.line("verdict", "{}",
-          fits ? "splines can be made of it"
-               : rows < 2 ? "too few rows for a spline" : "no spline can be made of it as it is");
+          fits       ? "splines can be made of it"
+          : rows < 2 ? "too few rows for a spline"
+                     : "no spline can be made of it as it is");
   output file(options.out.file);
   file.write(to.text());
   file.commit();

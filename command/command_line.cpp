@@ -3,11 +3,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <ravenfit/tools.h>
 #include <string>
 
 #include "curve.h"
 #include "options.h"
+
+#include <ravenfit/tools.h>
 
 namespace command {
 
@@ -42,16 +43,21 @@ std::uint64_t count_of(const std::string& text) {
       ++rest;
     }
   }
-  if (rest == nullptr || *rest != 0 || !(value >= 0.0 && value < 0x1p63) || value != std::floor(value)) return refuse();
+  if (rest == nullptr || *rest != 0 || !(value >= 0.0 && value < 0x1p63) || value != std::floor(value))
+    return refuse();
   return static_cast<std::uint64_t>(value);
 }
 
-CLI::Option* add_count(CLI::App& app, const std::string& name, std::uint64_t& to, const std::string& description) {
-  return app.add_option_function<std::string>(name, [&to](const std::string& text) { to = count_of(text); }, description)
+CLI::Option* add_count(CLI::App& app, const std::string& name, std::uint64_t& to,
+                       const std::string& description) {
+  return app
+      .add_option_function<std::string>(
+          name, [&to](const std::string& text) { to = count_of(text); }, description)
       ->type_name("COUNT");
 }
 
-CLI::Option* add_number(CLI::App& app, const std::string& name, std::optional<double>& to, const std::string& description) {
+CLI::Option* add_number(CLI::App& app, const std::string& name, std::optional<double>& to,
+                        const std::string& description) {
   const auto take = [&to, name](const double& value) {
     if (!std::isfinite(value)) throw CLI::ValidationError(name + ": a finite number is wanted");
     to = value;
@@ -62,30 +68,38 @@ CLI::Option* add_number(CLI::App& app, const std::string& name, std::optional<do
 void add_text(CLI::App& app, input_options& in) {
   app.add_flag("--heading", in.heading, "The first record is a heading, even if it looks like numbers");
   app.add_flag("--no-heading", in.no_heading, "The first record is data")->excludes("--heading");
-  app.add_option("--separator", in.separator, "comma, semicolon, tab, space or a character; guessed otherwise")
+  app.add_option("--separator", in.separator,
+                 "comma, semicolon, tab, space or a character; guessed otherwise")
       ->type_name("WORD");
-  app.add_option("--comment", in.comment, "Lines that begin with this character are left out (#); none: there are none")
+  app.add_option("--comment", in.comment,
+                 "Lines that begin with this character are left out (#); none: there are none")
       ->type_name("CHARACTER");
 }
 
 void add_input(CLI::App& app, input_options& in, const char* file_description) {
   app.add_option("file", in.file, file_description)->required()->type_name("FILE");
-  app.add_option("-x,--x", in.x, "Column of the breakpoints, by name or number from 1 (the first one)")->type_name("COLUMN");
-  app.add_option("-y,--y", in.y, "Columns of the values, separated by commas (all others)")->delimiter(',')->type_name("COLUMN,...");
+  app.add_option("-x,--x", in.x, "Column of the breakpoints, by name or number from 1 (the first one)")
+      ->type_name("COLUMN");
+  app.add_option("-y,--y", in.y, "Columns of the values, separated by commas (all others)")
+      ->delimiter(',')
+      ->type_name("COLUMN,...");
   add_text(app, in);
   app.add_flag("--sort", in.sort, "Sort the rows by x first; takes all of them into memory");
-  app.add_flag("--mean-duplicates", in.mean_duplicates, "Rows of equal x become one, with the mean of their values");
+  app.add_flag("--mean-duplicates", in.mean_duplicates,
+               "Rows of equal x become one, with the mean of their values");
 }
 
 void add_outside(CLI::App& app, spline_choice& spline) {
-  app.add_option("--outside", spline.outside,
-                 "Outside of the data: proceed (the end polynomial goes on), clamp, wrap, nan, refuse, or a number")
+  app.add_option(
+         "--outside", spline.outside,
+         "Outside of the data: proceed (the end polynomial goes on), clamp, wrap, nan, refuse, or a number")
       ->type_name("WORD");
 }
 
 void add_ends(CLI::App& app, spline_choice& spline) {
   app.add_option("--ends", spline.ends,
-                 "Both ends: own, free, not-a-knot, periodic, slope=NUMBER or curvature=NUMBER (what the kind does by itself)")
+                 "Both ends: own, free, not-a-knot, periodic, slope=NUMBER or curvature=NUMBER (what the "
+                 "kind does by itself)")
       ->type_name("END");
   app.add_option("--left", spline.left, "The same for the left end alone")->type_name("END");
   app.add_option("--right", spline.right, "The same for the right end alone")->type_name("END");
@@ -119,7 +133,8 @@ void add_derivatives(CLI::App& app, std::vector<int>& derivatives) {
     std::sort(derivatives.begin(), derivatives.end());
     derivatives.erase(std::unique(derivatives.begin(), derivatives.end()), derivatives.end());
   };
-  app.add_option_function<std::vector<int>>("-d,--derivatives", take, "Orders of derivatives, 0 being the value (0)")
+  app.add_option_function<std::vector<int>>("-d,--derivatives", take,
+                                            "Orders of derivatives, 0 being the value (0)")
       ->delimiter(',')
       ->check(CLI::Range(0, 3).description(""))
       ->type_name("ORDER,...");
@@ -148,7 +163,8 @@ CLI::App& add(command_line& line, const char* name, const char* description, int
   return app;
 }
 
-constexpr const char* table_file = "Table: CSV, TSV or another text with separators, or .npy; - for standard input";
+constexpr const char* table_file =
+    "Table: CSV, TSV or another text with separators, or .npy; - for standard input";
 
 void add_resample(command_line& line) {
   std::shared_ptr<resample_options> o;
@@ -168,10 +184,13 @@ void add_resample(command_line& line) {
 
 void add_eval(command_line& line) {
   std::shared_ptr<resample_options> o;
-  CLI::App& app = add(line, "eval", "Values and derivatives at given sites, of a table or of a curve", evaluate, o);
+  CLI::App& app =
+      add(line, "eval", "Values and derivatives at given sites, of a table or of a curve", evaluate, o);
   add_input(app, o->in, "Table, or curve that fit has written");
   app.add_option("--at", o->sites.at, "Sites from the first column of a file")->type_name("FILE");
-  app.add_option("--sites", o->sites.list, "Sites, separated by commas")->delimiter(',')->type_name("NUMBER,...");
+  app.add_option("--sites", o->sites.list, "Sites, separated by commas")
+      ->delimiter(',')
+      ->type_name("NUMBER,...");
   add_derivatives(app, o->derivatives);
   add_spline(app, o->spline);
   add_output(app, o->out);
@@ -198,7 +217,8 @@ void add_integrate(command_line& line) {
   CLI::App& app = add(line, "integrate", "Integrals of the columns of a table, or of a curve", integrate, o);
   add_input(app, o->in, "Table, or curve that fit has written");
   add_number(app, "--from", o->from, "Lower limit (the first breakpoint)");
-  add_number(app, "--to", o->to, "Upper limit (the last breakpoint); below the lower one it changes the sign");
+  add_number(app, "--to", o->to,
+             "Upper limit (the last breakpoint); below the lower one it changes the sign");
   add_spline(app, o->spline);
   add_output(app, o->out);
   add_quiet(app, o->out);
@@ -212,7 +232,8 @@ void add_smooth(command_line& line) {
   CLI::App& app = add(line, "smooth", "Smoothing splines of columns with noise", smooth, o);
   add_input(app, o->in, table_file);
   add_number(app, "--lambda", o->lambda,
-             "Weight of the roughness, 0 or more; without it the one of generalised cross-validation, which is told on standard error");
+             "Weight of the roughness, 0 or more; without it the one of generalised cross-validation, which "
+             "is told on standard error");
   add_grid(app, o->sites);
   add_derivatives(app, o->derivatives);
   add_outside(app, o->spline);
@@ -234,7 +255,8 @@ void add_plot(command_line& line) {
   add_ends(app, o->spline);
   add_count(app, "-n,--n", o->n, "Sites of each curve (1000)");
   app.add_option("--size", o->size, "WIDTHxHEIGHT, in pixels or characters")->type_name("SIZE");
-  app.add_option("-o,--output", o->out.file, "A .svg or .png file; without it the plot is drawn in the terminal")
+  app.add_option("-o,--output", o->out.file,
+                 "A .svg or .png file; without it the plot is drawn in the terminal")
       ->type_name("FILE");
   add_quiet(app, o->out);
   set_examples(app,
@@ -246,7 +268,8 @@ void add_sample(command_line& line) {
   std::shared_ptr<sample_options> o;
   CLI::App& app = add(line, "sample", "Random numbers and quasi-random points", sample, o);
   app.add_option("generator", o->generator,
-                 "sobol, niederreiter, mcg31, r250, mrg32k3a, mcg59, wichmann-hill, mt19937, mt2203, sfmt19937 or rdrand; "
+                 "sobol, niederreiter, mcg31, r250, mrg32k3a, mcg59, wichmann-hill, mt19937, mt2203, "
+                 "sfmt19937 or rdrand; "
                  "mt2203:17 is a member of a family")
       ->required()
       ->type_name("GENERATOR");
@@ -255,13 +278,16 @@ void add_sample(command_line& line) {
   add_count(app, "--skip", o->skip, "Rows to leave out at the beginning");
   add_count(app, "--seed", o->seed, "Seed, below 2^32 (1)");
   const auto scramble = [o](const std::string& text) { o->scramble = count_of(text); };
-  app.add_option_function<std::string>("--scramble", scramble, "Scramble Sobol points by this seed")->type_name("SEED");
+  app.add_option_function<std::string>("--scramble", scramble, "Scramble Sobol points by this seed")
+      ->type_name("SEED");
   const auto flag = [&](const char* name, const char* distribution, const char* description) {
-    return app.add_flag_callback(name, [o, distribution] { o->distribution = distribution; }, description);
+    return app.add_flag_callback(
+        name, [o, distribution] { o->distribution = distribution; }, description);
   };
   CLI::Option* const normal = flag("--normal", "normal", "Normal variates instead of uniform ones");
   CLI::Option* const exponential = flag("--exponential", "exponential", "Exponential variates");
-  CLI::Option* const log_normal = flag("--log-normal", "log-normal", "Log-normal variates; mean and sigma are of the logarithm");
+  CLI::Option* const log_normal =
+      flag("--log-normal", "log-normal", "Log-normal variates; mean and sigma are of the logarithm");
   normal->excludes(exponential)->excludes(log_normal);
   exponential->excludes(log_normal);
   CLI::Option* const mean = add_number(app, "--mean", o->first, "Mean (0; of exponential variates 1)");
@@ -287,7 +313,8 @@ void add_check(command_line& line) {
   std::shared_ptr<check_options> o;
   CLI::App& app = add(line, "check", "Tell what is in a table, and which spline fits", check, o);
   app.add_option("file", o->in.file, table_file)->required()->type_name("FILE");
-  app.add_option("-x,--x", o->in.x, "Column of the breakpoints, by name or number from 1 (the first one)")->type_name("COLUMN");
+  app.add_option("-x,--x", o->in.x, "Column of the breakpoints, by name or number from 1 (the first one)")
+      ->type_name("COLUMN");
   add_text(app, o->in);
   add_quiet(app, o->out);
   set_examples(app,
@@ -296,7 +323,8 @@ void add_check(command_line& line) {
 }
 
 void add_info(command_line& line) {
-  CLI::App& app = *line.app.add_subcommand("info", "Version, level of the kernels and why, what would make it faster");
+  CLI::App& app =
+      *line.app.add_subcommand("info", "Version, level of the kernels and why, what would make it faster");
   app.callback([&line] { line.chosen = info; });
   set_examples(app, "  ravenfit info");
 }
@@ -324,8 +352,9 @@ std::unique_ptr<command_line> make_command_line() {
   add_sample(*line);
   add_check(*line);
   add_info(*line);
-  line->app.footer("`ravenfit COMMAND --help` lists the options of a command, with examples.\n"
-                   "Exit code: 0, 1 where the data or a file is at fault, 2 where the arguments are.");
+  line->app.footer(
+      "`ravenfit COMMAND --help` lists the options of a command, with examples.\n"
+      "Exit code: 0, 1 where the data or a file is at fault, 2 where the arguments are.");
   return line;
 }
 

@@ -39,7 +39,8 @@ const kind_row kinds[] = {
 };
 
 const kind_row& row_of(const std::string& name) {
-  const auto found = std::find_if(std::begin(kinds), std::end(kinds), [&](const kind_row& row) { return row.name == name; });
+  const auto found =
+      std::find_if(std::begin(kinds), std::end(kinds), [&](const kind_row& row) { return row.name == name; });
   if (found == std::end(kinds)) throw use_error("there is no kind \"" + name + "\"");
   return *found;
 }
@@ -60,7 +61,8 @@ end_condition end_of(const std::string& text) {
   if (text == "periodic") return {end_condition::periodic, 0.0};
   if (text.rfind("slope=", 0) == 0) return ravenfit::slope(number_in(text, 6));
   if (text.rfind("curvature=", 0) == 0) return ravenfit::curvature(number_in(text, 10));
-  throw use_error("\"" + text + "\" is no end; there are own, free, not-a-knot, periodic, slope=NUMBER, curvature=NUMBER");
+  throw use_error("\"" + text +
+                  "\" is no end; there are own, free, not-a-knot, periodic, slope=NUMBER, curvature=NUMBER");
 }
 
 struct outside_row {
@@ -106,7 +108,8 @@ std::size_t reach_of(const spline_choice& choice) {
 
 void require_rows(const std::string& file, std::size_t rows, const spline_choice& choice) {
   if (rows == 0) throw data_error(file + ": holds no data");
-  const bool loose = choice.ends == "not-a-knot" || choice.left == "not-a-knot" || choice.right == "not-a-knot";
+  const bool loose =
+      choice.ends == "not-a-knot" || choice.left == "not-a-knot" || choice.right == "not-a-knot";
   const std::size_t least = std::max<std::size_t>(row_of(choice.kind).least_rows, loose ? 4 : 0);
   if (rows < least)
     throw data_error(file + ": too few rows for kind " + choice.kind + ": " + std::to_string(rows) + " of " +
@@ -157,7 +160,8 @@ curve::parts parts_of(const curve& made, const spline_choice& choice, const std:
 }
 
 curve::curve(ravenfit::view<const double> x, ravenfit::view<const double> y, const spline_options& options)
-    : made_(std::make_unique<ravenfit::spline_view>(x, y, spline_options(options).by_breakpoint().unchecked())),
+    : made_(
+          std::make_unique<ravenfit::spline_view>(x, y, spline_options(options).by_breakpoint().unchecked())),
       functions_(made_->functions()),
       first_(x[0]),
       last_(x[x.size() - 1]) {}
@@ -177,7 +181,8 @@ curve::curve(parts loaded)
                          loaded_.coefficients.data(), DF_COEFF_DEFAULT));
 }
 
-void curve::evaluate(ravenfit::view<const double> sites, const std::vector<int>& derivatives, double* out) const {
+void curve::evaluate(ravenfit::view<const double> sites, const std::vector<int>& derivatives,
+                     double* out) const {
   std::int32_t wanted[32] = {};
   for (const int k : derivatives)
     wanted[k] = 1;
@@ -186,8 +191,9 @@ void curve::evaluate(ravenfit::view<const double> sites, const std::vector<int>&
   for (std::size_t from = 0; from < sites.size(); from += most) {
     const auto part = sites.part(from, std::min(most, sites.size() - from));
     const bool ascend = std::is_sorted(part.begin(), part.end());
-    check(dfTaskInterpolate(task(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, static_cast<std::int32_t>(part.size()),
-                            part.data(), ascend ? DF_SITES_SORTED : DF_SITES_GENERAL, 32, wanted, nullptr,
+    check(dfTaskInterpolate(task(), DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL,
+                            static_cast<std::int32_t>(part.size()), part.data(),
+                            ascend ? DF_SITES_SORTED : DF_SITES_GENERAL, 32, wanted, nullptr,
                             out + from * results, DF_RESULTS_BY_SITE, nullptr));
   }
 }

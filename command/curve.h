@@ -4,11 +4,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <ravenfit/ravenfit.hpp>
 #include <string>
 #include <vector>
 
 #include "options.h"
+
+#include <ravenfit/ravenfit.hpp>
 
 namespace command {
 
@@ -21,7 +22,8 @@ std::size_t reach_of(const spline_choice& choice);
 
 // Kind, ends and outside in the terms of the library. `has_left` and `has_right` say whether the data have their true ends
 // there; an end of a window takes what needs nothing.
-ravenfit::spline_options spline_options_of(const spline_choice& choice, bool has_left = true, bool has_right = true);
+ravenfit::spline_options spline_options_of(const spline_choice& choice, bool has_left = true,
+                                           bool has_right = true);
 
 // Refuses a table with fewer rows than the kind needs.
 void require_rows(const std::string& file, std::size_t rows, const spline_choice& choice);
@@ -32,7 +34,8 @@ void set_outside(ravenfit::spline_options& options, const std::string& text);
 class curve {
  public:
   // y: the values of all columns at a breakpoint side by side. Both arrays stay the caller's, and stay as they are.
-  curve(ravenfit::view<const double> x, ravenfit::view<const double> y, const ravenfit::spline_options& options);
+  curve(ravenfit::view<const double> x, ravenfit::view<const double> y,
+        const ravenfit::spline_options& options);
 
   // Of coefficients, as a file keeps them.
   struct parts {

@@ -90,8 +90,8 @@ void write_curve(output& to, const curve::parts& parts) {
   std::string names = parts.x_name + '\0';
   for (const std::string& name : parts.y_names)
     names += name + '\0';
-  const header h = {parts.order, parts.kind, parts.outside, 0, parts.y_names.size(), parts.x.size(), names.size(),
-                    parts.outside_value};
+  const header h = {parts.order,          parts.kind,     parts.outside, 0,
+                    parts.y_names.size(), parts.x.size(), names.size(),  parts.outside_value};
   fnv1a sum;
   const auto put = [&](const void* bytes, std::size_t count) {
     sum.add(bytes, count);
@@ -114,10 +114,12 @@ curve::parts read_curve(const std::string& path) {
   if (std::memcmp(first, magic, sizeof first) != 0) from.refuse("is no curve");
   char second[sizeof version - 1] = {};
   from.take(second, sizeof second);
-  if (std::memcmp(second, version, sizeof second) != 0) from.refuse("the curve is of a later version; take a newer ravenfit");
+  if (std::memcmp(second, version, sizeof second) != 0)
+    from.refuse("the curve is of a later version; take a newer ravenfit");
   header h{};
   from.take(&h, sizeof h);
-  if (h.order < DF_ORDER_LINEAR || h.order > DF_ORDER_CUBIC || (h.kind != DF_KIND_DEFAULT && h.kind != DF_KIND_SUBBOTIN) ||
+  if (h.order < DF_ORDER_LINEAR || h.order > DF_ORDER_CUBIC ||
+      (h.kind != DF_KIND_DEFAULT && h.kind != DF_KIND_SUBBOTIN) ||
       (h.kind == DF_KIND_SUBBOTIN && h.order != DF_ORDER_QUADRATIC) || h.outside < DF_OUTSIDE_CONTINUE ||
       h.outside > DF_OUTSIDE_REFUSE || h.breakpoints < 2 || h.breakpoints >= most || h.functions < 1 ||
       h.functions >= most / 2 || h.name_bytes <= h.functions || h.name_bytes > most)
@@ -149,7 +151,8 @@ curve::parts read_curve(const std::string& path) {
   from.take_doubles(parts.coefficients, h.functions * coefficients_in_a_row(h));
   from.check_sum();
   for (std::size_t i = 0; i < parts.x.size(); ++i)
-    if (!std::isfinite(parts.x[i]) || (i > 0 && !(parts.x[i - 1] < parts.x[i]))) from.refuse("the curve is damaged");
+    if (!std::isfinite(parts.x[i]) || (i > 0 && !(parts.x[i - 1] < parts.x[i])))
+      from.refuse("the curve is damaged");
   return parts;
 }
 

@@ -2,11 +2,12 @@
 
 #include <cstdlib>
 #include <fmt/format.h>
-#include <ravenfit/ravenfit.hpp>
 #include <string>
 
 #include "options.h"
 #include "output.h"
+
+#include <ravenfit/ravenfit.hpp>
 
 namespace command {
 
@@ -15,7 +16,8 @@ namespace {
 constexpr int best_level = 9;
 
 const char* instructions_of(int level) {
-  constexpr const char* names[] = {"SSE2", "SSE2", "SSE2", "SSE2", "SSE3", "SSSE3", "SSE4.1", "SSE4.2", "AVX", "AVX2"};
+  constexpr const char* names[] = {"SSE2",  "SSE2",   "SSE2",   "SSE2", "SSE3",
+                                   "SSSE3", "SSE4.1", "SSE4.2", "AVX",  "AVX2"};
   return level >= 0 && level <= best_level ? names[level] : "?";
 }
 
@@ -31,15 +33,18 @@ const char* pinned_by() {
 int info() {
   const int by_itself = rvnLevel();
   const int level = rvnUseBestLevel();
-  std::string text = fmt::format("version   {}\nlevel     {} ({})\n", rvnVersion(), level, instructions_of(level));
+  std::string text =
+      fmt::format("version   {}\nlevel     {} ({})\n", rvnVersion(), level, instructions_of(level));
   const char* const pin = pinned_by();
   if (pin != nullptr)
     text += fmt::format("why       {}={} in the environment\n", pin, std::getenv(pin));
   else if (by_itself == level)
     text += "why       the best that this processor's features allow\n";
   else
-    text += fmt::format("why       the best that this processor's features allow; programs that do not ask for it get level {}\n",
-                        by_itself);
+    text += fmt::format(
+        "why       the best that this processor's features allow; programs that do not ask for it get level "
+        "{}\n",
+        by_itself);
   __builtin_cpu_init();
   const bool could = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
   if (level >= best_level)
@@ -47,7 +52,8 @@ int info() {
   else if (pin != nullptr)
     text += fmt::format("faster    unset {}\n", pin);
   else
-    text += could ? "faster    a build of the library with level 9\n" : "faster    a processor with AVX2 and FMA\n";
+    text += could ? "faster    a build of the library with level 9\n"
+                  : "faster    a processor with AVX2 and FMA\n";
   if (pin == nullptr && by_itself != level)
     text += "programs  call rvnUseBestLevel() (ravenfit/tools.h), or set RVN_BEST_LEVEL=1\n";
   output to("-");

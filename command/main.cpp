@@ -1,17 +1,17 @@
 // The program `ravenfit`.
 
-#include <malloc.h>
-
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <malloc.h>
 #include <new>
-#include <ravenfit/ravenfit.hpp>
 #include <string>
 
 #include "command_line.h"
 #include "errors.h"
 #include "output.h"
+
+#include <ravenfit/ravenfit.hpp>
 
 namespace {
 
@@ -39,7 +39,8 @@ std::string hint(const CLI::App& app) {
 int run(int argc, char** argv) {
   const auto line = command::make_command_line();
   if (argc == 2 && std::string(argv[1]) == "--manual-page") return print(command::manual_page(line->app)), 0;
-  if (argc == 2 && std::string(argv[1]) == "--bash-completion") return print(command::bash_completion(line->app)), 0;
+  if (argc == 2 && std::string(argv[1]) == "--bash-completion")
+    return print(command::bash_completion(line->app)), 0;
   if (argc == 1) return print(line->app.help()), fault_of_use;
   try {
     line->app.parse(argc, argv);

@@ -86,11 +86,14 @@ void npy_reader::fill(char* to, std::size_t count) {
 void npy_reader::read_header() {
   unsigned char start[12] = {};
   constexpr std::size_t magic = 6;
-  if (source_->read(reinterpret_cast<char*>(start), magic + 2) != magic + 2) refuse("the header of the array is cut off");
+  if (source_->read(reinterpret_cast<char*>(start), magic + 2) != magic + 2)
+    refuse("the header of the array is cut off");
   const int version = start[magic];
-  if (version < 1 || version > 3) refuse("version " + std::to_string(version) + " of the .npy format is not known");
+  if (version < 1 || version > 3)
+    refuse("version " + std::to_string(version) + " of the .npy format is not known");
   const std::size_t bytes = version == 1 ? 2 : 4;
-  if (source_->read(reinterpret_cast<char*>(start + magic + 2), bytes) != bytes) refuse("the header of the array is cut off");
+  if (source_->read(reinterpret_cast<char*>(start + magic + 2), bytes) != bytes)
+    refuse("the header of the array is cut off");
   std::size_t length = 0;
   for (std::size_t i = bytes; i-- > 0;)
     length = length << 8 | start[magic + 2 + i];
@@ -112,7 +115,8 @@ void npy_reader::read_header() {
   rows_ = take_shape(header, columns);
   if (columns == 0 || rows_ == 0) refuse("holds no data");
   constexpr std::uint64_t most = std::uint64_t{1} << 24;
-  if (columns > most || rows_ > (std::uint64_t{1} << 56) / columns) refuse("the shape of the array is damaged");
+  if (columns > most || rows_ > (std::uint64_t{1} << 56) / columns)
+    refuse("the shape of the array is damaged");
   for (std::uint64_t c = 0; c < columns; ++c)
     names_.push_back(std::to_string(c + 1));
   if (source_->size() != 0 && source_->size() - source_->done() < rows_ * columns * width_)
@@ -135,7 +139,8 @@ std::uint64_t npy_reader::take_shape(const std::string& header, std::uint64_t& c
     p = rest;
   }
   if (sizes.empty() || sizes.size() > 2)
-    refuse("has " + std::to_string(sizes.size()) + " dimensions; there must be one, or two: rows and columns");
+    refuse("has " + std::to_string(sizes.size()) +
+           " dimensions; there must be one, or two: rows and columns");
   if (sizes.size() == 2) columns = sizes[1];
   return sizes[0];
 }
@@ -165,9 +170,11 @@ bool npy_reader::read(row_block& block) {
   block.values.resize(count * chosen_.size());
   block.lines.resize(count);
   std::iota(block.lines.begin(), block.lines.end(), next_);
-  type_called(type_)->gather({bytes_.data() + first, count, down, across, swapped_}, chosen_, block.values.data());
+  type_called(type_)->gather({bytes_.data() + first, count, down, across, swapped_}, chosen_,
+                             block.values.data());
   const auto bad = lenient_ ? block.values.end()
-                            : std::find_if(block.values.begin(), block.values.end(), [](double v) { return !std::isfinite(v); });
+                            : std::find_if(block.values.begin(), block.values.end(),
+                                           [](double v) { return !std::isfinite(v); });
   if (bad != block.values.end()) {
     const auto at = static_cast<std::size_t>(bad - block.values.begin());
     throw data_error(field_message(*this, next_ + at / chosen_.size(), names_[chosen_[at % chosen_.size()]],

@@ -29,7 +29,7 @@ class npy_reader final : public table_reader {
 
   std::vector<std::string> names_;
   std::vector<std::size_t> chosen_;
-  std::string type_;  // as "f8"
+  std::string type_;       // as "f8"
   std::size_t width_ = 0;  // bytes of a number
   bool swapped_ = false;
   bool by_column_ = false;

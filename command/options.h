@@ -87,7 +87,7 @@ struct sample_options {
   std::uint64_t seed = 1;
   std::optional<std::uint64_t> scramble;
   std::string distribution = "uniform";
-  std::optional<double> first;   // of the two parameters of the distribution
+  std::optional<double> first;  // of the two parameters of the distribution
   std::optional<double> second;
   output_options out;
 };

@@ -1,12 +1,11 @@
 // plot: the curves of several kinds through the data, drawn by gnuplot.
 
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <sys/ioctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "curve.h"
@@ -54,7 +53,8 @@ std::string terminal_of(const plot_options& options) {
     const std::string usual = known ? fmt::format("{},{}", window.ws_col, window.ws_row - 1) : "79,24";
     return "dumb noenhanced size " + size_of(options, usual.c_str());
   }
-  if (ends_with(options.out.file, ".svg")) return "svg noenhanced dynamic background 'white' size " + size_of(options, "900,560");
+  if (ends_with(options.out.file, ".svg"))
+    return "svg noenhanced dynamic background 'white' size " + size_of(options, "900,560");
   if (ends_with(options.out.file, ".png")) return "pngcairo noenhanced size " + size_of(options, "900,560");
   throw use_error("-o takes a name that ends in .svg or .png, not \"" + options.out.file + "\"");
 }
@@ -98,7 +98,8 @@ int plot(const plot_options& options) {
   }
   std::vector<std::string> titles;
   for (std::size_t f = 0; f < functions; ++f) {
-    script += fmt::format("$block{} << RAVENFIT_END\n{}RAVENFIT_END\n", titles.size(), points(x, y.data() + f, functions));
+    script += fmt::format("$block{} << RAVENFIT_END\n{}RAVENFIT_END\n", titles.size(),
+                          points(x, y.data() + f, functions));
     titles.push_back(functions == 1 && options.kinds.size() == 1 ? "data" : data.y_names()[f]);
   }
   for (const std::string& kind : options.kinds) {
@@ -109,7 +110,8 @@ int plot(const plot_options& options) {
     std::vector<double> values(sites.size() * functions);
     made.evaluate(sites, {0}, values.data());
     for (std::size_t f = 0; f < functions; ++f) {
-      script += fmt::format("$block{} << RAVENFIT_END\n{}RAVENFIT_END\n", titles.size(), points(sites, values.data() + f, functions));
+      script += fmt::format("$block{} << RAVENFIT_END\n{}RAVENFIT_END\n", titles.size(),
+                            points(sites, values.data() + f, functions));
       titles.push_back(functions == 1 ? kind : data.y_names()[f] + ", " + kind);
     }
   }

@@ -1,11 +1,10 @@
 #include "progress.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
 #include <string>
+#include <unistd.h>
 
 namespace command {
 
@@ -43,7 +42,8 @@ void progress::at(std::uint64_t done) {
   drawn_ = true;
   const double seconds = std::chrono::duration<double>(now - begin_).count();
   const double rate = static_cast<double>(done) / seconds;
-  std::string line = fmt::format("{}, {}/s", with_prefix(static_cast<double>(done), unit_), with_prefix(rate, unit_));
+  std::string line =
+      fmt::format("{}, {}/s", with_prefix(static_cast<double>(done), unit_), with_prefix(rate, unit_));
   if (whole_ > 0 && done > 0 && done <= whole_) {
     const double share = static_cast<double>(done) / static_cast<double>(whole_);
     line = fmt::format("{:3.0f} %, {}, {} left", 100.0 * share, line, duration(seconds / share - seconds));

@@ -23,7 +23,8 @@ constexpr double no_limit = std::numeric_limits<double>::infinity();
 constexpr std::size_t values_in_a_window = std::size_t{1} << 18;
 constexpr std::size_t values_in_a_block = std::size_t{1} << 15;
 
-std::vector<std::string> headings(const std::string& x, const std::vector<std::string>& y, const std::vector<int>& orders) {
+std::vector<std::string> headings(const std::string& x, const std::vector<std::string>& y,
+                                  const std::vector<int>& orders) {
   std::vector<std::string> all = {x};
   for (const int k : orders)
     for (const std::string& name : y)
@@ -34,8 +35,8 @@ std::vector<std::string> headings(const std::string& x, const std::vector<std::s
 // Evaluates at the sites that come, and writes.
 class evaluation {
  public:
-  evaluation(const resample_options& options, const std::string& x_name, const std::vector<std::string>& y_names, bool heading,
-             sites& where)
+  evaluation(const resample_options& options, const std::string& x_name,
+             const std::vector<std::string>& y_names, bool heading, sites& where)
       : options_(options),
         columns_(y_names.size() * options.derivatives.size()),
         where_(where),
@@ -71,7 +72,8 @@ class evaluation {
   void check_inside(const std::vector<double>& at) const {
     for (const double s : at)
       if (s < first_ || s > last_)
-        throw data_error(fmt::format("site {} is outside of the data, which --outside refuse does not take", s));
+        throw data_error(
+            fmt::format("site {} is outside of the data, which --outside refuse does not take", s));
   }
 
   const resample_options& options_;
@@ -169,7 +171,8 @@ int run_on_table(const resample_options& options, bool smooths) {
   }
   xy_reader data(options.in);
   sites where(options.sites, options.in, options.in.x.empty() ? data.x_name() : options.in.x);
-  bool whole = smooths || reach_of(options.spline) == 0 || !where.ascend() || options.in.sort || options.in.mean_duplicates;
+  bool whole = smooths || reach_of(options.spline) == 0 || !where.ascend() || options.in.sort ||
+               options.in.mean_duplicates;
   if (where.need_last() && !whole) {
     if (data.can_be_read_twice())
       where.set_last(last_of_x(options.in));

@@ -4,7 +4,6 @@
 #include <cctype>
 #include <charconv>
 #include <fmt/format.h>
-#include <ravenfit/ravenfit.hpp>
 #include <variant>
 
 #include "errors.h"
@@ -12,6 +11,8 @@
 #include "output.h"
 #include "progress.h"
 #include "table_writer.h"
+
+#include <ravenfit/ravenfit.hpp>
 
 namespace command {
 
@@ -46,8 +47,8 @@ ravenfit::generator generator_called(const std::string& text) {
       const char* const end = text.data() + text.size();
       const auto [rest, failed] = std::from_chars(text.data() + colon + 1, end, member);
       RsgInfo facts;
-      if (failed != std::errc() || rest != end || rsgGeneratorInfo(row.which.id, &facts) != RSG_STATUS_OK || member < 0 ||
-          member >= facts.members)
+      if (failed != std::errc() || rest != end || rsgGeneratorInfo(row.which.id, &facts) != RSG_STATUS_OK ||
+          member < 0 || member >= facts.members)
         throw use_error("\"" + text + "\": there is no such member of the family");
     }
     return {row.which.id + member};

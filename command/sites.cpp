@@ -18,7 +18,8 @@ std::vector<double> read_column(const std::string& file, const input_options& in
   std::vector<double> all;
   row_block block;
   while (table->read(block))
-    all.insert(all.end(), block.values.begin(), block.values.begin() + static_cast<std::ptrdiff_t>(block.rows));
+    all.insert(all.end(), block.values.begin(),
+               block.values.begin() + static_cast<std::ptrdiff_t>(block.rows));
   return all;
 }
 
@@ -32,12 +33,15 @@ sites::sites(const site_choice& choice, const input_options& in, const std::stri
   const int ways = (choice.step ? 1 : 0) + (choice.n > 0 ? 1 : 0) + (choice.at.empty() ? 0 : 1) +
                    (choice.like.empty() ? 0 : 1) + (choice.list.empty() ? 0 : 1);
   if (ways > 1) throw use_error("say the sites in one way: by --step, --n, --at, --like or --sites");
-  if ((has_from_ || has_to_) && !choice.step && choice.n == 0) throw use_error("--from and --to go with --step or --n");
-  if (has_from_ && has_to_ && !(from_ <= to_)) throw use_error(fmt::format("--from {} is above --to {}", from_, to_));
+  if ((has_from_ || has_to_) && !choice.step && choice.n == 0)
+    throw use_error("--from and --to go with --step or --n");
+  if (has_from_ && has_to_ && !(from_ <= to_))
+    throw use_error(fmt::format("--from {} is above --to {}", from_, to_));
   if (choice.step) {
     kind_ = by_step;
     step_ = *choice.step;
-    if (!(step_ > 0.0) || !std::isfinite(step_)) throw use_error(fmt::format("--step {}: a step is above 0", step_));
+    if (!(step_ > 0.0) || !std::isfinite(step_))
+      throw use_error(fmt::format("--step {}: a step is above 0", step_));
   } else if (choice.n > 0) {
     kind_ = by_count;
     count_ = choice.n;
@@ -71,13 +75,15 @@ void sites::count_steps() {
   if (kind_ != by_step && kind_ != by_count) return;
   if (!(from_ <= to_)) throw data_error(fmt::format("there are no sites from {} to {}", from_, to_));
   const double length = to_ - from_;
-  if (!std::isfinite(length)) throw data_error(fmt::format("sites from {} to {} are too far apart", from_, to_));
+  if (!std::isfinite(length))
+    throw data_error(fmt::format("sites from {} to {} are too far apart", from_, to_));
   if (kind_ == by_count) {
     step_ = count_ > 1 ? length / static_cast<double>(count_ - 1) : 0.0;
     return;
   }
   const double steps = length / step_;
-  if (!(steps < 0x1p53)) throw use_error(fmt::format("--step {} is too small for sites from {} to {}", step_, from_, to_));
+  if (!(steps < 0x1p53))
+    throw use_error(fmt::format("--step {} is too small for sites from {} to {}", step_, from_, to_));
   const double rounding = 0x1p-50 * (std::max(std::fabs(from_), std::fabs(to_)) / step_);
   count_ = static_cast<std::uint64_t>(std::floor(steps + std::min(rounding, 0.25))) + 1;
 }

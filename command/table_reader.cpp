@@ -15,14 +15,19 @@ std::unique_ptr<table_reader> open_table(const std::string& path, const text_for
   const std::string_view first = source->peek(8);
   const auto starts = [&](std::string_view magic) { return first.substr(0, magic.size()) == magic; };
   if (starts("\x93NUMPY")) return std::make_unique<npy_reader>(std::move(source));
-  if (starts("\x1f\x8b") || starts("BZh") || starts("\xfd" "7zXZ") || starts("\x28\xb5\x2f\xfd"))
+  if (starts("\x1f\x8b") || starts("BZh") ||
+      starts("\xfd"
+             "7zXZ") ||
+      starts("\x28\xb5\x2f\xfd"))
     throw data_error(source->name() + ": is compressed; unpack it, as by `zcat FILE | ravenfit ... -`");
   if (starts("PK\x03\x04"))
-    throw data_error(source->name() + ": is a zip archive, as spreadsheets and .npz files are; export CSV from it");
+    throw data_error(source->name() +
+                     ": is a zip archive, as spreadsheets and .npz files are; export CSV from it");
   if (starts("\xff\xfe") || starts("\xfe\xff"))
     throw data_error(source->name() + ": is UTF-16 text; convert it, as by `iconv -f UTF-16 -t UTF-8 FILE`");
   if (starts("ravenfit"))
-    throw data_error(source->name() + ": is a curve, not a table; `ravenfit eval` and `ravenfit integrate` take curves");
+    throw data_error(source->name() +
+                     ": is a curve, not a table; `ravenfit eval` and `ravenfit integrate` take curves");
   return std::make_unique<text_reader>(std::move(source), format);
 }
 
@@ -42,7 +47,8 @@ std::size_t find_column(const table_reader& table, const std::string& wanted) {
   const auto found = std::find(names.begin(), names.end(), wanted);
   if (found != names.end()) {
     if (std::find(found + 1, names.end(), wanted) != names.end())
-      throw use_error(table.source().name() + ": several columns are called \"" + wanted + "\"; take the number of one");
+      throw use_error(table.source().name() + ": several columns are called \"" + wanted +
+                      "\"; take the number of one");
     return static_cast<std::size_t>(found - names.begin());
   }
   std::size_t number = 0;

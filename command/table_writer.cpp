@@ -20,7 +20,8 @@ constexpr std::size_t npy_header_bytes = 128;
 
 std::string name_field(const std::string& name, char separator) {
   const bool plain = !name.empty() && name.find_first_of("\"\r\n") == std::string::npos &&
-                     name.find(separator) == std::string::npos && name[0] != '#' && name[0] != ' ' && name.back() != ' ';
+                     name.find(separator) == std::string::npos && name[0] != '#' && name[0] != ' ' &&
+                     name.back() != ' ';
   if (plain) return name;
   std::string quoted = "\"";
   for (const char c : name) {
@@ -43,11 +44,13 @@ bool ends_with(const std::string& path, const char* ending) {
 
 table_format format_of(const std::string& path, const std::string& wanted) {
   if (wanted == "npy" || (wanted.empty() && ends_with(path, ".npy"))) return table_format::npy;
-  if (wanted == "tsv" || (wanted.empty() && (ends_with(path, ".tsv") || ends_with(path, ".tab")))) return table_format::tsv;
+  if (wanted == "tsv" || (wanted.empty() && (ends_with(path, ".tsv") || ends_with(path, ".tab"))))
+    return table_format::tsv;
   return table_format::csv;
 }
 
-table_writer::table_writer(output& to, table_format format, std::size_t columns, const std::vector<std::string>& names)
+table_writer::table_writer(output& to, table_format format, std::size_t columns,
+                           const std::vector<std::string>& names)
     : to_(to), format_(format), columns_(columns) {
   if (format == table_format::npy) {
     if (to.can_rewrite()) {
@@ -119,7 +122,8 @@ void table_writer::send(const char* bytes, std::size_t count) {
 
 // Of a fixed length, so that it can be written again when the rows are counted.
 std::string table_writer::npy_header() const {
-  std::string text = fmt::format("{{'descr': '<f8', 'fortran_order': False, 'shape': ({}, {}), }}", rows_, columns_);
+  std::string text =
+      fmt::format("{{'descr': '<f8', 'fortran_order': False, 'shape': ({}, {}), }}", rows_, columns_);
   constexpr std::size_t before = 10;
   text.resize(npy_header_bytes - before - 1, ' ');
   text += '\n';

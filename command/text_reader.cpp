@@ -83,7 +83,8 @@ bool text_reader::fill() {
   at_ = 0;
   if (filled_ > buffer_.size() / 2) {
     if (filled_ > longest_record)
-      throw data_error(place(line_) + ": the record that begins here does not end within 64 MB; is a quote not closed?");
+      throw data_error(place(line_) +
+                       ": the record that begins here does not end within 64 MB; is a quote not closed?");
     buffer_.resize(2 * buffer_.size());
   }
   const std::size_t room = buffer_.size() - filled_ - 1;
@@ -191,7 +192,9 @@ void text_reader::read_first_record(const text_format& format) {
     }
     if (behind != nullptr) {
       first_line_ = record_line_;
-      const auto is_number = [](const std::string& field) { return field.empty() || parsed(field).has_value(); };
+      const auto is_number = [](const std::string& field) {
+        return field.empty() || parsed(field).has_value();
+      };
       heading_ = format.heading.value_or(!std::all_of(fields.begin(), fields.end(), is_number));
       if (heading_) {
         at_ = static_cast<std::size_t>(behind - buffer_.data());
@@ -283,7 +286,8 @@ bool text_reader::read(row_block& block) {
   block.values.resize(most * width_);
   while (block.rows < most) {
     const char* const from = next_record(buffer_.data() + at_);
-    const char* const behind = from == nullptr ? nullptr : read_numbers(from, block.values.data() + block.rows * width_);
+    const char* const behind =
+        from == nullptr ? nullptr : read_numbers(from, block.values.data() + block.rows * width_);
     if (behind != nullptr) {
       block.lines.push_back(record_line_);
       ++block.rows;

@@ -21,7 +21,8 @@ text_format text_format_of(const input_options& options) {
   } else if (!s.empty()) {
     constexpr std::string_view never = "\"\r\n+-.eE0123456789";
     if (s.size() != 1 || never.find(s[0]) != std::string_view::npos)
-      throw use_error("--separator takes comma, semicolon, tab, space or one other character, not \"" + s + "\"");
+      throw use_error("--separator takes comma, semicolon, tab, space or one other character, not \"" + s +
+                      "\"");
     format.separator = s[0];
   }
   return format;
@@ -49,7 +50,8 @@ xy_reader::xy_reader(const input_options& options)
 
 void xy_reader::check_order(double x, std::uint64_t line) {
   if (started_ && ordered_ && !(x > last_) && !(x == last_ && options_.mean_duplicates)) {
-    const char* const help = x == last_ ? "; --mean-duplicates takes the mean of such rows" : "; --sort sorts the rows";
+    const char* const help =
+        x == last_ ? "; --mean-duplicates takes the mean of such rows" : "; --sort sorts the rows";
     throw data_error(field_message(
         *table_, line, x_name_,
         fmt::format("{} does not exceed {} in {}{}", x, last_, table_->nearby(last_line_), help)));
