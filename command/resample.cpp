@@ -11,6 +11,7 @@
 #include "errors.h"
 #include "output.h"
 #include "progress.h"
+#include "side_by_side.h"
 #include "sites.h"
 #include "table_writer.h"
 #include "xy_data.h"
@@ -21,7 +22,7 @@ namespace {
 
 constexpr double no_limit = std::numeric_limits<double>::infinity();
 constexpr std::size_t values_in_a_window = std::size_t{1} << 18;
-constexpr std::size_t values_in_a_block = std::size_t{1} << 15;
+constexpr std::size_t values_in_a_block = std::size_t{1} << 17;
 
 std::vector<std::string> headings(const std::string& x, const std::vector<std::string>& y,
                                   const std::vector<int>& orders) {
@@ -87,6 +88,20 @@ class evaluation {
   std::vector<double> results_;
 };
 
+// Rows that are read while others are worked on.
+struct rows_ahead {
+  std::vector<double> x;
+  std::vector<double> y;
+  bool are_last = false;
+
+  void read(xy_reader& data, std::size_t rows) {
+    x.clear();
+    y.clear();
+    while (x.size() < rows && !are_last)
+      are_last = !data.append(x, y);
+  }
+};
+
 // Data that ascend pass through a window, whose splines have the values of the whole a few breakpoints away from where it
 // is cut.
 void run_in_windows(const resample_options& options, xy_reader& data, sites& where, evaluation& work) {
@@ -95,25 +110,28 @@ void run_in_windows(const resample_options& options, xy_reader& data, sites& whe
   progress shown(options.out.quiet, data.table().source().size());
   std::vector<double> x;
   std::vector<double> y;
-  bool has_first = true;
-  for (bool has_last = false; !has_last;) {
-    while (x.size() < rows && !has_last)
-      has_last = !data.append(x, y);
-    if (has_last && has_first) require_rows(data.table().source().name(), x.size(), options.spline);
+  rows_ahead next;
+  next.read(data, rows);
+  for (bool has_first = true;; has_first = false) {
+    x.insert(x.end(), next.x.begin(), next.x.end());
+    y.insert(y.end(), next.y.begin(), next.y.end());
+    const bool has_last = next.are_last;
+    const std::uint64_t done = data.table().source().done();
+    std::future<void> reading;
+    if (!has_last) reading = begin([&] { next.read(data, rows - 2 * reach); });
+    if (has_first && has_last) require_rows(data.table().source().name(), x.size(), options.spline);
     if (has_first) where.set_first(x.front());
     if (has_last) where.set_last(x.back());
-    if (has_first) work.set_domain(x.front(), no_limit);
-    if (has_last) work.set_domain(-no_limit, x.back());
-    if (has_first && has_last) work.set_domain(x.front(), x.back());
+    work.set_domain(has_first ? x.front() : -no_limit, has_last ? x.back() : no_limit);
     const curve part(x, y, spline_options_of(options.spline, has_first, has_last));
-    const std::size_t cut = has_last ? x.size() - 1 : x.size() - 1 - reach;
-    work.run(part, has_last ? no_limit : x[cut]);
-    shown.at(data.table().source().done());
-    if (has_last) break;
+    if (has_last) return work.run(part, no_limit);
+    const std::size_t cut = x.size() - 1 - reach;
+    work.run(part, x[cut]);
+    shown.at(done);
+    reading.get();
     const auto drop = static_cast<std::ptrdiff_t>(cut - reach);
     x.erase(x.begin(), x.begin() + drop);
     y.erase(y.begin(), y.begin() + drop * static_cast<std::ptrdiff_t>(data.functions()));
-    has_first = false;
   }
 }
 

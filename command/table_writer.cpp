@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "errors.h"
+#include "side_by_side.h"
 
 namespace command {
 
@@ -16,6 +17,8 @@ namespace {
 // "-2.2250738585072014e-308", and its separator.
 constexpr std::size_t most_for_a_number = 25;
 constexpr std::size_t room = std::size_t{1} << 18;
+// So that a part pays for its thread.
+constexpr std::size_t values_in_a_part = std::size_t{1} << 12;
 constexpr std::size_t npy_header_bytes = 128;
 
 std::string name_field(const std::string& name, char separator) {
@@ -61,7 +64,6 @@ table_writer::table_writer(output& to, table_format format, std::size_t columns,
     }
     return;
   }
-  text_.resize(room + columns * most_for_a_number);
   const char separator = format == table_format::tsv ? '\t' : ',';
   for (std::size_t c = 0; c < names.size(); ++c)
     heading_ += name_field(names[c], separator) + (c + 1 == names.size() ? '\n' : separator);
@@ -73,6 +75,7 @@ table_writer::~table_writer() {
 
 void table_writer::write(const double* first, const double* rest, std::size_t n) {
   rows_ += n;
+  if (n == 0) return;
   if (format_ == table_format::npy)
     write_npy(first, rest, n);
   else
@@ -82,25 +85,32 @@ void table_writer::write(const double* first, const double* rest, std::size_t n)
 void table_writer::write_text(const double* first, const double* rest, std::size_t n) {
   const char separator = format_ == table_format::tsv ? '\t' : ',';
   const std::size_t others = columns_ - (first != nullptr ? 1 : 0);
+  const std::size_t parts = std::clamp<std::size_t>(n * columns_ / values_in_a_part, 1, std::min(cores(), n));
+  parts_.resize(std::max(parts_.size(), parts));
+  std::vector<std::size_t> sizes(parts);
+  side_by_side(parts, [&](std::size_t part) {
+    const std::size_t from = part * n / parts;
+    const std::size_t to = (part + 1) * n / parts;
+    std::vector<char>& text = parts_[part];
+    text.resize(std::max(text.size(), (to - from) * columns_ * most_for_a_number));
+    char* p = text.data();
+    for (std::size_t i = from; i < to; ++i) {
+      if (first != nullptr) {
+        p = number(p, first[i]);
+        *p++ = separator;
+      }
+      for (std::size_t k = 0; k < others; ++k) {
+        p = number(p, rest[i * others + k]);
+        *p++ = separator;
+      }
+      p[-1] = '\n';
+    }
+    sizes[part] = static_cast<std::size_t>(p - text.data());
+  });
   to_.write(heading_);
   heading_.clear();
-  char* p = text_.data();
-  for (std::size_t i = 0; i < n; ++i) {
-    if (first != nullptr) {
-      p = number(p, first[i]);
-      *p++ = separator;
-    }
-    for (std::size_t k = 0; k < others; ++k) {
-      p = number(p, rest[i * others + k]);
-      *p++ = separator;
-    }
-    p[-1] = '\n';
-    if (static_cast<std::size_t>(p - text_.data()) > room) {
-      to_.write({text_.data(), static_cast<std::size_t>(p - text_.data())});
-      p = text_.data();
-    }
-  }
-  to_.write({text_.data(), static_cast<std::size_t>(p - text_.data())});
+  for (std::size_t part = 0; part < parts; ++part)
+    to_.write({parts_[part].data(), sizes[part]});
 }
 
 void table_writer::write_npy(const double* first, const double* rest, std::size_t n) {

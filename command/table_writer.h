@@ -37,8 +37,8 @@ class table_writer {
   table_format format_;
   std::size_t columns_;
   std::uint64_t rows_ = 0;
-  std::string heading_;  // until the first rows come
-  std::vector<char> text_;
+  std::string heading_;                   // until the first rows come
+  std::vector<std::vector<char>> parts_;  // rows as text, by several threads
   std::vector<double> numbers_;
   std::FILE* spool_ = nullptr;  // an array whose number of rows must come first, for a pipe
 };
