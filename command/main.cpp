@@ -59,7 +59,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   command::remove_unfinished_on_signals();
   // Blocks of the same sizes come again and again: their memory is kept.
-  ::mallopt(M_MMAP_THRESHOLD, 1 << 28);
+  ::mallopt(M_MMAP_THRESHOLD, 1 << 25);
   ::mallopt(M_TRIM_THRESHOLD, 1 << 28);
   try {
     return run(argc, argv);

@@ -21,7 +21,7 @@ namespace command {
 namespace {
 
 constexpr double no_limit = std::numeric_limits<double>::infinity();
-constexpr std::size_t values_in_a_window = std::size_t{1} << 18;
+constexpr std::size_t values_in_a_window = std::size_t{1} << 17;
 constexpr std::size_t values_in_a_block = std::size_t{1} << 17;
 
 std::vector<std::string> headings(const std::string& x, const std::vector<std::string>& y,
