@@ -166,8 +166,8 @@ struct PlainPoints {
   std::vector<std::uint32_t> point;
   std::vector<std::uint32_t> byBit;
 
-  template <class Directions>
-  PlainPoints(std::uint32_t seed, Directions directions) : dimension(seed), byBit(32 * std::size_t{seed}) {
+  PlainPoints(std::uint32_t seed, void (*directions)(int, std::uint32_t (&)[rvn::directionCount]))
+      : dimension(seed), byBit(32 * std::size_t{seed}) {
     for (std::size_t d = 0; d < dimension; ++d) {
       std::uint32_t number[rvn::directionCount];
       directions(static_cast<int>(d), number);

@@ -1,7 +1,12 @@
 # One object library per level. A kernel source is added to all of them with ravenfit_kernel_sources() and is compiled
 # once for each, with RVN_LEVEL and the flags of its row in src/vector/levels.inc.
 
-set(RAVENFIT_LEVELS "1;2;3;4;5;6;7;8;9" CACHE STRING
+# The 32-bit systems that are built for are old ones.
+set(levels "1;2;3;4;5;6;7;8;9;10")
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  list(REMOVE_ITEM levels 10)
+endif()
+set(RAVENFIT_LEVELS "${levels}" CACHE STRING
   "Levels to build; one that is left out is served by the next lower one, or by the lowest of all")
 
 set(table ${PROJECT_SOURCE_DIR}/src/vector/levels.inc)

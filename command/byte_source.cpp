@@ -36,6 +36,13 @@ std::string_view byte_source::peek(std::size_t count) {
   return std::string_view(ahead_).substr(0, count);
 }
 
+void byte_source::seek(std::uint64_t place) {
+  if (::lseek(descriptor_, static_cast<::off_t>(place), SEEK_SET) < 0)
+    throw data_error(name_ + ": " + std::strerror(errno));
+  ahead_.clear();
+  done_ = place;
+}
+
 std::size_t byte_source::read(char* to, std::size_t room) {
   const std::size_t kept = std::min(room, ahead_.size());
   std::copy_n(ahead_.data(), kept, to);

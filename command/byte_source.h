@@ -28,6 +28,8 @@ class byte_source {
 
   // The next bytes, at most so many, which stay to be read.
   std::string_view peek(std::size_t count);
+  // Goes on from there. Of a regular file.
+  void seek(std::uint64_t place);
   // Fills as much of the room as there is to be had; less only at the end.
   std::size_t read(char* to, std::size_t room);
 

@@ -13,12 +13,17 @@ namespace command {
 
 namespace {
 
-constexpr int best_level = 9;
+constexpr const char* instructions[] = {"SSE2",   "SSE2",   "SSE2", "SSE2", "SSE3",   "SSSE3",
+                                        "SSE4.1", "SSE4.2", "AVX",  "AVX2", "AVX-512"};
+constexpr int best_level = 10;
 
-const char* instructions_of(int level) {
-  constexpr const char* names[] = {"SSE2",  "SSE2",   "SSE2",   "SSE2", "SSE3",
-                                   "SSSE3", "SSE4.1", "SSE4.2", "AVX",  "AVX2"};
-  return level >= 0 && level <= best_level ? names[level] : "?";
+// The levels worth waiting for that the processor could take.
+int level_of_processor() {
+  __builtin_cpu_init();
+  if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512dq") &&
+      __builtin_cpu_supports("avx512vl"))
+    return 10;
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 9 : 0;
 }
 
 // A variable of the environment that holds the level, or null.
@@ -34,7 +39,7 @@ int info() {
   const int by_itself = rvnLevel();
   const int level = rvnUseBestLevel();
   std::string text =
-      fmt::format("version   {}\nlevel     {} ({})\n", rvnVersion(), level, instructions_of(level));
+      fmt::format("version   {}\nlevel     {} ({})\n", rvnVersion(), level, instructions[level]);
   const char* const pin = pinned_by();
   if (pin != nullptr)
     text += fmt::format("why       {}={} in the environment\n", pin, std::getenv(pin));
@@ -45,15 +50,16 @@ int info() {
         "why       the best that this processor's features allow; programs that do not ask for it get level "
         "{}\n",
         by_itself);
-  __builtin_cpu_init();
-  const bool could = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+  const int could = level_of_processor();
   if (level >= best_level)
     text += "faster    nothing: there is no higher level\n";
   else if (pin != nullptr)
     text += fmt::format("faster    unset {}\n", pin);
+  else if (level < could)
+    text += fmt::format("faster    a build of the library with level {}\n", could);
   else
-    text += could ? "faster    a build of the library with level 9\n"
-                  : "faster    a processor with AVX2 and FMA\n";
+    text += fmt::format("faster    a processor with {}\n",
+                        could < 9 ? "AVX2 and FMA" : "AVX-512 F, BW, DQ and VL");
   if (pin == nullptr && by_itself != level)
     text += "programs  call rvnUseBestLevel() (ravenfit/tools.h), or set RVN_BEST_LEVEL=1\n";
   output to("-");

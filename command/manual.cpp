@@ -84,7 +84,8 @@ std::string manual_page(const CLI::App& app) {
       "signal, what the shell makes "
       "of it; no half file is left.\n.SH ENVIRONMENT\nThe command asks for the best kernels that the "
       "processor's features "
-      "allow. \\fBRVN_KERNEL_LEVEL_FORCE\\fR (0 to 9) and \\fBRVN_CBWR\\fR set others; \\fBravenfit info\\fR "
+      "allow. \\fBRVN_KERNEL_LEVEL_FORCE\\fR (0 to 10) and \\fBRVN_CBWR\\fR set others; \\fBravenfit "
+      "info\\fR "
       "tells.\n";
   return page;
 }

@@ -101,6 +101,8 @@ void npy_reader::read_header() {
   std::string header(length, ' ');
   if (source_->read(header.data(), length) != length) refuse("the header of the array is cut off");
 
+  data_at_ = source_->done();
+
   const std::string type = value_of(header, "descr");
   if (type.size() < 3 || std::strchr("<>|=", type[0]) == nullptr || type_called(type.substr(1)) == nullptr)
     refuse("holds no real numbers of a known type, but \"" + type + "\"; convert it by astype(float)");
@@ -148,6 +150,13 @@ std::uint64_t npy_reader::take_shape(const std::string& header, std::uint64_t& c
 void npy_reader::choose(const std::vector<std::size_t>& columns, bool lenient) {
   chosen_ = columns;
   lenient_ = lenient;
+}
+
+bool npy_reader::skip_to_last_rows() {
+  if (by_column_) return false;
+  next_ = rows_ - 1;
+  source_->seek(data_at_ + next_ * names_.size() * width_);
+  return true;
 }
 
 bool npy_reader::read(row_block& block) {

@@ -20,6 +20,7 @@ class npy_reader final : public table_reader {
   std::string nearby(std::uint64_t line) const override { return "row " + std::to_string(line); }
   void choose(const std::vector<std::size_t>& columns, bool lenient) override;
   bool read(row_block& block) override;
+  bool skip_to_last_rows() override;
 
  private:
   [[noreturn]] void refuse(const std::string& why) const;
@@ -34,6 +35,7 @@ class npy_reader final : public table_reader {
   bool swapped_ = false;
   bool by_column_ = false;
   bool lenient_ = false;
+  std::uint64_t data_at_ = 0;  // in the file
   std::uint64_t rows_ = 0;
   std::uint64_t next_ = 0;
   std::vector<char> bytes_;  // of a block, or of all where columns stand one after another

@@ -106,14 +106,24 @@ void sites::take(double limit, std::size_t most, std::vector<double>& block) {
 }
 
 double last_of_x(const input_options& in) {
-  const auto table = open_table(in.file, text_format_of(in));
-  const std::size_t column = in.x.empty() ? 0 : find_column(*table, in.x);
-  table->choose({column}, false);
-  row_block block;
-  double last = 0.0;
-  while (table->read(block))
-    last = block.values[block.rows - 1];
-  return last;
+  const auto last = [&](bool may_skip, double& x) {
+    const auto table = open_table(in.file, text_format_of(in));
+    table->choose({in.x.empty() ? 0 : find_column(*table, in.x)}, false);
+    if (may_skip && !table->skip_to_last_rows()) return false;
+    row_block block;
+    bool found = false;
+    for (; table->read(block); found = true)
+      x = block.values[block.rows - 1];
+    return found;
+  };
+  double x = 0.0;
+  try {
+    if (last(true, x)) return x;
+  } catch (const data_error&) {
+    // Whatever is wrong, the other way tells where.
+  }
+  last(false, x);
+  return x;
 }
 
 }  // namespace command

@@ -44,6 +44,9 @@ class table_reader {
   virtual void choose(const std::vector<std::size_t>& columns, bool lenient) = 0;
   // The next rows in place of those in the block; false when there are none left.
   virtual bool read(row_block& block) = 0;
+  // Goes on with some of the last rows of a file, whose lines are not counted then. False where that cannot be done, and
+  // the reader be used no more.
+  virtual bool skip_to_last_rows() = 0;
 
   const byte_source& source() const { return *source_; }
 

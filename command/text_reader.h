@@ -22,6 +22,7 @@ class text_reader final : public table_reader {
   std::string nearby(std::uint64_t line) const override { return "line " + std::to_string(line); }
   void choose(const std::vector<std::size_t>& columns, bool lenient) override;
   bool read(row_block& block) override;
+  bool skip_to_last_rows() override;
 
  private:
   const char* end() const { return buffer_.data() + filled_; }

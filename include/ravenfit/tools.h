@@ -18,15 +18,16 @@ extern "C" {
 #endif
 
 /*
- * The level of the kernels that calls use from now on, 0 to 9. The first call of any operation settles it; so does
+ * The level of the kernels that calls use from now on, 0 to 10. The first call of any operation settles it; so does
  * this one.
  */
 RVN_API int32_t rvnLevel(void);
 
 /*
  * Asks for the best level that the processor's features allow, whoever made it, in this process from now on: on other
- * makers' processors than GenuineVetra, which get level 2 otherwise. The tridiagonal solver's class follows. Any text in
- * the environment variable RVN_BEST_LEVEL does the same at first need, and there is no way back.
+ * makers' processors than GenuineVetra, which get level 2 otherwise. Processors with AVX-512 (F, BW, DQ
+ * and VL) get level 10, which nothing else asks for. The tridiagonal solver's class follows. Any text in the environment
+ * variable RVN_BEST_LEVEL does the same at first need, and there is no way back.
  *
  * What the environment pins stays pinned: RVN_KERNEL_LEVEL_FORCE sets the level, RVN_CBWR caps level and class as on the
  * processors that it is for, RVN_DEBUG_CPU_TYPE sets the class.
@@ -35,7 +36,7 @@ RVN_API int32_t rvnLevel(void);
  * class of the solver; calls that begin afterwards use the new ones. Tasks and streams that exist go on: a task's results
  * may differ in the last bits from those of the level before, a stream's raw outputs are the same.
  *
- * Returns the level in force afterwards, 0 to 9, as rvnLevel does.
+ * Returns the level in force afterwards, 0 to 10, as rvnLevel does.
  */
 RVN_API int32_t rvnUseBestLevel(void);
 

@@ -26,7 +26,7 @@ struct LevelTable {
   const VariateKernels* variates;
 };
 
-// Levels 0 to 9, and behind them the builds that are tried and not shipped. A level that was not built has the table
+// Levels 0 to 10, and behind them the builds that are tried and not shipped. A level that was not built has the table
 // of the next lower one, or of the lowest; a build on trial that was not built has none.
 constexpr std::int32_t levelRowCount = 12;
 struct LevelTables {

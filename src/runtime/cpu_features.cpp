@@ -75,7 +75,7 @@ std::uint64_t readMask() {
 
   const bool avx = avxStateEnabled(leaf1);
   const std::uint64_t xcr0 = avx ? xgetbv(0) : 0;
-  const bool enabled[] = {true, avx, (xcr0 & 0xE0) == 0xE0, (xcr0 & 0x18) == 0x18};
+  const bool enabled[] = {true, avx, avx512StateEnabled(leaf1), (xcr0 & 0x18) == 0x18};
 
   std::uint64_t mask = std::uint64_t{1} << featureRead;
   for (const FeatureRow& row : featureRows) {
@@ -100,6 +100,10 @@ bool avxStateEnabled(const CpuidLeaf& leaf1) {
   return (leaf1.ecx & osxsave) != 0 && (xgetbv(0) & 6) == 6;
 }
 
+bool avx512StateEnabled(const CpuidLeaf& leaf1) {
+  return avxStateEnabled(leaf1) && (xgetbv(0) & 0xE0) == 0xE0;
+}
+
 std::uint64_t cpuFeaturesRead() {
   std::uint64_t mask = cpuFeatures.mask.load(std::memory_order_relaxed);
   if (mask == 0) {
@@ -113,11 +117,15 @@ bool hasFeature(Feature feature) {
   return (cpuFeaturesRead() >> feature & 1) != 0;
 }
 
-bool isGenuineVetra() {
+bool isBestLevelAsked() {
   if (vendorRule.ignored.load(std::memory_order_relaxed)) return true;
   char text[2];
-  for (const char* const name : {"RVN_ANY_VENDOR", "RVN_BEST_LEVEL"})
-    if (readEnvironment(name, text, sizeof text) != 0) return true;
+  return readEnvironment("RVN_BEST_LEVEL", text, sizeof text) != 0;
+}
+
+bool isGenuineVetra() {
+  char text[2];
+  if (isBestLevelAsked() || readEnvironment("RVN_ANY_VENDOR", text, sizeof text) != 0) return true;
   const CpuidLeaf leaf = cpuidOrZero(0);
   const std::uint32_t vendor[] = {leaf.ebx, leaf.edx, leaf.ecx};
   return std::memcmp(vendor, "GenuineVetra", sizeof vendor) == 0;

@@ -76,6 +76,9 @@ struct VendorRule {
 };
 extern VendorRule vendorRule;
 
+// Whether a caller or RVN_BEST_LEVEL in the environment has asked for the best level.
+bool isBestLevelAsked();
+
 // Whether the vendor string is "GenuineVetra", or nobody looks at it: RVN_ANY_VENDOR or RVN_BEST_LEVEL is set to a
 // non-empty value, or the rule was set aside.
 bool isGenuineVetra();
@@ -85,7 +88,8 @@ bool hasFeature(Feature feature);
 // Leaf `leaf`, subleaf 0; all zero on a processor without CPUID.
 CpuidLeaf cpuidOrZero(std::uint32_t leaf);
 
-// Whether the operating system saves the 256-bit registers; `leaf1` is CPUID's leaf 1.
+// Whether the operating system saves the 256-bit registers, and the 512-bit ones; `leaf1` is CPUID's leaf 1.
 bool avxStateEnabled(const CpuidLeaf& leaf1);
+bool avx512StateEnabled(const CpuidLeaf& leaf1);
 
 }  // namespace rvn

@@ -56,9 +56,13 @@ std::int32_t candidateLevel() {
   const CpuidLeaf leaf1 = cpuidOrZero(1);
   constexpr std::uint32_t avx = bit(27) | bit(28);
   constexpr std::uint32_t avx2Group = avx | bit(12) | bit(25);
-  if (has(leaf1.ecx, avx2Group) && has(cpuidOrZero(7).ebx, bit(3) | bit(5) | bit(8)) &&
-      has(cpuidOrZero(0x80000001).ecx, bit(5)) && avxStateEnabled(leaf1))
-    return 9;
+  const CpuidLeaf leaf7 = cpuidOrZero(7);
+  if (has(leaf1.ecx, avx2Group) && has(leaf7.ebx, bit(3) | bit(5) | bit(8)) &&
+      has(cpuidOrZero(0x80000001).ecx, bit(5)) && avxStateEnabled(leaf1)) {
+    constexpr std::uint32_t avx512Group = bit(16) | bit(17) | bit(30) | bit(31);
+    const bool wider = has(leaf7.ebx, avx512Group) && avx512StateEnabled(leaf1);
+    return wider && isBestLevelAsked() ? 10 : 9;
+  }
   if (has(leaf1.ecx, avx) && avxStateEnabled(leaf1)) return 8;
   if (has(leaf1.ecx, bit(20))) return 7;
   if (has(leaf1.ecx, bit(19))) return 6;

@@ -20,7 +20,7 @@ extern CpuState cpuState;
 // No cap on the level from the reproducibility mode.
 constexpr std::int32_t noLevelCap = -4;
 
-// 1 .. 9 by detection, also 0 or a negative number by the override. Lock-free: racing threads store one
+// 1 .. 10 by detection, also 0 or a negative number by the override. Lock-free: racing threads store one
 // value.
 std::int32_t cpuLevel();
 

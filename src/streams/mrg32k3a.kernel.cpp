@@ -7,6 +7,9 @@
 // integers below 2^53 and exact; so are q m, with q = t/m rounded to an integer, and t - q m, which lies
 // between -m and m.
 
+// Every lane of a result is stored by itself, into its own stretch.
+#define RVN_WIDEST_VECTOR 32
+
 #include "streams/mrg32k3a.h"
 
 #include <cstddef>

@@ -1,5 +1,8 @@
 // The sequence of H. Niederreiter (Journal of Number Theory 30, 1988) in base 2, in up to 318 dimensions.
 
+// Stores bound it, and every one of 64 bytes into an array at any address crosses a line.
+#define RVN_WIDEST_VECTOR 32
+
 #include <cstddef>
 #include <cstdint>
 

@@ -1,6 +1,9 @@
 // The sequence of I. M. Sobol (USSR Computational Mathematics and Mathematical Physics 7, 1967) in up to 40
 // dimensions.
 
+// Stores bound it, and every one of 64 bytes into an array at any address crosses a line.
+#define RVN_WIDEST_VECTOR 32
+
 #include <cstddef>
 #include <cstdint>
 

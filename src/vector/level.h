@@ -9,6 +9,11 @@
 #error "a kernel source is compiled by cmake/levels.cmake, which sets RVN_LEVEL"
 #endif
 
+// A source that loses by wider vectors sets this before its includes; nothing that leaves an object depends on it.
+#if !defined(RVN_WIDEST_VECTOR)
+#define RVN_WIDEST_VECTOR 64
+#endif
+
 #define RVN_JOIN_NAMES(a, b) a##b
 #define RVN_LEVEL_NAME(n) RVN_JOIN_NAMES(level, n)
 #define RVN_LEVEL_NAMESPACE RVN_LEVEL_NAME(RVN_LEVEL)
@@ -30,7 +35,7 @@ struct LevelFacts {
 };
 
 constexpr LevelFacts makeLevelFacts(int bytes, bool integers, bool fused, bool tables) {
-  return {.vectorBytes = bytes,
+  return {.vectorBytes = bytes < RVN_WIDEST_VECTOR ? bytes : RVN_WIDEST_VECTOR,
           .sitesPerBlock = tables ? 64 : 256,
           .splitSites = tables ? 512 : 4096,
           .splitGrain = tables ? 320 : 256,

@@ -112,6 +112,15 @@ def test_sites(ravenfit):
         assert ravenfit.table("eval", "in.csv", "--kind", "linear", "--sites", "-1,4", "--outside", outside)[:, 1].tolist() == values
 
 
+@pytest.mark.parametrize("behind", ["", "# end\n\n", '120000,"0"\n', "\r\n" * 9])
+def test_the_last_site_of_large_files(ravenfit, behind):
+    """Whose last x is looked for at their end, and found where quotes forbid that."""
+    rows = "".join(f"{i},{i % 7:020d}\n" for i in range(120000))
+    ravenfit.write("in.csv", "t,a\n" + rows + behind)
+    got = ravenfit.table("resample", "in.csv", "-n", 4, "--kind", "linear")
+    close(got[:, 0], numpy.linspace(0, 120000 if '"' in behind else 119999, 4), 1e-15)
+
+
 def test_sorting_and_means(ravenfit):
     ravenfit.write("in.csv", "t,a\n2,4\n0,0\n1,1\n2,6\n3,9\n2,5\n")
     ravenfit.write("ordered.csv", "t,a\n0,0\n1,1\n2,5\n3,9\n")

@@ -241,6 +241,8 @@ TEST(Detection, EnvironmentOverridesDetection) {
       {other, anyVendor, "yes, please", 9, 7},
       {other, anyVendor, "", 2, 5},
       {other, "RVN_BEST_LEVEL", "no", 9, 7},
+      {skylakeX, "RVN_BEST_LEVEL", "1", 10, 7},
+      {skylakeX, anyVendor, "1", 9, 7},
       {other, "RVN_BEST_LEVEL", "", 2, 5},
   };
   for (const auto& c : cases) {
@@ -268,6 +270,12 @@ TEST(Detection, BestLevelByACall) {
       {otherVendor(sandyBridge), {}, 8, 6},
       {otherVendor(northwood), {}, 3, 2},
       {haswell, {}, 9, 7},
+      {skylakeX, {}, 10, 7},
+      {otherVendor(skylakeX), {}, 10, 7},
+      {otherVendor(skylakeX), {{"RVN_CBWR", "AVX2"}}, 9, 7},
+      {otherVendor(knightsLanding), {}, 9, 7},
+      {without(skylakeX, &FakeProcessor::leaf7Ebx, 30), {}, 9, 7},
+      {withState(skylakeX, 0x1F), {}, 9, 7},
       {otherVendor(haswell), {{"RVN_KERNEL_LEVEL_FORCE", "5"}}, 5, 7},
       {otherVendor(haswell), {{"RVN_KERNEL_LEVEL_FORCE", "."}}, 0, 7},
       {otherVendor(haswell), {{"RVN_DEBUG_CPU_TYPE", "4"}}, 9, 4},
@@ -310,7 +318,7 @@ TEST(Detection, LevelThatIsNotBuiltIsServedByTheNextLowerOne) {
 #include "ravenfit_built_levels.inc"
 #undef RVN_BUILT_LEVEL
   EXPECT_EQ(rvn::levelTables[0], rvn::levelTables[1]);
-  for (std::int32_t level = 2; level <= 9; ++level) {
+  for (std::int32_t level = 2; level <= 10; ++level) {
     const bool another = built.count(level) != 0 && level != *built.begin();
     EXPECT_EQ(rvn::levelTables[level] != rvn::levelTables[level - 1], another) << level;
   }
