@@ -128,6 +128,8 @@ struct Run {
 
 void findPieces(const Run& run, std::int64_t n, Limits& limits) {
   CellSearchArgs args = run.searchArgs;
+  std::int32_t runningCell = 0;
+  args.cellState = &runningCell;
   args.nsite = n;
   args.site = limits.site;
   args.cell = limits.cell;

@@ -247,6 +247,22 @@ TEST(Integrals, AntiderivativeAndDerivativeAreSplines) {
 }
 
 // Large values before small ones: nine trapezia whose mean height is 0.001.
+TEST(Integrals, DoNotDependOnTheHint) {
+  const std::vector<double> x = {0.0, 1.0, 1.25, 4.0, 5.0, 5.5, 9.0};
+  const std::vector<double> limits = {-1.0, 0.5, 1.0, 1.25, 3.0, 5.25, 8.0, 11.0};
+  std::vector<std::vector<double>> all;
+  for (const std::int32_t xhint : {DF_XHINT_NONE, DF_XHINT_QUASI_UNIFORM}) {
+    Task task(7, x, xhint, 1, {0.0, 2.0, 1.0, -1.0, 0.5, 3.0, 2.0}, 0,
+              {4, DF_KIND_NATURAL, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+    ASSERT_EQ(dfTaskConstruct(task.get(), 0, 0), DF_STATUS_OK);
+    std::vector<double> r(limits.size());
+    const std::vector<double> first(limits.size(), 2.0);
+    ASSERT_EQ(dfTaskIntegrate(task.get(), 8, first.data(), limits.data(), r.data(), 0), DF_STATUS_OK);
+    all.push_back(r);
+  }
+  EXPECT_TRUE(close(all[1], all[0], std::vector<double>(limits.size(), 1e-14)));
+}
+
 TEST(Integrals, FarFromTheFirstBreakpointLoseNothing) {
   std::vector<double> y;
   for (std::int32_t i = 0; i < 100000; ++i)
