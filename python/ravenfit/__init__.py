@@ -1,0 +1,1 @@
+"""Splines, random streams and tridiagonal systems, with SciPy's and NumPy's words."""

@@ -1,0 +1,3 @@
+#include "bind.h"
+
+void bindRandom(pybind11::module_&) {}
