@@ -23,7 +23,7 @@ def numbers(name, given):
 
 
 def contiguous(name, given):
-    return np.ascontiguousarray(numbers(name, given))
+    return np.asarray(numbers(name, given), order="C")
 
 
 def finite(name, array):

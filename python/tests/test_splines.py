@@ -50,6 +50,8 @@ def compare(ours, theirs, rng, reach=0.3):
     for nu in range(rows + 1):
         derived = si.PPoly(np.abs(theirs.c), theirs.x, theirs.extrapolate).derivative(nu)
         scale = np.nanmax(np.abs(derived(np.clip(sites, low, high))), initial=1e-300)
+        # Differences of values are divided by steps, and pieces are continued.
+        scale += np.max(np.abs(theirs.c[-1]), initial=0) / np.min(np.diff(ours.x)) ** nu
         scale *= (1 + more / np.min(np.diff(ours.x))) ** max(rows - 1 - nu, 0)
         close(ours(sites, nu), theirs(sites, nu), scale)
         close(ours(shaped, nu), theirs(shaped, nu), scale)
@@ -80,6 +82,8 @@ def test_cubic_spline(case, data):
 @many
 def test_periodic_cubic_spline(case):
     rng, x, y, axis = case
+    if len(x) == 3:  # SciPy 1.10 adds up the slopes of all functions there
+        y, axis = np.moveaxis(y, axis, 0).reshape(3, -1)[:, 0], 0
     ours, theirs = (m.CubicSpline(x, y, axis, "periodic") for m in (rf, si))
     assert ours.extrapolate == theirs.extrapolate == "periodic"
     a, b = x[0] - 2.3 * np.ptp(x), x[0] + 3.1 * np.ptp(x)
@@ -109,7 +113,7 @@ def test_hermite_and_plain_pieces(case):
     slopes = rng.standard_normal(y.shape) * np.max(np.abs(y))
     ours = rf.CubicHermiteSpline(x, y, slopes, axis)
     compare(ours, si.CubicHermiteSpline(x, y, slopes, axis), rng)
-    c = np.moveaxis(np.stack([y, slopes, y + slopes, y, slopes]), axis % y.ndim + 1, 1)[:, 1:]
+    c = np.stack([np.moveaxis(a, axis, 0)[1:] for a in (y, slopes, y + slopes, y, slopes)])
     rows = int(rng.integers(1, 6))
     compare(rf.PPoly(c[:rows], x), si.PPoly(c[:rows], x), rng, reach=0.05)
 
@@ -206,7 +210,7 @@ def test_roots_against_sign_changes(case):
 
 def test_roots_of_jumps_and_of_many():
     jump = rf.PPoly([[-1.0, 1.0, 2.0]], [0.0, 1.0, 2.0, 3.0])
-    assert list(jump.roots()) == list(si.PPoly(jump.c, jump.x).roots()) == [1.0]
+    assert list(jump.roots()) == list(si.PPoly(jump.c.copy(), jump.x.copy()).roots()) == [1.0]
     assert list(jump.roots(discontinuity=False)) == []
     both = rf.LinearSpline([0, 1, 2], [[-1, 1], [1, 1], [1, -1]]).roots(extrapolate=False)
     assert both.shape == (2,) and list(both[0]) == [0.5] and list(both[1]) == [1.5]
