@@ -103,7 +103,11 @@ class PPoly:
 
     def _attach(self):
         self._mode = _OUTSIDE[self._extrapolate]
-        self._pieces = None if self._coeff.shape[0] == 0 else _core.Pieces(self._x, self._coeff, self._mode)
+        coeff = self._coeff
+        if coeff.shape[2] > 4:
+            # Above cubics the library takes the last derivative, which is constant, as 0: make it the last but one.
+            coeff = np.concatenate([coeff, np.zeros(coeff.shape[:2] + (1,))], axis=2)
+        self._pieces = None if len(coeff) == 0 else _core.Pieces(self._x, coeff, self._mode)
         self._value = None if self._pieces is None or self._trailing != () else self._pieces.value
 
     def __getstate__(self):
@@ -253,7 +257,7 @@ class PPoly:
             coeff = self._coeff[:, :, :-1] if self._coeff.shape[2] > 2 else self._coeff
             return self._related(coeff.copy(), max(self._rows - 1, 1), self._extrapolate)
         if self._coeff.shape[2] > 2:
-            coeff = self._pieces.related(-1)
+            coeff = np.ascontiguousarray(self._pieces.related(-1)[:, :, : self._coeff.shape[2] - 1])
         else:
             # Constant pieces are kept as lines.
             coeff = np.zeros_like(self._coeff)
