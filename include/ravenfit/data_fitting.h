@@ -264,7 +264,8 @@ RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t meth
  * ndorder   length of dorder, 0 with a null dorder.
  * dorder    a non-zero entry k requests derivative k. nres, the results per site and function, is the sum of
  *           the entries (at or below 0: the value alone). Requested orders are packed in ascending order; a
- *           request beyond the polynomial's degree reads 0.0, positions at or above nres are never written.
+ *           request beyond the polynomial's degree reads 0.0, and so does the constant derivative order - 1 of orders
+ *           above 4; positions at or above nres are never written.
  * datahint  null, or 5 doubles: datahint[1] 0.0 for no information, 1.0 for a likely cell datahint[4], 0 to
  *           nx.
  * r         results, ny * nres * nsite doubles (ny 0 counts as 1, a negative ny as none) as rhint says.

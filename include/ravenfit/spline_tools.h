@@ -127,7 +127,7 @@ RVN_API int32_t dfTaskIntegrate(const DfTask* task, int32_t n, const double* lef
 /*
  * Coefficients of the antiderivative that is 0 at x[0], as a spline of order + 1 over the same partition: hand them with
  * that order and DF_KIND_DEFAULT to the dfTaskEditSpline of a task over it, and dfTaskInterpolate gives its values and
- * derivatives.
+ * derivatives (that of a cubic has order 5, of which it does not give derivative 4: take derivative 3 of the cubic).
  *
  * coeff  room for ny rows (ny 0 counts as 1) of (order + 1) * (nx - 1) doubles, apart from the task's own.
  *

@@ -43,12 +43,12 @@ using Evaluator = std::int32_t (*)(const EvalBlock& block);
 // Finds the pieces of a block, once for all functions.
 using PreparePieces = void (*)(const EvalBlock& block, std::int32_t* piece, double* t);
 
-// A call that the evaluators below take in one pass: one function on a uniform partition, whose pieces begin
+// A call that is served in one pass: one function on a uniform partition or at many sorted sites, whose pieces begin
 // at breakpoints and whose cells nobody asks for, and at least a vector of sites.
-struct UniformCall {
+struct PassCall {
   const DfTask* task;
-  double h;
-  double spacing;      // as the uniform search takes it
+  double h;            // of a uniform partition
+  double spacing;      // likewise, as its search takes it
   std::uint32_t low4;  // see Wanted; every derivative has a formula
   std::int64_t nsite;
   const double* site;
@@ -56,7 +56,7 @@ struct UniformCall {
   std::int64_t rowLength;
 };
 
-using UniformEvaluator = void (*)(const UniformCall& call);
+using PassEvaluator = void (*)(const PassCall& call);
 
 struct PieceKernels {
   PreparePieces prepare[2][2];  // by uniform partition, by pieces that join at knots
@@ -66,8 +66,8 @@ struct BlockKernels {
   Evaluator evaluate[3];  // by Pieces, up to cubicPieces
 };
 
-struct UniformKernels {
-  UniformEvaluator evaluate[3];  // by Pieces, up to cubicPieces
+struct PassKernels {
+  PassEvaluator evaluate[3];  // by Pieces, up to cubicPieces
 };
 
 struct StepKernels {

@@ -19,7 +19,8 @@ namespace rvn::RVN_LEVEL_NAMESPACE {
 extern const CellSearch searchPaths[searchPathCount];
 extern const PieceKernels pieceKernels;
 extern const BlockKernels blockKernels;
-extern const UniformKernels uniformKernels;
+extern const PassKernels uniformPass;
+extern const PassKernels sortedPass;
 extern const StepKernels stepKernels;
 extern const Evaluator anyOrderEvaluator;
 
@@ -34,11 +35,11 @@ struct Plan {
   CellSearchArgs searchArgs;  // all but the sites
   PreparePieces prepare;      // null: no polynomial
   Evaluator evaluate;
-  UniformEvaluator onePass;  // null: the call goes in blocks
-  bool ahead;                // blocks are prepared one ahead of their evaluation
-  bool direct;               // evaluators write into `r`, else into scratch that is transposed
-  bool bySite;               // transposed with the functions of a site side by side
-  bool clears;               // some positions have no formula
+  PassEvaluator onePass;  // null: the call goes in blocks
+  bool ahead;             // blocks are prepared one ahead of their evaluation
+  bool direct;            // evaluators write into `r`, else into scratch that is transposed
+  bool bySite;            // transposed with the functions of a site side by side
+  bool clears;            // some positions have no formula
   bool keepsCells;
   bool uniformSites;
   double firstSite;
@@ -115,6 +116,13 @@ inline void planUniformSites(const InterpolateCall& call, Plan& plan) {
       call.nsite > 1 ? (call.site[1] - plan.firstSite) / static_cast<double>(call.nsite - 1) : 0.0;
 }
 
+// Null: such a call goes in blocks. Sorted sites are merged with all breakpoints, so that there must be several to each.
+inline PassEvaluator onePassOf(std::int32_t path, Pieces pieces, std::int64_t nx, std::int64_t nsite) {
+  if (path == cellSearchUniform) return uniformPass.evaluate[pieces];
+  if (path == cellSearchSorted && nsite >= 4 * nx) return sortedPass.evaluate[pieces];
+  return nullptr;
+}
+
 // Tests in this order: kind, what is known of sites, layout of the results, rows of the task. Returns a DfStatus; the
 // plan counts if it is 0.
 inline std::int32_t planInterpolation(const DfTask& task, const InterpolateCall& call, Plan& plan) {
@@ -148,9 +156,9 @@ inline std::int32_t planInterpolation(const DfTask& task, const InterpolateCall&
   plan.keepsCells = (call.type & DF_WANT_CELLS) != 0;
   planUniformSites(call, plan);
   plan.outside = outsideOf(task, pieces);
-  const bool onePass = !givenCells && path == cellSearchUniform && pieces <= cubicPieces && plan.nfunc == 1 &&
-                       rows && !plan.clears && !plan.keepsCells && !plan.uniformSites && !plan.outside.active;
-  plan.onePass = onePass ? uniformKernels.evaluate[pieces] : nullptr;
+  const bool onePass = !givenCells && pieces <= cubicPieces && plan.nfunc == 1 && rows && !plan.clears &&
+                       !plan.keepsCells && !plan.uniformSites && !plan.outside.active;
+  plan.onePass = onePass ? onePassOf(path, pieces, task.nx, call.nsite) : nullptr;
   return DF_STATUS_OK;
 }
 

@@ -18,8 +18,10 @@ struct CellSearchArgs {
   const double* x;
   std::int64_t nsite;
   const double* site;
-  std::int32_t* cellState;  // running cell of the sorted path, 0 at the start of a call
-  double param;             // step or its reciprocal, likely cell, or nothing, by path
+  // 0 at the start of a call; then the running cell of the sorted path, or 1 where the estimates of the quasi-uniform
+  // path are far off.
+  std::int32_t* cellState;
+  double param;  // step or its reciprocal, likely cell, or nothing, by path
   std::int64_t lookupCells;
   const LookupCell* lookup;
   double lookupInvWidth;

@@ -228,12 +228,34 @@ inline std::int32_t correct(const double* x, std::int64_t nx, double s, std::int
   return cell;
 }
 
+// Cells of sites in any order, but left of a breakpoint that a site equals and the estimate names.
+void locateWithTies(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+  std::int32_t estimates[sitesAtOnce];
+  estimateAll(args, nsite, site, estimates);
+  locate(args, nsite, site, cell);
+  const double* x = args.x;
+  for (std::int64_t i = 0; i < nsite; ++i) {
+    const bool onBreakpoint = cell[i] > 0 && x[cell[i] - 1] == site[i];
+    if (onBreakpoint && estimates[i] < cell[i] && x[estimates[i]] == site[i]) cell[i] = estimates[i];
+  }
+}
+
+// Where many estimates of a run are more than one cell off, the runs behind it are searched without them; the cells are
+// the same.
 std::int32_t searchQuasiUniform(const CellSearchArgs& args) {
+  bool nearlyUniform = *args.cellState == 0;
   forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
-    estimateAll(args, nsite, site, cell);
+    if (!nearlyUniform) return locateWithTies(args, nsite, site, cell);
+    std::int32_t estimates[sitesAtOnce];
+    estimateAll(args, nsite, site, estimates);
     for (std::int64_t i = 0; i < nsite; ++i)
-      cell[i] = correct(args.x, args.nx, site[i], cell[i]);
+      cell[i] = correct(args.x, args.nx, site[i], estimates[i]);
+    std::uint32_t farOff = 0;
+    for (std::int64_t i = 0; i < nsite; ++i)
+      farOff += static_cast<std::uint32_t>(cell[i] - estimates[i] + 1) > 2;
+    nearlyUniform = std::int64_t{farOff} <= nsite / 4;
   });
+  *args.cellState = nearlyUniform ? 0 : 1;
   return 0;
 }
 

@@ -64,7 +64,7 @@ template <int order, bool fetches>
 
 // Where the last group overlaps the one before, the same results are stored again.
 template <int order, unsigned wants, bool fetches>
-void evaluateUniform(const UniformCall& call) {
+void evaluateUniform(const PassCall& call) {
   constexpr int count = __builtin_popcount(wants);
   constexpr std::int64_t ahead = PieceFinder<order, fetches>::ahead;
   const DfTask& task = *call.task;
@@ -93,20 +93,19 @@ void evaluateUniform(const UniformCall& call) {
 }
 
 template <int order, bool fetches>
-constexpr auto uniformEvaluators = byWants<order, UniformEvaluator>([]<unsigned wants>() -> UniformEvaluator {
+constexpr auto uniformEvaluators = byWants<order, PassEvaluator>([]<unsigned wants>() -> PassEvaluator {
   return evaluateUniform<order, wants, fetches>;
 });
 
 template <int order>
-void evaluateUniformOrder(const UniformCall& call) {
+void evaluateUniformOrder(const PassCall& call) {
   const bool fetches = call.task->nx * order > cachedCoefficients;
   (fetches ? uniformEvaluators<order, true> : uniformEvaluators<order, false>).at[call.low4](call);
 }
 
 }  // namespace
 
-extern const UniformKernels uniformKernels;
-const UniformKernels uniformKernels = {
-    {evaluateUniformOrder<2>, evaluateUniformOrder<3>, evaluateUniformOrder<4>}};
+extern const PassKernels uniformPass;
+const PassKernels uniformPass = {{evaluateUniformOrder<2>, evaluateUniformOrder<3>, evaluateUniformOrder<4>}};
 
 }  // namespace rvn::RVN_LEVEL_NAMESPACE

@@ -264,12 +264,35 @@ TEST(Evaluate, FewSitesAreTheBlockwiseResult) {
         }
 }
 
-// A call that wants its cells goes in blocks: the same sites without cells must give the same bits, whatever
-// their number and place, and also where the results replace the sites.
+// A call that wants its cells goes in blocks: the same sites without cells must give the same bits, also where the
+// results replace the sites.
+void expectBlockwise(const Task& task, std::int32_t order, std::vector<double> sites, std::int32_t sitehint) {
+  const std::int32_t dorder[4] = {1, 1, 1, 1};
+  const auto nsite = static_cast<std::int32_t>(sites.size());
+  const auto evaluate = [&](std::int32_t type, std::int32_t ndorder, const double* at, double* r,
+                            std::int32_t* cells) {
+    EXPECT_EQ(dfTaskInterpolate(task.get(), type, 1, nsite, at, sitehint, ndorder, dorder, nullptr, r,
+                                DF_RESULTS_SITES_INNER, cells),
+              DF_STATUS_OK);
+  };
+  std::vector<std::int32_t> cells(sites.size());
+  for (const std::int32_t ndorder : {1, order}) {
+    std::vector<double> blockwise(sites.size() * static_cast<std::size_t>(ndorder) + guard, -77.0);
+    std::vector<double> r = blockwise;
+    evaluate(DF_WANT_INTERPOLATE | DF_WANT_CELLS, ndorder, sites.data(), blockwise.data(), cells.data());
+    evaluate(DF_WANT_INTERPOLATE, ndorder, sites.data(), r.data(), nullptr);
+    EXPECT_TRUE(same(r, blockwise));
+  }
+  std::vector<double> values(sites.size());
+  evaluate(DF_WANT_INTERPOLATE | DF_WANT_CELLS, 1, sites.data(), values.data(), cells.data());
+  evaluate(DF_WANT_INTERPOLATE, 1, sites.data(), sites.data(), nullptr);
+  EXPECT_TRUE(same(sites, values));
+}
+
+// Whatever the number and place of the sites.
 TEST(Evaluate, OnePassOverAUniformPartitionIsTheBlockwiseResult) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-  const std::int32_t dorder[4] = {1, 1, 1, 1};
   for (const std::int32_t order : {2, 3, 4})
     for (const std::int32_t nx : {2, 3, 300, 17000})
       for (const std::vector<double>& ends : {std::vector<double>{0.1, 7.3}, {-1e300, 1e300}, {3.0, 3.0}}) {
@@ -289,27 +312,34 @@ TEST(Evaluate, OnePassOverAUniformPartitionIsTheBlockwiseResult) {
             sites.push_back(ends[0] + (sites.size() % 3 == 0 ? std::floor(where) : where) * step);
           }
           sites.resize(static_cast<std::size_t>(nsite));
-          const auto evaluate = [&](std::int32_t type, std::int32_t ndorder, const double* at, double* r,
-                                    std::int32_t* cells) {
-            EXPECT_EQ(dfTaskInterpolate(task.get(), type, 1, nsite, at, 0, ndorder, dorder, nullptr, r,
-                                        DF_RESULTS_SITES_INNER, cells),
-                      DF_STATUS_OK);
-          };
-          std::vector<std::int32_t> cells(sites.size());
-          for (const std::int32_t ndorder : {1, order}) {
-            std::vector<double> blockwise(sites.size() * static_cast<std::size_t>(ndorder) + guard, -77.0);
-            std::vector<double> r = blockwise;
-            evaluate(DF_WANT_INTERPOLATE | DF_WANT_CELLS, ndorder, sites.data(), blockwise.data(),
-                     cells.data());
-            evaluate(DF_WANT_INTERPOLATE, ndorder, sites.data(), r.data(), nullptr);
-            EXPECT_TRUE(same(r, blockwise));
-          }
-          std::vector<double> values(sites.size());
-          evaluate(DF_WANT_INTERPOLATE | DF_WANT_CELLS, 1, sites.data(), values.data(), cells.data());
-          evaluate(DF_WANT_INTERPOLATE, 1, sites.data(), sites.data(), nullptr);
-          EXPECT_TRUE(same(sites, values));
+          expectBlockwise(task, order, sites, DF_SITES_NONE);
         }
       }
+}
+
+// Several sites to each breakpoint or few, on breakpoints and between, also such as do not ascend as they should.
+TEST(Evaluate, OnePassOverSortedSitesIsTheBlockwiseResult) {
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const std::int32_t order : {2, 3, 4})
+    for (const std::int32_t nx : {2, 3, 40}) {
+      const std::vector<double> x = breakpoints(nx, false);
+      Task task(nx, x, DF_XHINT_NONE, 1, std::vector<double>(x.size()), 0,
+                {order, DF_KIND_DEFAULT, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
+      ASSERT_EQ(task.status, DF_STATUS_OK);
+      fill(task.coeff());
+      for (const std::size_t nsite : {8, 11, 12, 15, 16, 17, 33, 159, 160, 163, 166, 700}) {
+        SCOPED_TRACE("order " + std::to_string(order) + ", " + std::to_string(nx) + " breakpoints, " +
+                     std::to_string(nsite) + " sites");
+        std::vector<double> sites = sitesOver(x, nsite);
+        for (std::size_t i = 5; i < nsite; i += 4)
+          sites[i] = x[i % x.size()];
+        std::sort(sites.begin(), sites.end());
+        expectBlockwise(task, order, sites, DF_SITES_SORTED);
+        sites[nsite / 2] = nan;
+        std::swap(sites[0], sites[nsite - 1]);
+        expectBlockwise(task, order, sites, DF_SITES_SORTED);
+      }
+    }
 }
 
 }  // namespace

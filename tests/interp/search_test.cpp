@@ -166,7 +166,16 @@ TEST(Search, CountsTheBreakpointsNotGreaterThanTheSite) {
     expectCells("few sorted", task, few, countedCells(x, few), DF_SITES_SORTED);
     // Breakpoints may keep the cell on their left on the quasi-uniform path: other sites only.
     const Sites between = sitesFor(x, 700, false);
-    expectCells("quasi-uniform", taskOver(x, DF_XHINT_QUASI_UNIFORM), between, countedCells(x, between));
+    const Task quasiUniform = taskOver(x, DF_XHINT_QUASI_UNIFORM);
+    expectCells("quasi-uniform", quasiUniform, between, countedCells(x, between));
+    // What they keep depends on the breakpoint alone, not on the sites before.
+    Cells oneByOne;
+    std::vector<double> nothing(1);
+    for (const double site : sites) {
+      oneByOne.push_back(-9);
+      interpolate(quasiUniform, {{site}, {}, 0, DF_WANT_CELLS, 0, nullptr}, nothing, &oneByOne.back());
+    }
+    expectCells("quasi-uniform, with breakpoints", quasiUniform, sites, oneByOne);
   }
 }
 
