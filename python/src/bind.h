@@ -1,0 +1,29 @@
+#ifndef RAVENFIT_PYTHON_BIND_H
+#define RAVENFIT_PYTHON_BIND_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <ravenfit/ravenfit.hpp>
+
+// Each part of the module adds itself.
+void bindTools(pybind11::module_& m);
+void bindSplines(pybind11::module_& m);
+void bindRandom(pybind11::module_& m);
+
+// What crosses the border: the Python files convert whatever they are given to this.
+using Numbers = pybind11::array_t<double, pybind11::array::c_style>;
+
+// ValueError with the text, or MemoryError.
+[[noreturn]] void refuse(const std::string& text);
+[[noreturn]] void refuse(const ravenfit::status& why);
+
+inline void check(std::int32_t code) {
+  if (code != DF_STATUS_OK) refuse(ravenfit::status{code, RVN_DOMAIN_FIT, -1, {}});
+}
+
+#endif
