@@ -327,7 +327,8 @@ TEST(Evaluate, OnePassOverSortedSitesIsTheBlockwiseResult) {
                 {order, DF_KIND_DEFAULT, DF_END_FREE, nullptr, DF_IC_NONE, nullptr});
       ASSERT_EQ(task.status, DF_STATUS_OK);
       fill(task.coeff());
-      for (const std::size_t nsite : {8, 11, 12, 15, 16, 17, 33, 159, 160, 163, 166, 700}) {
+      for (const std::size_t nsite :
+           std::initializer_list<std::size_t>{8, 11, 12, 15, 16, 17, 33, 159, 160, 163, 166, 700}) {
         SCOPED_TRACE("order " + std::to_string(order) + ", " + std::to_string(nx) + " breakpoints, " +
                      std::to_string(nsite) + " sites");
         std::vector<double> sites = sitesOver(x, nsite);
