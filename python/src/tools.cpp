@@ -34,6 +34,10 @@ py::list features() {
   FEATURE(bmi);
   FEATURE(bmi2);
   FEATURE(aes);
+  FEATURE(avx512f);
+  FEATURE(avx512bw);
+  FEATURE(avx512dq);
+  FEATURE(avx512vl);
 #undef FEATURE
 #endif
   return names;
