@@ -11,7 +11,8 @@ void refuse(const std::string& text) {
 }
 
 void refuse(const ravenfit::status& why) {
-  if (why.domain == RVN_DOMAIN_FIT && why.code == DF_ERROR_MEMORY && why.detail.empty()) throw std::bad_alloc();
+  if (why.domain == RVN_DOMAIN_FIT && why.code == DF_ERROR_MEMORY && why.detail.empty())
+    throw std::bad_alloc();
   refuse(why.text());
 }
 
@@ -26,8 +27,8 @@ py::list features() {
   FEATURE(sse2);
   FEATURE(sse3);
   FEATURE(ssse3);
-  FEATURE(sse4.1);
-  FEATURE(sse4.2);
+  FEATURE(sse4 .1);
+  FEATURE(sse4 .2);
   FEATURE(avx);
   FEATURE(avx2);
   FEATURE(fma);
