@@ -23,22 +23,22 @@ py::list features() {
 #if defined(__x86_64__) || defined(__i386__)
   __builtin_cpu_init();
 #define FEATURE(name) \
-  if (__builtin_cpu_supports(#name)) names.append(#name)
-  FEATURE(sse2);
-  FEATURE(sse3);
-  FEATURE(ssse3);
-  FEATURE(sse4 .1);
-  FEATURE(sse4 .2);
-  FEATURE(avx);
-  FEATURE(avx2);
-  FEATURE(fma);
-  FEATURE(bmi);
-  FEATURE(bmi2);
-  FEATURE(aes);
-  FEATURE(avx512f);
-  FEATURE(avx512bw);
-  FEATURE(avx512dq);
-  FEATURE(avx512vl);
+  if (__builtin_cpu_supports(name)) names.append(name)
+  FEATURE("sse2");
+  FEATURE("sse3");
+  FEATURE("ssse3");
+  FEATURE("sse4.1");
+  FEATURE("sse4.2");
+  FEATURE("avx");
+  FEATURE("avx2");
+  FEATURE("fma");
+  FEATURE("bmi");
+  FEATURE("bmi2");
+  FEATURE("aes");
+  FEATURE("avx512f");
+  FEATURE("avx512bw");
+  FEATURE("avx512dq");
+  FEATURE("avx512vl");
 #undef FEATURE
 #endif
   return names;
