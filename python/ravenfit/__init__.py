@@ -15,7 +15,7 @@ __all__ = [*_splines, "SingularMatrixError", "info", "solve_tridiagonal"]
 
 
 def info():
-    """Version of the library, level of its kernels (0 to 9), and what the processor has of the features that matter.
+    """Version of the library, level of its kernels (0 to 10), and what the processor has of the features that matter.
 
     Examples
     --------

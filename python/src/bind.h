@@ -3,10 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
-
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
+#include <string>
 
 #include <ravenfit/ravenfit.hpp>
 

@@ -1,9 +1,8 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <vector>
-
 #include <pybind11/stl.h>
+#include <vector>
 
 #include "bind.h"
 
@@ -69,14 +68,15 @@ ravenfit::spline_options optionsOf(const std::string& kind, view<const double> i
   if (kind == "subbotin") return ravenfit::subbotin();
   if (kind == "hermite") return ravenfit::hermite(inner);
   if (kind == "quadratic") return ravenfit::quadratic(inner[0]);
-  if (kind == "smoothing") return lambda < 0.0 ? ravenfit::smoothing(inner) : ravenfit::smoothing(lambda, inner);
+  if (kind == "smoothing")
+    return lambda < 0.0 ? ravenfit::smoothing(inner) : ravenfit::smoothing(lambda, inner);
   refuse("there is no kind '" + kind + "'");
 }
 
 // Coefficients of all functions, function by function, and the lambdas of smoothing splines. y: value of function f at
 // breakpoint i at y[i * functions + f].
-py::tuple construct(const std::string& kind, const Numbers& x, const Numbers& y, const End& left, const End& right,
-                    const Numbers& inner, double lambda) {
+py::tuple construct(const std::string& kind, const Numbers& x, const Numbers& y, const End& left,
+                    const End& right, const Numbers& inner, double lambda) {
   const auto nx = static_cast<std::size_t>(x.size());
   const std::size_t functions = static_cast<std::size_t>(y.size()) / nx;
   const bool oneByOne = functions > 1 && (left.differs() || right.differs() || kind == "quadratic");
@@ -135,7 +135,8 @@ class Pieces {
     checkBreakpoints(x_);
     if (coeff_.ndim() != 3 || coeff_.shape(0) < 1 || coeff_.shape(1) != x_.size() - 1 || coeff_.shape(2) < 2)
       refuse("coefficients must be of shape (functions, len(x) - 1, order)");
-    if (coeff_.shape(0) > INT32_MAX || coeff_.shape(2) > 64) refuse("too many functions, or too high an order");
+    if (coeff_.shape(0) > INT32_MAX || coeff_.shape(2) > 64)
+      refuse("too many functions, or too high an order");
     functions_ = static_cast<std::size_t>(coeff_.shape(0));
     order_ = static_cast<std::int32_t>(coeff_.shape(2));
     own_ = task(mode);
@@ -144,8 +145,8 @@ class Pieces {
   // One value of the one function; what is outside is as the object has it.
   double value(double site) const {
     double r;
-    check(dfTaskInterpolate(own_, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1, &site, DF_SITES_GENERAL, 0, nullptr,
-                            nullptr, &r, DF_RESULTS_DEFAULT, nullptr));
+    check(dfTaskInterpolate(own_, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1, &site, DF_SITES_GENERAL, 0,
+                            nullptr, nullptr, &r, DF_RESULTS_DEFAULT, nullptr));
     return r;
   }
 
@@ -170,10 +171,11 @@ class Pieces {
       py::gil_scoped_release release;
       for (std::size_t i = 0; i < n && code == DF_STATUS_OK; i += step) {
         const std::size_t part = std::min(step, n - i);
-        code = dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, static_cast<std::int32_t>(part),
-                                 from + i, ascend(from + i, part) ? DF_SITES_SORTED : DF_SITES_GENERAL,
-                                 static_cast<std::int32_t>(wanted.size()), wanted.data(), nullptr, to + i * results,
-                                 bySite ? int{DF_RESULTS_BY_SITE} : int{DF_RESULTS_SITES_INNER}, nullptr);
+        code = dfTaskInterpolate(
+            task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, static_cast<std::int32_t>(part), from + i,
+            ascend(from + i, part) ? DF_SITES_SORTED : DF_SITES_GENERAL,
+            static_cast<std::int32_t>(wanted.size()), wanted.data(), nullptr, to + i * results,
+            bySite ? int{DF_RESULTS_BY_SITE} : int{DF_RESULTS_SITES_INNER}, nullptr);
       }
     }
     check(code);
@@ -205,7 +207,8 @@ class Pieces {
     {
       py::gil_scoped_release release;
       for (bool complete = false; !complete && code == DF_STATUS_OK;) {
-        code = dfTaskSolve(task, function, value, a, b, static_cast<std::int64_t>(sites.size()), sites.data(), &count);
+        code = dfTaskSolve(task, function, value, a, b, static_cast<std::int64_t>(sites.size()), sites.data(),
+                           &count);
         complete = count <= static_cast<std::int64_t>(sites.size());
         if (!complete) sites.resize(static_cast<std::size_t>(count));
       }
@@ -264,8 +267,9 @@ class Pieces {
       check(code);
       check(dfTaskSetOutside(made, mode, mode, 0.0));
       // The coefficients are not written: nothing is constructed.
-      check(dfTaskEditSpline(made, order_, order_ == DF_ORDER_CUBIC ? DF_KIND_NATURAL : DF_KIND_DEFAULT, DF_END_NONE,
-                             nullptr, DF_IC_NONE, nullptr, const_cast<double*>(coeff_.data()), DF_COEFF_DEFAULT));
+      check(dfTaskEditSpline(made, order_, order_ == DF_ORDER_CUBIC ? DF_KIND_NATURAL : DF_KIND_DEFAULT,
+                             DF_END_NONE, nullptr, DF_IC_NONE, nullptr, const_cast<double*>(coeff_.data()),
+                             DF_COEFF_DEFAULT));
       kept = std::move(guard);
     }
     return kept.get();
@@ -283,9 +287,9 @@ class Pieces {
 
 void bindSplines(py::module_& m) {
   m.def("check_breakpoints", &checkBreakpoints);
-  m.def("construct", [](const std::string& kind, const Numbers& x, const Numbers& y, const std::string& leftWord,
-                        const Numbers& leftValues, const std::string& rightWord, const Numbers& rightValues,
-                        const Numbers& inner, double lambda) {
+  m.def("construct", [](const std::string& kind, const Numbers& x, const Numbers& y,
+                        const std::string& leftWord, const Numbers& leftValues, const std::string& rightWord,
+                        const Numbers& rightValues, const Numbers& inner, double lambda) {
     return construct(kind, x, y, {leftWord, leftValues}, {rightWord, rightValues}, inner, lambda);
   });
   py::class_<Pieces>(m, "Pieces")

@@ -11,7 +11,8 @@ void refuse(const std::string& text) {
 }
 
 void refuse(const ravenfit::status& why) {
-  if (why.domain == RVN_DOMAIN_FIT && why.code == DF_ERROR_MEMORY && why.detail.empty()) throw std::bad_alloc();
+  if (why.domain == RVN_DOMAIN_FIT && why.code == DF_ERROR_MEMORY && why.detail.empty())
+    throw std::bad_alloc();
   refuse(why.text());
 }
 
@@ -22,18 +23,22 @@ py::list features() {
 #if defined(__x86_64__) || defined(__i386__)
   __builtin_cpu_init();
 #define FEATURE(name) \
-  if (__builtin_cpu_supports(#name)) names.append(#name)
-  FEATURE(sse2);
-  FEATURE(sse3);
-  FEATURE(ssse3);
-  FEATURE(sse4.1);
-  FEATURE(sse4.2);
-  FEATURE(avx);
-  FEATURE(avx2);
-  FEATURE(fma);
-  FEATURE(bmi);
-  FEATURE(bmi2);
-  FEATURE(aes);
+  if (__builtin_cpu_supports(name)) names.append(name)
+  FEATURE("sse2");
+  FEATURE("sse3");
+  FEATURE("ssse3");
+  FEATURE("sse4.1");
+  FEATURE("sse4.2");
+  FEATURE("avx");
+  FEATURE("avx2");
+  FEATURE("fma");
+  FEATURE("bmi");
+  FEATURE("bmi2");
+  FEATURE("aes");
+  FEATURE("avx512f");
+  FEATURE("avx512bw");
+  FEATURE("avx512dq");
+  FEATURE("avx512vl");
 #undef FEATURE
 #endif
   return names;

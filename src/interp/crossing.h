@@ -109,6 +109,8 @@ inline Lanes risingCrossing(const Lanes* c, Lanes low, Lanes high) {
       const LaneMask isShort = (2.0 * length <= step) & (2.0 * magnitude(p) <= step * magnitude(slope));
       const LaneMask leads = (halley >= low) & (halley <= high) & isShort;
       LaneMask ends = leads & (length * magnitude(bend) <= 0x1p-26 * magnitude(slope));
+      // Nor does it end there, where a long bracket lets Newton's step pass and Halley's rounds to none.
+      ends &= magnitude(p) <= (2.0 * length + 0x1p-50 * magnitude(t)) * magnitude(slope);
       if constexpr (order == 4) ends &= length * length * magnitude(c[3]) <= 0x1p-52 * magnitude(slope);
       Lanes next = leads ? halley : 0.5 * low + 0.5 * high;
       next = p == Lanes{} ? t : next;

@@ -98,6 +98,8 @@ TEST(Roots, OfPolynomialsAreTheirFactors) {
       {"a jump above", 2, {1, 0.5, 3, 1}, 0, 2, {}},
       {"continued", 2, {1, 1, 2, -1}, -5, 5, {-1, 3}},
       {"to the end of the doubles", 4, {-8, 0, 0, 1, -7, 3, 3, 1}, -infinity, infinity, {2}},
+      // (t - 4) (t^2 + 1): Newton's step from the extremum is long, and Halley's none.
+      {"behind an extremum", 4, {-4, 0, 0, 0, -4, 1, -4, 1}, -infinity, infinity, {5}},
       {"far away", 3, {1e300, 1, 0, 1e300, 1, 0}, -infinity, infinity, {-1e300}},
       {"one point", 2, {-1, 1, 0, 1}, 1, 1, {1}},
       {"beside it", 2, {-1, 1, 0, 1}, 1.5, 2, {}},
