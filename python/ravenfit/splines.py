@@ -598,7 +598,21 @@ class CubicHermiteSpline(_Interpolator):
         self._build_hermite(x, y, slopes, axis, True if extrapolate is None else extrapolate)
 
 
-class PchipInterpolator(_Interpolator):
+class _Monotone(_Interpolator):
+    """A kind of the library with limited slopes; two points have their chord."""
+
+    _kind = ""
+
+    def __init__(self, x, y, axis=0, extrapolate=None):
+        x, y, axis, _ = _prepare(x, y, axis)
+        extrapolate = True if extrapolate is None else extrapolate
+        if len(x) == 2:
+            self._build_hermite(x, y, _line(x, y), axis, extrapolate)
+        else:
+            self._build(self._kind, x, y, axis, extrapolate)
+
+
+class PchipInterpolator(_Monotone):
     """Cubic spline that is monotone where the data are, with slopes by harmonic means.
 
     Parameters are those of `CubicSpline`, without ends.
@@ -611,16 +625,10 @@ class PchipInterpolator(_Interpolator):
     (0.0, 0.5, 1.0)
     """
 
-    def __init__(self, x, y, axis=0, extrapolate=None):
-        x, y, axis, _ = _prepare(x, y, axis)
-        extrapolate = True if extrapolate is None else extrapolate
-        if len(x) == 2:
-            self._build_hermite(x, y, _line(x, y), axis, extrapolate)
-        else:
-            self._build("pchip", x, y, axis, extrapolate)
+    _kind = "pchip"
 
 
-class SteffenInterpolator(_Interpolator):
+class SteffenInterpolator(_Monotone):
     """Cubic spline that is monotone where the data are, with slopes of limited parabolas.
 
     Parameters are those of `CubicSpline`, without ends. At the ends it has the slope of the chord.
@@ -632,13 +640,7 @@ class SteffenInterpolator(_Interpolator):
     0.5
     """
 
-    def __init__(self, x, y, axis=0, extrapolate=None):
-        x, y, axis, _ = _prepare(x, y, axis)
-        extrapolate = True if extrapolate is None else extrapolate
-        if len(x) == 2:
-            self._build_hermite(x, y, _line(x, y), axis, extrapolate)
-        else:
-            self._build("steffen", x, y, axis, extrapolate)
+    _kind = "steffen"
 
 
 class BesselSpline(_Interpolator):
