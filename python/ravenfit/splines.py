@@ -1,5 +1,9 @@
 """Splines. Arguments, attributes and results are called and shaped as in `scipy.interpolate`."""
 
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any, Literal, Union, overload
+
 import numpy as np
 
 from . import _core
@@ -9,6 +13,14 @@ try:
     from numpy.lib.array_utils import normalize_axis_index
 except ImportError:  # before NumPy 2
     from numpy.core.multiarray import normalize_axis_index
+
+if TYPE_CHECKING:
+    import numpy.typing as npt
+
+    Array = npt.NDArray[np.float64]
+    Extrapolate = Union[bool, Literal["periodic", "clamp", "raise"], None]
+    End = Union[str, tuple[int, npt.ArrayLike]]
+    Ends = Union[str, tuple[End, End]]
 
 __all__ = [
     "Akima1DInterpolator",
@@ -69,7 +81,9 @@ class PPoly:
     (1.5, 2.0)
     """
 
-    def __init__(self, c, x, extrapolate=None, axis=0):
+    def __init__(
+        self, c: npt.ArrayLike, x: npt.ArrayLike, extrapolate: Extrapolate = None, axis: int = 0
+    ) -> None:
         x = contiguous("x", x)
         c = numbers("c", c)
         if x.ndim != 1:
@@ -120,32 +134,51 @@ class PPoly:
         self._attach()
 
     @property
-    def x(self):
+    def x(self) -> Array:
         """Where pieces begin and end; read-only."""
         return self._x
 
     @property
-    def c(self):
+    def c(self) -> Array:
         """Coefficients, highest power first, of shape (k, pieces, ...); read-only."""
         cells = self._coeff.transpose(2, 1, 0)[self._rows - 1 :: -1]
         return cells.reshape(cells.shape[:2] + self._trailing)
 
     @property
-    def axis(self):
+    def axis(self) -> int:
         """Where the axis of x stands among those of results."""
         return self._axis
 
     @property
-    def extrapolate(self):
+    def extrapolate(self) -> Extrapolate:
         """What the pieces are outside."""
         return self._extrapolate
 
     @property
-    def domain(self):
+    def domain(self) -> tuple[float, float]:
         """The first and the last breakpoint."""
         return float(self._x[0]), float(self._x[-1])
 
-    def __call__(self, x, nu=0, extrapolate=None, out=None):
+    @overload
+    def __call__(
+        self, x: float, nu: int = 0, extrapolate: Extrapolate = None, out: npt.NDArray[Any] | None = None
+    ) -> Any: ...  # a float for one function, else an array
+
+    @overload
+    def __call__(
+        self, x: npt.ArrayLike, nu: int = 0, extrapolate: Extrapolate = None, out: npt.NDArray[Any] | None = None
+    ) -> npt.NDArray[Any]: ...
+
+    @overload
+    def __call__(
+        self,
+        x: npt.ArrayLike,
+        nu: tuple[int, ...] | list[int],
+        extrapolate: Extrapolate = None,
+        out: tuple[npt.NDArray[Any], ...] | None = None,
+    ) -> tuple[Any, ...]: ...
+
+    def __call__(self, x: Any, nu: Any = 0, extrapolate: Extrapolate = None, out: Any = None) -> Any:
         """Values or derivatives at sites.
 
         Parameters
@@ -240,7 +273,7 @@ class PPoly:
         made._set(self._x, coeff, rows, self._trailing, self._axis, extrapolate)
         return made
 
-    def derivative(self, nu=1):
+    def derivative(self, nu: int = 1) -> PPoly:
         """The derivative nu, as an object of its own; the antiderivative for a negative nu.
 
         Where a derivative jumps, at a breakpoint, it has the value from the right.
@@ -265,7 +298,7 @@ class PPoly:
                 coeff[:, :, 0] = self._coeff[:, :, 1]
         return self._related(coeff, max(self._rows - 1, 1), self._extrapolate)
 
-    def antiderivative(self, nu=1):
+    def antiderivative(self, nu: int = 1) -> PPoly:
         """The nu-fold antiderivative, 0 at the first breakpoint, as an object of its own.
 
         Of one that is repeated periodically, the antiderivative is NaN outside, since it grows from period to period.
@@ -285,7 +318,13 @@ class PPoly:
             made = made._related(np.ascontiguousarray(coeff[:, :, : max(rows, 2)]), rows, extrapolate)
         return made
 
-    def integrate(self, a, b, extrapolate=None):
+    @overload
+    def integrate(self, a: float, b: float, extrapolate: Extrapolate = None) -> Any: ...
+
+    @overload
+    def integrate(self, a: npt.ArrayLike, b: npt.ArrayLike, extrapolate: Extrapolate = None) -> Array: ...
+
+    def integrate(self, a: Any, b: Any, extrapolate: Extrapolate = None) -> Any:
         """The integral from a to b, which may lie anywhere and in any order; arrays of limits give one for each pair.
 
         Examples
@@ -306,7 +345,9 @@ class PPoly:
             return found.reshape(shape)
         return self._placed(found.reshape(shape), low.ndim)
 
-    def solve(self, y=0.0, discontinuity=True, extrapolate=None):
+    def solve(
+        self, y: float = 0.0, discontinuity: bool = True, extrapolate: Extrapolate = None
+    ) -> npt.NDArray[Any]:
         """All sites, ascending, with the value y.
 
         Parameters
@@ -360,11 +401,11 @@ class PPoly:
         keep[inner] = ((left - y) * (right - y) >= 0) | (np.abs(left - right) <= noise)
         return sites[keep]
 
-    def roots(self, discontinuity=True, extrapolate=None):
+    def roots(self, discontinuity: bool = True, extrapolate: Extrapolate = None) -> npt.NDArray[Any]:
         """All sites with the value 0, as `solve` gives them."""
         return self.solve(0.0, discontinuity, extrapolate)
 
-    def inverse(self, y):
+    def inverse(self, y: npt.ArrayLike) -> Any:
         """For a monotone spline, the smallest site with each value; NaN for values that it does not reach."""
         if self._trailing != ():
             raise ValueError("only a spline of one function has an inverse")
@@ -500,7 +541,14 @@ class CubicSpline(_Interpolator):
     (15.625, 18.75)
     """
 
-    def __init__(self, x, y, axis=0, bc_type="not-a-knot", extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        bc_type: Ends = "not-a-knot",
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         shape = y.shape[1:]
         ends = _ends(bc_type, shape, ("not-a-knot", "periodic"))
@@ -571,7 +619,9 @@ class LinearSpline(_Interpolator):
     1.0
     """
 
-    def __init__(self, x, y, axis=0, extrapolate=None):
+    def __init__(
+        self, x: npt.ArrayLike, y: npt.ArrayLike, axis: int = 0, extrapolate: Extrapolate = None
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         self._build("linear", x, y, axis, True if extrapolate is None else extrapolate)
 
@@ -593,7 +643,14 @@ class CubicHermiteSpline(_Interpolator):
     0.125
     """
 
-    def __init__(self, x, y, dydx, axis=0, extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        dydx: npt.ArrayLike,
+        axis: int = 0,
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, (slopes,) = _prepare(x, y, axis, dydx=dydx)
         self._build_hermite(x, y, slopes, axis, True if extrapolate is None else extrapolate)
 
@@ -603,7 +660,9 @@ class _Monotone(_Interpolator):
 
     _kind = ""
 
-    def __init__(self, x, y, axis=0, extrapolate=None):
+    def __init__(
+        self, x: npt.ArrayLike, y: npt.ArrayLike, axis: int = 0, extrapolate: Extrapolate = None
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         extrapolate = True if extrapolate is None else extrapolate
         if len(x) == 2:
@@ -656,7 +715,14 @@ class BesselSpline(_Interpolator):
     2.25
     """
 
-    def __init__(self, x, y, axis=0, bc_type="not-a-knot", extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        bc_type: Ends = "not-a-knot",
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         ends = _ends(bc_type, y.shape[1:], ("not-a-knot", "periodic"))
         self._told = f", ends {_told(bc_type)}"
@@ -692,7 +758,15 @@ class Akima1DInterpolator(_Interpolator):
     (0.5, nan)
     """
 
-    def __init__(self, x, y, axis=0, *, method="akima", extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        *,
+        method: Literal["akima", "makima"] = "akima",
+        extrapolate: Extrapolate = None,
+    ) -> None:
         if method not in ("akima", "makima"):
             raise ValueError(f"method={method!r}: it is 'akima' or 'makima'")
         x, y, axis, _ = _prepare(x, y, axis)
@@ -756,7 +830,14 @@ class QuadraticSpline(_Interpolator):
     2.25
     """
 
-    def __init__(self, x, y, axis=0, midpoint=None, extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        midpoint: npt.ArrayLike | None = None,
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         shape = y.shape[1:]
         if midpoint is None:
@@ -793,7 +874,14 @@ class SubbotinSpline(_Interpolator):
     2.25
     """
 
-    def __init__(self, x, y, axis=0, bc_type="natural", extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        bc_type: Ends = "natural",
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         ends = _ends(bc_type, y.shape[1:], ())
         self._told = f", ends {_told(bc_type)}"
@@ -841,7 +929,15 @@ class SmoothingSpline(_Interpolator):
     2.0
     """
 
-    def __init__(self, x, y, axis=0, w=None, lam=None, extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        w: npt.ArrayLike | None = None,
+        lam: float | None = None,
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         if w is None:
             weights = NONE
