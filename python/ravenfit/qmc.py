@@ -14,7 +14,7 @@ import warnings
 from typing import TYPE_CHECKING, Any, Literal
 
 import numpy as np
-from scipy.stats.qmc import QMCEngine  # type: ignore[import]
+from scipy.stats.qmc import QMCEngine
 
 from ._core import Engine
 
@@ -32,7 +32,10 @@ _NIEDERREITER = 0x700000
 _LINEAR_SCRAMBLING = 2
 
 
-class _Points(QMCEngine):  # type: ignore[misc]
+class _Points(QMCEngine):
+    d: int
+    num_generated: int
+    rng: np.random.Generator
     MAXDIM = 0
     MAXN = 2**32
     _zero_is_first = True  # point 0, which the library's own sequences leave out

@@ -25,7 +25,7 @@ from numpy.random.bit_generator import BitGenerator, ISeedSequence
 from ._core import Engine, generator_info
 
 if TYPE_CHECKING:
-    from collections.abc import Iterable
+    from collections.abc import Iterable, Mapping
 
     import numpy.typing as npt
     from typing_extensions import Self
@@ -55,11 +55,12 @@ def _seed_words(seed):
 
 
 class _Stream(BitGenerator):
+    _seed_seq: Any
     _family = 0
     _sequence_words = 8  # that a SeedSequence gives
     _jump = 2**63  # outputs
     _outputs = 1  # of the generator, that make a word
-    _period = None  # outputs, where a stretch may go round it
+    _period: int | None = None  # outputs, where a stretch may go round it
 
     def __init__(self, seed: Seed = None) -> None:
         self._start(seed, 0)
@@ -102,14 +103,14 @@ class _Stream(BitGenerator):
         return self._seed_seq
 
     @property
-    def state(self) -> dict[str, Any]:
+    def state(self) -> Mapping[str, Any]:
         """Where the stream stands, as a dictionary of plain values; setting it goes on from there."""
         with self.lock:
             words = self._engine.words
         return self._state_of(np.array(words, np.uint32))
 
     @state.setter
-    def state(self, value: Any) -> None:
+    def state(self, value: Mapping[str, Any]) -> None:
         words = self._words_of(value)
         with self.lock:
             self._engine.words = words

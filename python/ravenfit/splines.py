@@ -10,9 +10,9 @@ from . import _core
 from ._arrays import NONE, contiguous, finite, numbers, result
 
 try:
-    from numpy.lib.array_utils import normalize_axis_index
+    from numpy.lib.array_utils import normalize_axis_index  # type: ignore[import]
 except ImportError:  # before NumPy 2
-    from numpy.core.multiarray import normalize_axis_index
+    from numpy.core.multiarray import normalize_axis_index  # type: ignore[attr-defined]
 
 if TYPE_CHECKING:
     import numpy.typing as npt
@@ -782,11 +782,10 @@ class Akima1DInterpolator(_Interpolator):
             self._build_scaled(method, x, y, axis, extrapolate)
 
     def _build_scaled(self, method, x, y, axis, extrapolate):
-        # Weights count as none below 1e-10 in the library, and below 1e-9 of the largest one for SciPy: a power of two
-        # makes the one the other, and changes nothing else.
-        largest = np.max(_akima_weights(x, y, method)[2])
-        power = 0 if largest == 0 or not np.isfinite(largest) else -int(np.round(np.log2(largest / 0.1)))
-        power = max(-900, min(900, power))
+        power = _core.akima_power(method, x, y)
+        if power == 0:
+            self._build(method, x, y, axis, extrapolate)
+            return
         self._build(method, x, np.ldexp(y, power), axis, extrapolate)
         coeff = np.ldexp(self._coeff, -power)
         self._finish(self._x, coeff, self._trailing, self._axis, self._extrapolate)
