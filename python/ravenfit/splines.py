@@ -781,8 +781,9 @@ class Akima1DInterpolator(_Interpolator):
         else:
             self._build_scaled(method, x, y, axis, extrapolate)
 
-    def _build_scaled(self, method, x, y, axis, extrapolate):
-        power = _core.akima_power(method, x, y)
+    def _build_scaled(self, method, x, y, axis, extrapolate, power=None):
+        if power is None:
+            power = _core.akima_power(*_core.akima_sums(method, x, y))
         if power == 0:
             self._build(method, x, y, axis, extrapolate)
             return

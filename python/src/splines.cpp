@@ -92,11 +92,12 @@ bool allFinite(const Numbers& a) {
 }
 
 // Weights of Akima's kinds count as none if their sum is below 1e-10 in the library, and below 1e-9 of the largest sum
-// for SciPy: with function values times a power of two the one is the other, and nothing else changes. This is the
-// exponent, or 0 where no sum lies between both limits, nor near them, and products of sums and chords stay numbers.
-// All functions have the largest sum in common.
-int akimaPower(const std::string& kind, const Numbers& x, const Numbers& y) {
-  constexpr double limit = 1e-10;
+// for SciPy: with function values times a power of two the one is the other, and nothing else changes.
+constexpr double limit = 1e-10;
+
+// What of the sums decides on the power: the largest one of all functions, the least of half the limit or more, and the
+// largest of twice the limit or less.
+py::tuple akimaSums(const std::string& kind, const Numbers& x, const Numbers& y) {
   const auto n = static_cast<std::size_t>(x.size());
   const auto functions = n == 0 ? 0 : static_cast<std::size_t>(y.size()) / n;
   if (n < 5) refuse("Akima's kinds need 5 breakpoints at least");
@@ -104,9 +105,8 @@ int akimaPower(const std::string& kind, const Numbers& x, const Numbers& y) {
   const double* const at = x.data();
   const double* const values = y.data();
   double largest = 0.0;
-  double above = std::numeric_limits<double>::infinity();  // the least sum of limit / 2 or more
-  double below = 0.0;                                      // the largest one of 2 limit or less
-  const py::gil_scoped_release release;
+  double above = std::numeric_limits<double>::infinity();
+  double below = 0.0;
   for (std::size_t f = 0; f < functions; ++f) {
     const auto chord = [&](std::size_t i) {
       return (values[(i + 1) * functions + f] - values[i * functions + f]) / (at[i + 1] - at[i]);
@@ -138,6 +138,11 @@ int akimaPower(const std::string& kind, const Numbers& x, const Numbers& y) {
     next(after);
     next(2.0 * after - last);
   }
+  return py::make_tuple(largest, above, below);
+}
+
+// The exponent, or 0 where no sum lies between both limits, nor near them, and products of sums and chords stay numbers.
+int akimaPower(double largest, double above, double below) {
   if (largest == 0.0 || !std::isfinite(largest)) return 0;
   const int power = std::clamp(-static_cast<int>(std::nearbyint(std::log2(largest / 0.1))), -900, 900);
   const double other = std::ldexp(limit, -power);
@@ -359,6 +364,7 @@ class Pieces {
 void bindSplines(py::module_& m) {
   m.def("check_breakpoints", &checkBreakpoints);
   m.def("all_finite", &allFinite);
+  m.def("akima_sums", &akimaSums);
   m.def("akima_power", &akimaPower);
   m.def("construct", [](const std::string& kind, const Numbers& x, const Numbers& y,
                         const std::string& leftWord, const Numbers& leftValues, const std::string& rightWord,
