@@ -1,6 +1,7 @@
 """Splines and random streams on Dask's arrays, over as many processes and machines as Dask has. Needs `dask.array`.
 
-Results do not depend on how arrays are cut into chunks, nor on who computes them: they have the bits of one piece.
+Results do not depend on who computes them. Values, fits of one long series and random arrays have the bits of one piece,
+however they are cut into chunks; fits of many series may differ from those at once by rounding.
 
 >>> import dask.array as da
 >>> import numpy as np
