@@ -15,6 +15,8 @@ except ImportError:  # before NumPy 2
     from numpy.core.multiarray import normalize_axis_index  # type: ignore[attr-defined]
 
 if TYPE_CHECKING:
+    from collections.abc import Sequence
+
     import numpy.typing as npt
 
     Array = npt.NDArray[np.float64]
@@ -412,6 +414,32 @@ class PPoly:
         values = contiguous("y", y)
         found = self._pieces.inverse(0, values.ravel()).reshape(values.shape)
         return float(found) if isinstance(y, (float, int)) else found
+
+    def plot(
+        self, nu: int | Sequence[int] = 0, ax: Any = None, n: int = 1000, more: float = 0.05, points: bool = True
+    ) -> Any:
+        """Draws the curve by matplotlib, with the ends of the domain marked.
+
+        Parameters
+        ----------
+        nu : int or sequence of int, optional
+            Which derivative; for several, one panel each.
+        ax : matplotlib.axes.Axes or sequence of them, optional
+            Where to draw; new ones if left out.
+        n : int, optional
+            Sites of a curve, beside the breakpoints.
+        more : float, optional
+            How far beyond the domain, as a share of it, where the spline goes on there.
+        points : bool, optional
+            Whether to mark where pieces begin and end.
+
+        Returns
+        -------
+        matplotlib.axes.Axes, or an array of them for several derivatives
+        """
+        from .plots import draw
+
+        return draw(self, nu, ax, n, more, points)
 
     def _facts(self):
         return f"{len(self._x) - 1} pieces of {self._rows} coefficients"
