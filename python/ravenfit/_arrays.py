@@ -11,6 +11,8 @@ def numbers(name, given):
     """Real numbers as a float64 array; copies only what is something else."""
     if type(given) is np.ndarray and given.dtype == np.float64 and given.dtype.isnative:
         return given
+    if given is None:
+        raise TypeError(f"{name} is None")
     if np.ma.is_masked(given):
         raise ValueError(f"{name} has masked elements: leave them out")
     array = np.asarray(given)

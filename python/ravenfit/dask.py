@@ -397,19 +397,23 @@ def _random(name, bits, size, chunks, parameters):
     if any(len(c) > 1 for c in chunks[1:]):
         raise ValueError("only the first axis can be cut into chunks")
     row = int(np.prod(size[1:], dtype=np.int64))
-    begin = dask.delayed(copy.deepcopy(bits), traverse=False)
-    parts, at = [], 0
-    for count in chunks[0]:
-        shape = (count, *size[1:])
-        made = dask.delayed(_stretch, pure=True)(name, begin, at * row, shape, parameters)
-        parts.append(da.from_delayed(made, shape, np.float64))
-        at += count
+    made = da.map_blocks(
+        _stretch,
+        chunks=chunks,
+        dtype=np.float64,
+        meta=np.empty((0,) * len(size)),
+        name_of_fill=name,
+        bits=dask.delayed(copy.deepcopy(bits), traverse=False),
+        row=row,
+        parameters=parameters,
+    )
     with bits.lock:
-        bits._move(bits._engine, at * row)
-    return da.concatenate(parts)
+        bits._move(bits._engine, size[0] * row)
+    return made
 
 
-def _stretch(name, bits, outputs, shape, parameters):
+def _stretch(name_of_fill, bits, row, parameters, block_info):
+    places = block_info[None]["array-location"]
     bits = copy.deepcopy(bits)  # what Dask hands out is shared
-    bits._move(bits._engine, outputs)
-    return getattr(bits, name)(*parameters, size=shape)
+    bits._move(bits._engine, places[0][0] * row)
+    return getattr(bits, name_of_fill)(*parameters, size=tuple(end - begin for begin, end in places))

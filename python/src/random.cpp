@@ -157,7 +157,7 @@ class Engine {
   void fill(Values<T>& r, Fill call) {
     T* to = r.mutable_data();
     auto left = static_cast<std::size_t>(r.size());
-    const py::gil_scoped_release released;
+    const Unlocked unlocked;
     if (stored_) stand(here());
     while (left > 0) {
       const std::size_t n = std::min<std::size_t>(left, std::size_t{1} << 30);
@@ -333,7 +333,7 @@ void bindRandom(py::module_& m) {
       .def_property_readonly("member", &Engine::member)
       .def("take", &Engine::take)
       .def_property("words", &Engine::words, &Engine::setWords)
-      .def("skip", &Engine::skip, py::call_guard<py::gil_scoped_release>())
+      .def("skip", &Engine::skip, py::call_guard<Unlocked>())
       .def("split", &Engine::split, py::arg("count"), py::arg("stretch"))
       .def("attach", &Engine::attach)
       .def(

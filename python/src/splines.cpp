@@ -177,7 +177,7 @@ py::tuple construct(const std::string& kind, const Numbers& x, const Numbers& y,
   }
   ravenfit::status s;
   {
-    py::gil_scoped_release release;
+    const Unlocked unlocked;
     std::vector<double> column;
     for (std::size_t f = 0; f < functions && s.ok(); f += together) {
       view<const double> part = values;
@@ -244,7 +244,7 @@ class Pieces {
     if (!blockwise && n > kMostInACall) refuse("too many sites for a result by rows");
     std::int32_t code = DF_STATUS_OK;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       for (std::size_t i = 0; i < n && code == DF_STATUS_OK; i += step) {
         const std::size_t part = std::min(step, n - i);
         code = dfTaskInterpolate(
@@ -266,7 +266,7 @@ class Pieces {
     double* const to = out.mutable_data();
     std::int32_t code = DF_STATUS_OK;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       for (std::size_t i = 0; i < n && code == DF_STATUS_OK; i += kMostInACall)
         code = dfTaskIntegrate(task, static_cast<std::int32_t>(std::min(kMostInACall, n - i)), a.data() + i,
                                b.data() + i, to + i * functions_, DF_RESULTS_BY_SITE);
@@ -281,7 +281,7 @@ class Pieces {
     std::int64_t count = 0;
     std::int32_t code = DF_STATUS_OK;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       for (bool complete = false; !complete && code == DF_STATUS_OK;) {
         code = dfTaskSolve(task, function, value, a, b, static_cast<std::int64_t>(sites.size()), sites.data(),
                            &count);
@@ -301,7 +301,7 @@ class Pieces {
     if (values.size() == 0) return out;
     std::int32_t code;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       code = dfTaskInverse(task, function, static_cast<std::int32_t>(values.size()), values.data(), to);
     }
     check(code);
@@ -315,7 +315,7 @@ class Pieces {
     double* const to = out.mutable_data();
     std::int32_t code;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       code = more < 0 ? dfTaskDerivative(own_, to) : dfTaskAntiderivative(own_, to);
     }
     check(code);

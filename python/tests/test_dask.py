@@ -98,7 +98,7 @@ def test_a_worker_dies(client):
     """Slow chunks; when some are done and most are not, a worker is killed."""
     x, y, rng = problem(300)
     s = rf.CubicSpline(x, y)
-    n, chunks = 64_000, 1000
+    n, chunks = 100_000, 1000
     noise = rd.normal(rr.MRG32k3a(3), n, chunks=chunks)
     sites = rd.uniform(rr.MRG32k3a(4), n, chunks=chunks, low=x[0], high=x[-1])
     long_x, long_y, _ = problem(20_000)
@@ -112,15 +112,16 @@ def test_a_worker_dies(client):
     pids = client.run(os.getpid)
     assert len(set(pids.values())) == 2
     future = client.compute(total)
-    time.sleep(0.6)
+    # Both have what all chunks share by then; Dask 2022.12 itself may hang where a worker dies that another one asks for it.
+    time.sleep(1.0)
     os.kill(next(iter(pids.values())), signal.SIGKILL)
     assert not future.done()
-    got = future.result(timeout=120)
+    got = future.result(timeout=60)
     np.testing.assert_array_equal(
         got, s(rr.MRG32k3a(4).uniform(x[0], x[-1], n)) + rr.MRG32k3a(3).normal(size=n)
     )
     assert set(client.scheduler_info()["workers"]) != set(pids), "nobody died"
-    c = client.compute(long.c).result(timeout=120)
+    c = client.compute(long.c).result(timeout=60)
     np.testing.assert_array_equal(c, rf.Akima1DInterpolator(long_x, long_y).c)
 
 
