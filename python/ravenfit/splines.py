@@ -105,6 +105,25 @@ class PPoly:
         coeff[:, :, :rows] = c.reshape(rows, len(x) - 1, functions)[::-1].transpose(2, 1, 0)
         self._set(x.copy(), coeff, rows, trailing, axis, True if extrapolate is None else extrapolate)
 
+    @classmethod
+    def from_spline(cls, tck: Any, extrapolate: Extrapolate = None) -> PPoly:
+        """The pieces of a B-spline of SciPy's, which must be there: (t, c, k) or a BSpline. Knots count once.
+
+        Examples
+        --------
+        >>> from scipy.interpolate import splrep
+        >>> from ravenfit import PPoly
+        >>> round(PPoly.from_spline(splrep([0, 1, 2, 3, 4], [0, 1, 8, 27, 64]))(2.5), 12)
+        15.625
+        """
+        from scipy.interpolate import PPoly as Theirs
+
+        pieces = Theirs.from_spline(tck)
+        if extrapolate is None:
+            extrapolate = pieces.extrapolate
+        some = np.diff(pieces.x) > 0
+        return PPoly(pieces.c[:, some], np.append(pieces.x[:-1][some], pieces.x[-1]), extrapolate)
+
     def _set(self, x, coeff, rows, trailing, axis, extrapolate):
         """The fields; of the arrays, which are not copied. coeff: (functions, pieces, order), lowest power first."""
         x.flags.writeable = False
