@@ -19,6 +19,7 @@ if TYPE_CHECKING:
 
     import numpy.typing as npt
 
+    Points = npt.ArrayLike
     Array = npt.NDArray[np.float64]
     Extrapolate = Union[bool, Literal["periodic", "clamp", "raise"], None]
     End = Union[str, tuple[int, npt.ArrayLike]]
@@ -589,12 +590,7 @@ class CubicSpline(_Interpolator):
     """
 
     def __init__(
-        self,
-        x: npt.ArrayLike,
-        y: npt.ArrayLike,
-        axis: int = 0,
-        bc_type: Ends = "not-a-knot",
-        extrapolate: Extrapolate = None,
+        self, x: Points, y: Points, axis: int = 0, bc_type: Ends = "not-a-knot", extrapolate: Extrapolate = None
     ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         shape = y.shape[1:]
@@ -763,12 +759,7 @@ class BesselSpline(_Interpolator):
     """
 
     def __init__(
-        self,
-        x: npt.ArrayLike,
-        y: npt.ArrayLike,
-        axis: int = 0,
-        bc_type: Ends = "not-a-knot",
-        extrapolate: Extrapolate = None,
+        self, x: Points, y: Points, axis: int = 0, bc_type: Ends = "not-a-knot", extrapolate: Extrapolate = None
     ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         ends = _ends(bc_type, y.shape[1:], ("not-a-knot", "periodic"))
@@ -922,12 +913,7 @@ class SubbotinSpline(_Interpolator):
     """
 
     def __init__(
-        self,
-        x: npt.ArrayLike,
-        y: npt.ArrayLike,
-        axis: int = 0,
-        bc_type: Ends = "natural",
-        extrapolate: Extrapolate = None,
+        self, x: Points, y: Points, axis: int = 0, bc_type: Ends = "natural", extrapolate: Extrapolate = None
     ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         ends = _ends(bc_type, y.shape[1:], ())
