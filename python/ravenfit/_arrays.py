@@ -9,7 +9,7 @@ NONE = np.empty(0)
 
 def numbers(name, given):
     """Real numbers as a float64 array; copies only what is something else."""
-    if type(given) is np.ndarray and given.dtype == np.float64 and given.dtype.isnative:
+    if type(given) is np.ndarray and given.dtype == np.float64 and given.dtype.isnative and given.flags.aligned:
         return given
     if given is None:
         raise TypeError(f"{name} is None")

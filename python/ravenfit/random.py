@@ -242,8 +242,8 @@ class _Stream(BitGenerator):
         if out is not None:
             if not isinstance(out, np.ndarray) or out.dtype not in dtypes:
                 raise TypeError(f"out must be an array of {' or '.join(np.dtype(t).name for t in dtypes)}")
-            if not out.flags.c_contiguous or not out.flags.writeable:
-                raise ValueError("out must be contiguous and writeable")
+            if not out.flags.carray:
+                raise ValueError("out must be contiguous, aligned and writeable")
             if size is not None and out.shape != (tuple(size) if np.iterable(size) else (size,)):
                 raise ValueError("size and the shape of out differ")
             r = out

@@ -261,7 +261,7 @@ class PPoly:
         direct = None
         if len(orders) == 1 and outs[0] is not None and self._axis == 0:
             array, _ = result(shape, outs[0])
-            plain = array.dtype == np.float64 and array.dtype.isnative and array.flags.c_contiguous
+            plain = array.dtype == np.float64 and array.dtype.isnative and array.flags.carray
             if plain and not np.may_share_memory(array, sites):
                 direct = array
         table = np.empty((n, len(wanted), functions) if by_site else (len(wanted), n)) if direct is None else direct

@@ -86,6 +86,10 @@ def test_out_that_overlaps(nu):
         want = S(buffer[at : at + 37].copy(), nu)
         S(buffer[at : at + 37], nu, out=buffer[to : to + 37])
         np.testing.assert_array_equal(buffer[to : to + 37], want)
+    askew = np.empty(37 * 8 + 1, np.uint8)[1:].view(np.float64)
+    np.testing.assert_array_equal(S(SITES, nu, out=askew), S(SITES, nu))
+    with pytest.raises(ValueError, match="aligned"):
+        rr.MT19937(1).uniform(out=askew)
     twice = np.empty(37)
     S(SITES, nu=(0, nu), out=(twice, twice))
     np.testing.assert_array_equal(twice, S(SITES, nu))
