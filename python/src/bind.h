@@ -7,7 +7,6 @@
 #include <pybind11/pybind11.h>
 #include <string>
 #ifdef __GLIBC__
-#include <cxxabi.h>
 #include <unistd.h>
 #endif
 
@@ -29,7 +28,7 @@ class Unlocked {
 #ifdef __GLIBC__
     try {
       PyEval_RestoreThread(state_);
-    } catch (const abi::__forced_unwind&) {
+    } catch (...) {  // nothing but that
       for (;;)
         pause();
     }
