@@ -15,6 +15,7 @@
 #include "runtime/platform.h"
 #include "support/compare.h"
 #include "support/failing_heap.h"
+#include "support/levels.h"
 #include "support/task.h"
 
 #include <ravenfit/data_fitting.h>
@@ -42,6 +43,7 @@ struct Operation {
 };
 
 constexpr std::int32_t nx = 300;
+constexpr std::int32_t longest = 4095;  // where scratch no longer fits on the stack
 
 Doubles ramp(std::size_t n, double curvature = 0.0) {
   Doubles r;
@@ -52,9 +54,10 @@ Doubles ramp(std::size_t n, double curvature = 0.0) {
 }
 
 std::shared_ptr<Task> prepared(const Settings& settings, std::int32_t ny = 2, bool construct = true) {
+  const std::int32_t n = construct ? nx : longest;
   auto task =
-      std::make_shared<Task>(nx, ramp(nx), DF_XHINT_NONE, ny, ramp(static_cast<std::size_t>(nx * ny), 0.01),
-                             DF_VALUES_DEFAULT, settings);
+      std::make_shared<Task>(n, ramp(static_cast<std::size_t>(n)), DF_XHINT_NONE, ny,
+                             ramp(static_cast<std::size_t>(n * ny), 0.01), DF_VALUES_DEFAULT, settings);
   EXPECT_EQ(task->status, DF_STATUS_OK);
   if (construct) {
     EXPECT_EQ(dfTaskConstruct(task->get(), 0, 0), DF_STATUS_OK);
@@ -157,8 +160,8 @@ Operation making(const char* name, int allocations, Make make) {
 
 std::vector<Operation> operations() {
   static const double ends[] = {0.25, 0.5};
-  static const Doubles inner = ramp(nx);
-  constexpr std::int32_t many = 3000;
+  static const Doubles inner = ramp(longest);
+  constexpr std::int32_t many = 1200;
   const int each = static_cast<int>(std::size(generators));
   return {
       {"create", 1, DF_ERROR_MEMORY,
@@ -193,17 +196,17 @@ std::vector<Operation> operations() {
          };
        }},
       construction("linear", {DF_ORDER_LINEAR, DF_KIND_DEFAULT, DF_END_NONE}, 0),
-      construction("quadratic", {DF_ORDER_QUADRATIC, DF_KIND_DEFAULT, DF_END_QUADRATIC_VALUE, ends}, -1),
+      construction("quadratic", {DF_ORDER_QUADRATIC, DF_KIND_DEFAULT, DF_END_QUADRATIC_VALUE, ends}),
       construction("natural", {DF_ORDER_CUBIC, DF_KIND_NATURAL, DF_END_FREE}),
       construction("natural, not a knot", {DF_ORDER_CUBIC, DF_KIND_NATURAL, DF_END_NOT_A_KNOT}),
-      construction("Hermite", {DF_ORDER_CUBIC, DF_KIND_HERMITE, 12, ends, DF_IC_SLOPES, inner.data()}),
+      construction("Hermite", {DF_ORDER_CUBIC, DF_KIND_HERMITE, 12, ends, DF_IC_SLOPES, inner.data()}, 0),
       construction("second derivatives",
-                   {DF_ORDER_CUBIC, DF_KIND_DEFAULT, 12, ends, DF_IC_CURVATURES, inner.data()}, -1),
-      construction("Bessel", {DF_ORDER_CUBIC, DF_KIND_BESSEL, DF_END_NOT_A_KNOT}),
-      construction("Akima", {DF_ORDER_CUBIC, DF_KIND_AKIMA, DF_END_NONE}),
-      construction("modified Akima", {DF_ORDER_CUBIC, DF_KIND_MODIFIED_AKIMA, DF_END_NONE}),
-      construction("PCHIP", {DF_ORDER_CUBIC, DF_KIND_PCHIP, DF_END_NONE}),
-      construction("Steffen", {DF_ORDER_CUBIC, DF_KIND_STEFFEN, DF_END_NONE}),
+                   {DF_ORDER_CUBIC, DF_KIND_DEFAULT, 12, ends, DF_IC_CURVATURES, inner.data()}, 0),
+      construction("Bessel", {DF_ORDER_CUBIC, DF_KIND_BESSEL, DF_END_NOT_A_KNOT}, 0),
+      construction("Akima", {DF_ORDER_CUBIC, DF_KIND_AKIMA, DF_END_NONE}, 0),
+      construction("modified Akima", {DF_ORDER_CUBIC, DF_KIND_MODIFIED_AKIMA, DF_END_NONE}, 0),
+      construction("PCHIP", {DF_ORDER_CUBIC, DF_KIND_PCHIP, DF_END_NONE}, 0),
+      construction("Steffen", {DF_ORDER_CUBIC, DF_KIND_STEFFEN, DF_END_NONE}, 0),
       interpolation("few sites", 0, 2, 3, 3, DF_SITES_GENERAL, 0),
       interpolation("many functions", 1, many, 7, 3, DF_SITES_GENERAL, 0),
       interpolation("many functions, by site", -1, many, 7, 3, DF_SITES_GENERAL, DF_RESULTS_BY_SITE),
@@ -265,21 +268,33 @@ std::vector<Operation> operations() {
              [](const RsgStream* source, Doubles& out) {
                RsgInfo info = {};
                rsgStreamInfo(source, &info);
-               if (info.split == RSG_SPLIT_NONE) return std::int32_t{0};
+               const bool slow = info.brngId == RSG_BRNG_MT19937 || info.brngId == RSG_BRNG_SFMT19937;
+               if (slow || info.split == RSG_SPLIT_NONE) return std::int32_t{0};
                RsgStream* parts[3] = {};
                const std::int32_t status = rsgSplit(source, 3, 0, parts);
                for (RsgStream* part : parts)
                  drawFrom(part, status, out);
                return status;
              }),
+      {"split of a Mersenne Twister", -1, RSG_ERROR_MEMORY,
+       []() -> Call {
+         const auto source = streamOf(RSG_BRNG_MT19937);
+         return [=](Doubles& out) {
+           RsgStream* parts[2] = {};
+           const std::int32_t status = rsgSplit(source.get(), 2, 0, parts);
+           for (RsgStream* part : parts)
+             drawFrom(part, status, out);
+           return status;
+         };
+       }},
       {"skip ahead", 1, RSG_ERROR_MEMORY,
        []() -> Call {
          const auto source = streamOf(RSG_BRNG_MT19937);
          return [=](Doubles& out) {
            const std::int32_t status = rsgSkipAhead(source.get(), 123456789);
-           RsgStream* copy = nullptr;
-           if (status == 0 && rsgCopyStream(&copy, source.get()) == 0) drawFrom(copy, 0, out);
-           return status;
+           if (status != 0) return status;
+           out.resize(40);
+           return vdRngUniform(0, source.get(), 40, out.data(), 0.0, 1.0);
          };
        }},
       {"scrambled points", 1, RSG_ERROR_MEMORY,
@@ -385,7 +400,11 @@ bool endsWith(const Operation& operation, Path path, int n, const Doubles& want)
   return ended;
 }
 
+// At the lowest and the highest level: the others ask for the same blocks.
 TEST(AllocationFaults, EveryOperationSurvivesEveryOne) {
+  const std::vector<std::int32_t> levels = support::runnableLevels();
+  const std::int32_t level = support::levelOfRun();
+  if (level != levels.front() && level != levels.back()) GTEST_SKIP() << "the levels beside it have it";
   int faults = 0;
   for (const Operation& operation : operations()) {
     Doubles want(5, -77.0);
@@ -393,7 +412,7 @@ TEST(AllocationFaults, EveryOperationSurvivesEveryOne) {
     for (const Path path : {Path::busyCache, Path::freshCache, Path::noCache}) {
       SCOPED_TRACE(testing::Message() << operation.name << ", path " << static_cast<int>(path));
       int n = 1;
-      while (n < 200 && !HasFailure() && !endsWith(operation, path, n, want))
+      while (n < 200 && !endsWith(operation, path, n, want))
         ++n;
       faults += n - 1;
       if (path != Path::busyCache) continue;
