@@ -92,7 +92,7 @@ void badCall(Input& in) {
     case 2:
       name = "vdRngUniform";
       parameter = 1;
-      vdRngUniform(1 + in.byte(), nullptr, n, r, 1.0, 0.0);
+      vdRngUniform(n, nullptr, 1, r, 0.0, 1.0);
       break;
     case 3: {
       std::int32_t info = 0;
