@@ -226,11 +226,9 @@ void longSystem() {
   const Places places = edges<double>(n);
   for (const std::int64_t i : places) {
     dl.addWindow(std::min(i, n - 2));
-    d.addWindow(i);
+    d.addWindow(i, 1.0);
     du.addWindow(std::min(i, n - 2));
     b.addWindow(i);
-    for (std::int64_t k = std::max<std::int64_t>(0, i - 4000); k < std::min(n, i + 4000); ++k)
-      d[k] = 1.0;
   }
   around(places, n, [&](std::int64_t i) { d[i] = 4.0; });
   around(places, n - 1, [&](std::int64_t i) { dl[i] = du[i] = d[i + 1] == 4.0 ? 1.0 : 0.0; });

@@ -46,8 +46,8 @@ class SparseArray {
   T& operator[](std::int64_t i) { return data_[i]; }
   std::int64_t size() const { return elements_; }
 
-  // Gives the elements around i memory of their own, which holds zeros.
-  void addWindow(std::int64_t i) {
+  // Gives the elements around i memory of their own, filled with a value.
+  void addWindow(std::int64_t i, T value = {}) {
     const std::int64_t from = i < windowLength ? 0 : i - windowLength;
     const std::int64_t to = i + windowLength > elements_ ? elements_ : i + windowLength;
     char* const begin =
@@ -57,6 +57,9 @@ class SparseArray {
     if (mmap(begin, static_cast<std::size_t>(end - begin), PROT_READ | PROT_WRITE,
              MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == MAP_FAILED)
       fail("a window");
+    T* const first = begin < reinterpret_cast<char*>(data_) ? data_ : reinterpret_cast<T*>(begin);
+    for (T* at = first; at < data_ + elements_ && reinterpret_cast<char*>(at) < end; ++at)
+      *at = value;
   }
 
  private:

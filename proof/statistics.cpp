@@ -318,7 +318,7 @@ std::string shown(const Outcome& outcome) {
   if (outcome.fails())
     std::snprintf(text, sizeof text, "**fails**");
   else
-    std::snprintf(text, sizeof text, "%.3f", outcome.more);
+    std::snprintf(text, sizeof text, "%.2g", outcome.more);
   return text;
 }
 
