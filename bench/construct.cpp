@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "boost_splines.h"
+#include "limits.h"
 #include "plain_construct.h"
 #include "rows.h"
 
@@ -24,7 +25,6 @@ struct Kind {
   std::int32_t icType;
   void (*plain)(PlainSpline&);
   const gsl_interp_type* gsl;
-  bool copy;  // also beside its memory traffic alone
   void (*boost)(benchmark::State& state, const std::vector<double>& x,
                 const std::vector<double>& y) = nullptr;
 
@@ -49,19 +49,19 @@ using Pchip = boost::math::interpolators::pchip<std::vector<double>>;
 
 const std::vector<Kind>& kinds() {
   static const std::vector<Kind> table = {
-      {"natural", 4, DF_KIND_NATURAL, DF_END_FREE, 0, plainNatural, gsl_interp_cspline, false},
-      {"linear", 2, 0, 0, 0, plainLinear, nullptr, true},
-      {"second derivatives", 4, 0, DF_END_FREE, DF_IC_CURVATURES, plainSecondDerivatives, nullptr, true},
-      {"hermite", 4, DF_KIND_HERMITE, DF_END_FREE, DF_IC_SLOPES, plainHermite, nullptr, false},
-      {"bessel", 4, DF_KIND_BESSEL, DF_END_FREE, 0, plainBessel, nullptr, false},
-      {"akima", 4, DF_KIND_AKIMA, DF_END_FREE, 0, plainAkima, gsl_interp_akima, false},
-      {"modified akima", 4, DF_KIND_MODIFIED_AKIMA, DF_END_FREE, 0, plainModifiedAkima, nullptr, false,
+      {"natural", 4, DF_KIND_NATURAL, DF_END_FREE, 0, plainNatural, gsl_interp_cspline},
+      {"linear", 2, 0, 0, 0, plainLinear, nullptr},
+      {"second derivatives", 4, 0, DF_END_FREE, DF_IC_CURVATURES, plainSecondDerivatives, nullptr},
+      {"hermite", 4, DF_KIND_HERMITE, DF_END_FREE, DF_IC_SLOPES, plainHermite, nullptr},
+      {"bessel", 4, DF_KIND_BESSEL, DF_END_FREE, 0, plainBessel, nullptr},
+      {"akima", 4, DF_KIND_AKIMA, DF_END_FREE, 0, plainAkima, gsl_interp_akima},
+      {"modified akima", 4, DF_KIND_MODIFIED_AKIMA, DF_END_FREE, 0, plainModifiedAkima, nullptr,
        runBoost<Makima>},
-      {"pchip", 4, DF_KIND_PCHIP, DF_END_FREE, 0, plainPchip, nullptr, false, runBoost<Pchip>},
-      {"steffen", 4, DF_KIND_STEFFEN, DF_END_FREE, 0, plainSteffen, gsl_interp_steffen, false},
-      {"quadratic", 3, 0, DF_END_QUADRATIC_VALUE, 0, plainQuadratic, nullptr, false},
+      {"pchip", 4, DF_KIND_PCHIP, DF_END_FREE, 0, plainPchip, nullptr, runBoost<Pchip>},
+      {"steffen", 4, DF_KIND_STEFFEN, DF_END_FREE, 0, plainSteffen, gsl_interp_steffen},
+      {"quadratic", 3, 0, DF_END_QUADRATIC_VALUE, 0, plainQuadratic, nullptr},
       {"subbotin", 3, DF_KIND_SUBBOTIN, DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, DF_IC_KNOTS, plainSubbotin,
-       nullptr, false},
+       nullptr},
   };
   return table;
 }
@@ -157,6 +157,20 @@ void runPlain(benchmark::State& state, const Kind& kind, void (*construct)(Plain
   count(state, data);
 }
 
+// Breakpoints (of all but the first function from the cache), values and internal conditions in, coefficients out.
+void runLimit(benchmark::State& state, const Kind& kind, std::size_t nx, std::size_t ny) {
+  const Data data(kind, nx, ny);
+  const std::size_t reads = kind.icType == DF_IC_NONE ? 2 : 3;
+  const std::vector<double> from(reads * nx, 1.0);
+  std::vector<double> to(kind.order * nx * ny);
+  for (auto _ : state) {
+    for (std::size_t f = 0; f < ny; ++f)
+      limitStream(nx, reads, from.data(), kind.order, &to[kind.order * nx * f]);
+    benchmark::ClobberMemory();
+  }
+  count(state, data);
+}
+
 void runGsl(benchmark::State& state, const Kind& kind, std::size_t nx) {
   const Data data(kind, nx, 1);
   gsl_interp* spline = gsl_interp_alloc(kind.gsl, nx);
@@ -186,7 +200,7 @@ void registerConstructRows() {
           const Data data(kind, nx, 1);
           add("boost", kind.boost, data.x, data.y);
         }
-        if (kind.copy) add("copy", runPlain, kind, plainCopy, nx, ny);
+        add("limit", runLimit, kind, nx, ny);
       }
     }
   }

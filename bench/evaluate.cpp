@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cmath>
 #include <cstdint>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "interp_data.h"
+#include "limits.h"
 #include "plain_interp.h"
 #include "rows.h"
 
@@ -22,7 +24,7 @@ struct ValueRow {
   std::size_t batch;
 };
 
-enum class Who { ravenfit, ravenfitCellsKnown, plain, gsl };
+enum class Who { ravenfit, ravenfitCellsKnown, plain, limit };
 
 // Values, then second derivatives.
 void evaluate(const ValueRow& row, const InterpData& data, const double* site, double* r,
@@ -62,9 +64,14 @@ void run(benchmark::State& state, const ValueRow& row, Who who) {
   evaluate(row, data, site, r.data(), given);
   evaluatePlain(row, data, site, expected.data());
   if (!right(r, expected)) state.SkipWithError("values");
+  for (std::int32_t& cell : cells)
+    cell = std::min(cell, static_cast<std::int32_t>(row.nx) - 1) - (who == Who::limit ? 1 : 0);
   for (auto _ : state) {
     if (who == Who::plain) {
       evaluatePlain(row, data, batches.next(), r.data());
+    } else if (who == Who::limit) {
+      limitPieces(row.equidistant ? nullptr : data.x.data(), data.coeff.data(), row.batch, site, cells.data(),
+                  r.data());
     } else {
       evaluate(row, data, batches.next(), r.data(), given);
     }
@@ -108,6 +115,8 @@ void add(const std::string& name, const ValueRow& row, bool cellsKnown = false) 
   });
   benchmark::RegisterBenchmark((name + "|plain").c_str(),
                                [=](benchmark::State& state) { run(state, row, Who::plain); });
+  benchmark::RegisterBenchmark((name + "|limit").c_str(),
+                               [=](benchmark::State& state) { run(state, row, Who::limit); });
   if (!row.second)
     benchmark::RegisterBenchmark((name + "|gsl").c_str(),
                                  [=](benchmark::State& state) { runGsl(state, row); });

@@ -240,22 +240,6 @@ void plainSteffen(PlainSpline& s) {
   freeCells(s, d, m);
 }
 
-void plainCopy(PlainSpline& s) {
-  if (s.ic == nullptr) {
-    for (std::size_t i = 0; i + 1 < s.n; ++i) {
-      s.coeff[2 * i] = s.x[i];
-      s.coeff[2 * i + 1] = s.y[i];
-    }
-  } else {
-    for (std::size_t i = 0; i + 2 < s.n; ++i) {
-      s.coeff[4 * i] = s.x[i];
-      s.coeff[4 * i + 1] = s.y[i];
-      s.coeff[4 * i + 2] = s.ic[i];
-      s.coeff[4 * i + 3] = s.y[i];
-    }
-  }
-}
-
 void plainThomas(std::size_t n, std::size_t nrhs, const double* dl, double* d, const double* du, double* b) {
   d[0] = 1.0 / d[0];
   for (std::size_t i = 1; i < n; ++i)

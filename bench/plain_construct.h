@@ -33,9 +33,6 @@ void plainModifiedAkima(PlainSpline& s);
 void plainPchip(PlainSpline& s);
 void plainSteffen(PlainSpline& s);
 
-// The memory traffic of a broken line, or with ic that of given second derivatives, and nothing else.
-void plainCopy(PlainSpline& s);
-
 // Thomas' algorithm on copies of nothing: overwrites d and b. b is column-major with stride n.
 void plainThomas(std::size_t n, std::size_t nrhs, const double* dl, double* d, const double* du, double* b);
 

@@ -63,4 +63,13 @@ void plainUniformValues(std::size_t nx, double x0, double step, const double* co
   }
 }
 
+void plainChannels(std::size_t nx, const double* x, std::size_t functions, const double* coeff,
+                   std::size_t nsite, const double* site, double* value) {
+  for (std::size_t i = 0; i < nsite; ++i) {
+    const std::size_t q = pieceOf(cellOf(nx, x, site[i]), nx);
+    for (std::size_t f = 0; f < functions; ++f)
+      cubic(coeff + 4 * (f * (nx - 1) + q), site[i] - x[q], value++, nullptr);
+  }
+}
+
 }  // namespace bench

@@ -28,4 +28,8 @@ void plainValues(std::size_t nx, const double* x, const double* coeff, std::size
 void plainUniformValues(std::size_t nx, double x0, double step, const double* coeff, std::size_t nsite,
                         const double* site, double* value, double* second);
 
+// Values of `functions` rows of 4 (nx - 1) coefficients, those of a site side by side.
+void plainChannels(std::size_t nx, const double* x, std::size_t functions, const double* coeff,
+                   std::size_t nsite, const double* site, double* value);
+
 }  // namespace bench

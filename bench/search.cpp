@@ -1,9 +1,11 @@
 #include <benchmark/benchmark.h>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "interp_data.h"
+#include "limits.h"
 #include "plain_interp.h"
 #include "rows.h"
 
@@ -59,7 +61,9 @@ void findPlain(const SearchRow& row, const InterpData& data, const double* site,
   }
 }
 
-void run(benchmark::State& state, const SearchRow& row, bool plain) {
+enum class Who { ravenfit, plain, limit };
+
+void run(benchmark::State& state, const SearchRow& row, Who who) {
   const InterpData& data = interpData(row.nx, row.path == Path::uniform);
   const std::vector<double> crowded = row.path == Path::likely ? crowdedSites(data) : std::vector<double>{};
   Batches batches(row.path == Path::likely ? crowded : sitesOf(row), row.batch);
@@ -70,8 +74,13 @@ void run(benchmark::State& state, const SearchRow& row, bool plain) {
   plainCells(row.nx, breakpointsOf(row, data).data(), row.batch, site, expected.data());
   if (cells != expected) state.SkipWithError("cells");
   for (auto _ : state) {
-    if (plain) {
+    if (who == Who::plain) {
       findPlain(row, data, batches.next(), cells.data());
+    } else if (who == Who::limit && row.path == Path::uniform) {
+      limitUniformCells(data.x.front(), 1.0 / data.step, static_cast<std::int32_t>(row.nx), row.batch,
+                        batches.next(), cells.data());
+    } else if (who == Who::limit) {
+      limitCells(breakpointsOf(row, data).data(), row.batch, site, expected.data(), cells.data());
     } else {
       find(row, data, batches.next(), cells.data());
     }
@@ -80,10 +89,12 @@ void run(benchmark::State& state, const SearchRow& row, bool plain) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(row.batch));
 }
 
-void add(const std::string& name, const SearchRow& row) {
-  for (const bool plain : {false, true})
-    benchmark::RegisterBenchmark((name + (plain ? "|plain" : "|ravenfit")).c_str(),
-                                 [=](benchmark::State& state) { run(state, row, plain); });
+void add(const std::string& row, const SearchRow& where) {
+  const std::pair<const char*, Who> parties[] = {
+      {"|ravenfit", Who::ravenfit}, {"|plain", Who::plain}, {"|limit", Who::limit}};
+  for (const auto& [name, who] : parties)
+    benchmark::RegisterBenchmark((row + name).c_str(),
+                                 [=, party = who](benchmark::State& state) { run(state, where, party); });
 }
 
 }  // namespace

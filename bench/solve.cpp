@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "limits.h"
 #include "plain_construct.h"
 #include "rows.h"
 
@@ -95,6 +96,16 @@ void run(benchmark::State& state, std::size_t n, std::size_t nrhs, void (*solve)
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(batch * n * nrhs));
 }
 
+// Right-hand sides in, solutions out.
+void runLimit(benchmark::State& state, std::size_t n, std::size_t nrhs) {
+  System system(n, nrhs);
+  for (auto _ : state) {
+    limitStream(n * nrhs, 1, system.rhs.data(), 1, system.b.data());
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(n * nrhs));
+}
+
 }  // namespace
 
 void registerSolveRows() {
@@ -104,6 +115,7 @@ void registerSolveRows() {
       benchmark::RegisterBenchmark((row + "|ravenfit").c_str(), run, n, nrhs, solveRavenfit)->UseManualTime();
       benchmark::RegisterBenchmark((row + "|plain").c_str(), run, n, nrhs, solvePlain)->UseManualTime();
       benchmark::RegisterBenchmark((row + "|lapack").c_str(), run, n, nrhs, solveLapack)->UseManualTime();
+      benchmark::RegisterBenchmark((row + "|limit").c_str(), runLimit, n, nrhs);
     }
   }
 }

@@ -147,7 +147,7 @@ void registerStreamRows() {
       if (which.brngId == RSG_BRNG_MT19937) add("boost", runBoost<boost::random::mt19937>);
       if (which.brngId == RSG_BRNG_MT2203) add("boost", runBoost<boost::random::mt11213b>);
       add("std", runStandard);
-      add("copy", runStore);
+      add("limit", runStore);
     }
   }
 }

@@ -16,6 +16,8 @@ from scipy.interpolate import (Akima1DInterpolator, BSpline, CubicHermiteSpline,
 X = numpy.array([-2.0, -1.25, -1.0, 0.5, 0.75, 2.0, 2.5, 4.0, 4.25, 5.0])
 Y = numpy.array([0.5, 1.5, 1.25, -2.0, -1.0, 3.0, 2.75, 0.25, 1.0, 0.5])
 BC = [0.75, -1.5]
+LIMITS = [-2.0, 5.0, -1.125, 4.1, -3.0, 2.25, 5.5, -2.25, -2.5]
+VALUE = 0.4
 
 
 def ascending(pieces):
@@ -54,16 +56,20 @@ def boost_slopes(name):
         return [float(line) for line in subprocess.check_output([folder + "/slopes"], text=True).split()]
 
 
-def show(name, order, kind, bc_type, ic_type, ic, coefficients):
+def show(name, order, kind, bc_type, ic_type, ic, coefficients, pieces=None):
     row = lambda title, values: print(title, len(values), *(repr(float(v)) for v in values))
+    pieces = pieces or PPoly(numpy.reshape(coefficients, (-1, order)).T[::-1], X)
     print("case", name.replace(" ", "-"), order, kind, bc_type, ic_type)
     row("ic", ic)
+    # Integrals between neighbours of LIMITS, and where the spline has VALUE.
+    row("integrals", [pieces.integrate(a, b, extrapolate=True) for a, b in zip(LIMITS, LIMITS[1:])])
+    row("solutions", pieces.solve(VALUE, discontinuity=False, extrapolate=False))
     row("coeff", coefficients)
 
 
 def main():
     print("# SciPy", scipy.__version__, "and NumPy", numpy.__version__, "by tools/spline_known_answers.py")
-    for title, values in (("x", X), ("y", Y), ("bc", BC)):
+    for title, values in (("x", X), ("y", Y), ("bc", BC), ("limits", LIMITS), ("value", [VALUE])):
         print(title, len(values), *(repr(float(v)) for v in values))
 
     slopes = numpy.diff(Y) / numpy.diff(X)
@@ -108,7 +114,7 @@ def main():
         spline = make_interp_spline(X, Y, 2, knots, ([(left, BC[0])], [(right, BC[1])]))
         pieces = numpy.column_stack([spline(X), spline(X, 1), 0.5 * spline(X, 2)])
         show("subbotin %d" % bc_type, 3, 1, bc_type, 8, numpy.concatenate([X[:1], inner, X[-1:]]),
-             pieces.ravel())
+             pieces.ravel(), PPoly.from_spline(spline))
 
 
 main()

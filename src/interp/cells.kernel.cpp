@@ -22,7 +22,7 @@ constexpr std::int64_t expandedInFrame = 4096;  // sites
 template <std::int32_t path>
 inline bool splits(std::int64_t workers, std::int64_t nsite, std::int64_t nx) {
   if (workers < 2) return false;
-  if constexpr (!level.usesLookup) return true;
+  if constexpr (!level.sharesWork) return true;
   switch (path) {
     case cellSearchUniform:
       return nsite > (wide ? 5000 : 1000);
@@ -75,7 +75,7 @@ template <std::int32_t path>
 std::int32_t searchAll(const CellSearchArgs& args, const WorkShareTable& workShare) {
   const std::int64_t workers = workShare.threadCount();
   const bool userPath = path == cellSearchUser || path == cellSearchUserUniform;
-  const bool scans = path == cellSearchDefault && args.nx <= (level.usesLookup ? 16 : 100);
+  const bool scans = path == cellSearchDefault && args.nx <= (level.sharesWork ? 16 : 100);
   if (userPath || scans || !splits<path>(workers, args.nsite, args.nx))
     return searchRange<path>(args, 0, args.nsite);
   SharedSearch shared = {&args, args.nsite / workers, 0};

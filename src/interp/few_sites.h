@@ -14,14 +14,13 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// Whether a call goes this way: without hints to follow, faults to tell or orders without formulas.
+// Whether a call goes this way: without a search of the user's, faults to tell or orders without formulas.
 inline bool isOfFewSites(const DfTask& task, const InterpolateCall& call) {
   const bool plain = call.type == DF_WANT_INTERPOLATE || call.type == (DF_WANT_INTERPOLATE | DF_WANT_CELLS) ||
                      call.type == DF_WANT_GIVEN_CELLS;
   if (call.nsite > fewSites || !plain || call.kind == nullptr || call.kind->pieces > cubicPieces)
     return false;
-  if (task.xhint == DF_XHINT_QUASI_UNIFORM || call.datahint != nullptr || call.searchCb != nullptr)
-    return false;
+  if (call.searchCb != nullptr || chooseSearch(task, call.sitehint, call.datahint, nullptr) < 0) return false;
   if (task.coeffRows == nullptr || (task.flags & 1U) != 0) return false;
   if (!continuesOutside(task) || call.rhint == DF_RESULTS_BY_SITE) return false;
   for (std::int64_t f = 0; f < functionsOf(task); ++f)
@@ -57,6 +56,15 @@ inline std::int64_t cellAmongBreakpoints(const DfTask& task, double s) {
     }
   }
   return first - x + (*first <= s ? 1 : 0);
+}
+
+// On a quasi-uniform partition a breakpoint that a site equals and the estimate names keeps the site on its left.
+inline std::int64_t cellBesideEstimate(const DfTask& task, double s, double spacing) {
+  const double* const x = task.x;
+  const std::int64_t cell = cellAmongBreakpoints(task, s);
+  if (cell == 0 || x[cell - 1] != s) return cell;
+  const std::int64_t named = estimate(s, x[0], spacing, static_cast<double>(task.nx - 1));
+  return named < cell && x[named] == s ? named : cell;
 }
 
 // Where a site falls: its piece, and its distance to the piece's left point.
@@ -154,8 +162,11 @@ template <int order>
   const std::int64_t nx = task.nx;
   const double x0 = task.x[0];
   const bool uniform = isUniform(task);
+  const bool nearlyUniform = !uniform && task.xhint == DF_XHINT_QUASI_UNIFORM;
   const double h = uniform ? uniformStep(task) : 0.0;
-  const double spacing = uniform ? searchParam(task, cellSearchUniform, nullptr) : 0.0;
+  const double spacing = uniform         ? searchParam(task, cellSearchUniform, nullptr)
+                         : nearlyUniform ? searchParam(task, cellSearchQuasiUniform, nullptr)
+                                         : 0.0;
   const bool uniformSites = (call.sitehint & DF_SITES_UNIFORM) != 0;
   const double siteStep = uniformSites && call.nsite > 1
                               ? (call.site[1] - call.site[0]) / static_cast<double>(call.nsite - 1)
@@ -167,7 +178,9 @@ template <int order>
     if (call.type == DF_WANT_GIVEN_CELLS) {
       cell = larger(smaller(call.cell[i], nx), 0);
     } else {
-      cell = uniform ? estimate(s, x0, spacing, static_cast<double>(nx - 1)) : cellAmongBreakpoints(task, s);
+      cell = uniform         ? estimate(s, x0, spacing, static_cast<double>(nx - 1))
+             : nearlyUniform ? cellBesideEstimate(task, s, spacing)
+                             : cellAmongBreakpoints(task, s);
       if ((call.type & DF_WANT_CELLS) != 0) call.cell[i] = static_cast<std::int32_t>(cell);
     }
     const std::int64_t piece = pieceOf(cell, nx);

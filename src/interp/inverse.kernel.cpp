@@ -102,7 +102,9 @@ struct ValueSearch {
   // How many entries reach each value, which stands negated.
   void countReaching(std::int64_t n, const double* negated, std::int32_t* reaching) const {
     if (inOrder) {
+      std::int32_t cellState = 0;
       CellSearchArgs call = args;
+      call.cellState = &cellState;
       call.nsite = n;
       call.site = negated;
       call.cell = reaching;

@@ -49,7 +49,7 @@ struct Reaches {
 
 // Brackets every coarse cell k of [x_0, x_(nx-1)]: lo[k] is the last breakpoint of coarse cell k - 1 and hi[k] the first
 // one of coarse cell k + 1, or their nearest neighbours where those cells are empty. Only the boundaries of the cells are
-// looked for, each from where the one before it lets expect it. Few breakpoints are one bracket for all.
+// looked for, each from where the one before it suggests. Few breakpoints are one bracket for all.
 void buildLookup(DfTask& task) {
   const std::int64_t nx = task.nx;
   const double* const x = task.x;

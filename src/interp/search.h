@@ -18,8 +18,8 @@ struct CellSearchArgs {
   const double* x;
   std::int64_t nsite;
   const double* site;
-  // 0 at the start of a call; then the running cell of the sorted path, or 1 where the estimates of the quasi-uniform
-  // path are far off.
+  // 0 at the start of a call; then the running cell of the sorted path, or 1 where brackets or, on the quasi-uniform path,
+  // estimates have turned out to be of no use.
   std::int32_t* cellState;
   double param;  // step or its reciprocal, likely cell, or nothing, by path
   std::int64_t lookupCells;

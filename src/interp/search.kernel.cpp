@@ -14,6 +14,10 @@ namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
 constexpr std::int64_t longBracket = 64;  // breakpoints; longer brackets are entered by a secant step
+// Partitions up to this size are halved faster than a bracket is looked up.
+constexpr std::int64_t halvedThrough = countedAtOnce > 1 ? countedThrough : 1024;
+// A bracket of so many times its share of the breakpoints: the partition is crowded there, secants miss.
+constexpr std::int64_t crowdedShare = 8;
 static_assert(countedAtOnce <= countedThrough);
 
 // Narrows `G` windows of n breakpoints in step and counts what remains: cell[i] holds the first breakpoint of
@@ -159,18 +163,27 @@ void locateInLongBrackets(const CellSearchArgs& args, std::int64_t nsite, const 
     cell[missed[k]] = missedCell[k];
 }
 
-// Cells of up to sitesAtOnce sites in any order.
-void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+// Halves the whole partition.
+void locateByHalves(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+  for (std::int64_t i = 0; i < nsite; ++i)
+    cell[i] = 0;
+  narrowAll(args.x, args.nx, nsite, site, cell);
+}
+
+// Cells of up to sitesAtOnce sites in any order. `crowded` becomes true where brackets turn out to be of no use, and then
+// none are looked up.
+void locate(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell,
+            bool& crowded) {
   const std::int64_t nx = args.nx;
   if (nx <= countedThrough) return scanAll(args, nsite, site, cell);
-  if constexpr (!level.usesLookup) {
-    for (std::int64_t i = 0; i < nsite; ++i)
-      cell[i] = 0;
-    return narrowAll(args.x, nx, nsite, site, cell);
-  }
+  if (crowded || nx <= halvedThrough) return locateByHalves(args, nsite, site, cell);
   Brackets brackets;
   bracket(args, nsite, site, brackets);
-  if (brackets.widest > longBracket) return locateInLongBrackets(args, nsite, site, brackets, cell);
+  if (brackets.widest > longBracket) {
+    crowded = brackets.widest * args.lookupCells > crowdedShare * nx;
+    if (crowded) return locateByHalves(args, nsite, site, cell);
+    return locateInLongBrackets(args, nsite, site, brackets, cell);
+  }
   const auto lastFirst = static_cast<std::int32_t>(nx - brackets.widest);
   for (std::int64_t i = 0; i < nsite; ++i)
     cell[i] = brackets.lo[i] < lastFirst ? brackets.lo[i] : lastFirst;
@@ -185,9 +198,11 @@ inline void forRuns(const CellSearchArgs& args, Body body) {
 }
 
 std::int32_t searchDefault(const CellSearchArgs& args) {
+  bool crowded = *args.cellState != 0;
   forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
-    locate(args, nsite, site, cell);
+    locate(args, nsite, site, cell, crowded);
   });
+  *args.cellState = crowded ? 1 : 0;
   return 0;
 }
 
@@ -229,10 +244,11 @@ inline std::int32_t correct(const double* x, std::int64_t nx, double s, std::int
 }
 
 // Cells of sites in any order, but left of a breakpoint that a site equals and the estimate names.
-void locateWithTies(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell) {
+void locateWithTies(const CellSearchArgs& args, std::int64_t nsite, const double* site, std::int32_t* cell,
+                    bool& crowded) {
   std::int32_t estimates[sitesAtOnce];
   estimateAll(args, nsite, site, estimates);
-  locate(args, nsite, site, cell);
+  locate(args, nsite, site, cell, crowded);
   const double* x = args.x;
   for (std::int64_t i = 0; i < nsite; ++i) {
     const bool onBreakpoint = cell[i] > 0 && x[cell[i] - 1] == site[i];
@@ -244,8 +260,9 @@ void locateWithTies(const CellSearchArgs& args, std::int64_t nsite, const double
 // the same.
 std::int32_t searchQuasiUniform(const CellSearchArgs& args) {
   bool nearlyUniform = *args.cellState == 0;
+  bool crowded = false;
   forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
-    if (!nearlyUniform) return locateWithTies(args, nsite, site, cell);
+    if (!nearlyUniform) return locateWithTies(args, nsite, site, cell, crowded);
     std::int32_t estimates[sitesAtOnce];
     estimateAll(args, nsite, site, estimates);
     for (std::int64_t i = 0; i < nsite; ++i)
@@ -297,10 +314,11 @@ std::int64_t merge(const CellSearchArgs& args, std::int64_t c, std::int64_t nsit
 std::int32_t searchSorted(const CellSearchArgs& args) {
   constexpr std::int64_t mergedPerSite = 4;
   std::int64_t c = *args.cellState;
+  bool crowded = false;
   forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
     const std::int64_t reach = c + mergedPerSite * nsite;
     if (reach < args.nx && args.x[reach] <= site[nsite - 1]) {
-      locate(args, nsite, site, cell);
+      locate(args, nsite, site, cell, crowded);
       c = cell[nsite - 1];
     } else {
       c = merge(args, c, nsite, site, cell);
@@ -321,6 +339,7 @@ std::int32_t searchLikely(const CellSearchArgs& args) {
       smaller(larger(static_cast<std::int64_t>(args.param) - window / 2, 0), args.nx - window);
   const bool openRight = first + window == args.nx;
   const double right = openRight ? 0.0 : x[first + window];
+  bool crowded = false;
   forRuns(args, [&](std::int64_t nsite, const double* site, std::int32_t* cell) {
     bool inside = true;
     for (std::int64_t i = 0; i < nsite; ++i) {
@@ -331,7 +350,7 @@ std::int32_t searchLikely(const CellSearchArgs& args) {
     if (inside) {
       narrowAll(x, window, nsite, site, cell);
     } else {
-      locate(args, nsite, site, cell);
+      locate(args, nsite, site, cell, crowded);
     }
   });
   return 0;

@@ -15,22 +15,28 @@ namespace {
 constexpr std::int64_t size = 624;
 constexpr std::int64_t blockWords = 4;
 
-inline FourWords renewed(FourWords z, FourWords far, FourWords beforeLast, FourWords last) {
+// A renewed block but for the term last << 18, `last` being the block before it.
+inline FourWords withoutLast(FourWords z, FourWords far, FourWords beforeLast) {
   constexpr FourWords mask = {0xDFFFFFEF, 0xDDFECB7F, 0xBFFAFFFF, 0xBFFFFFF6};
-  return z ^ byteUp(z) ^ ((far >> 11) & mask) ^ byteDown(beforeLast) ^ (last << 18);
+  return z ^ byteUp(z) ^ ((far >> 11) & mask) ^ byteDown(beforeLast);
 }
 
 void renew(std::uint32_t* sfmt) {
   constexpr std::int64_t offset = 122 * blockWords;
   auto beforeLast = load<FourWords>(sfmt + size - 2 * blockWords);
   auto last = load<FourWords>(sfmt + size - blockWords);
+  // Shifted twice, a word of 32 bits is gone: without its own such term the block before does as well, and blocks wait for
+  // the last but one alone.
+  FourWords lastPart = last;
   const auto run = [&](std::int64_t from, std::int64_t to, std::int64_t far) {
     for (std::int64_t i = from; i < to; i += blockWords) {
-      const FourWords next =
-          renewed(load<FourWords>(sfmt + i), load<FourWords>(sfmt + i + far), beforeLast, last);
+      const FourWords part =
+          withoutLast(load<FourWords>(sfmt + i), load<FourWords>(sfmt + i + far), beforeLast);
+      const FourWords next = part ^ (lastPart << 18);
       store(sfmt + i, next);
       beforeLast = last;
       last = next;
+      lastPart = part;
     }
   };
   run(0, size - offset, offset);

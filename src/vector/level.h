@@ -25,7 +25,6 @@ struct LevelFacts {
   std::int32_t sitesPerBlock;       // sites that the interpolation driver searches and evaluates together
   std::int32_t splitSites;          // calls with more sites may be shared among workers
   std::int32_t splitGrain;          // sites of one grain of such a split
-  bool usesLookup;                  // searches start from the task's coarse look-up table
   bool multipliesByReciprocalStep;  // cells of uniform partitions: multiply by 1/h, otherwise divide by h
   bool usesLikelyCell;              // a likely cell starts the search, otherwise it is only validated
   bool sharesWork;                  // construction kernels have block workers
@@ -39,7 +38,6 @@ constexpr LevelFacts makeLevelFacts(int bytes, bool integers, bool fused, bool t
           .sitesPerBlock = tables ? 64 : 256,
           .splitSites = tables ? 512 : 4096,
           .splitGrain = tables ? 320 : 256,
-          .usesLookup = tables,
           .multipliesByReciprocalStep = tables,
           .usesLikelyCell = tables,
           .sharesWork = tables,

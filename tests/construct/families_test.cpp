@@ -446,6 +446,10 @@ TEST(KnownAnswers, Splines) {
   std::vector<double> y;
   std::vector<double> bc;
   std::vector<double> ic;
+  std::vector<double> limits;
+  std::vector<double> value;
+  std::vector<double> integrals;
+  std::vector<double> solutions;
   std::string name;
   support::Settings settings;
   int cases = 0;
@@ -457,6 +461,10 @@ TEST(KnownAnswers, Splines) {
     if (title == "y") y = numbers(line);
     if (title == "bc") bc = numbers(line);
     if (title == "ic") ic = numbers(line);
+    if (title == "limits") limits = numbers(line);
+    if (title == "value") value = numbers(line);
+    if (title == "integrals") integrals = numbers(line);
+    if (title == "solutions") solutions = numbers(line);
     if (title == "case")
       line >> name >> settings.order >> settings.kind >> settings.bcType >> settings.icType;
     if (title != "coeff") continue;
@@ -469,6 +477,25 @@ TEST(KnownAnswers, Splines) {
     // The generator's own linear algebra loses some digits of the quadratic splines.
     const std::vector<double> tolerance = within(expected, settings.order == 3 ? 1e-10 : 1e-12);
     EXPECT_TRUE(support::close(task.coeff(), expected, tolerance)) << name;
+
+    // All knots construct; those between the breakpoints serve what comes after.
+    if (settings.kind == DF_KIND_SUBBOTIN) {
+      ASSERT_EQ(dfTaskEditSpline(task.get(), settings.order, settings.kind, settings.bcType, settings.bc,
+                                 settings.icType, settings.ic + 1, nullptr, 0),
+                DF_STATUS_OK);
+    }
+    std::vector<double> got(integrals.size());
+    ASSERT_EQ(dfTaskIntegrate(task.get(), static_cast<std::int32_t>(got.size()), limits.data(),
+                              limits.data() + 1, got.data(), 0),
+              DF_STATUS_OK)
+        << name;
+    EXPECT_TRUE(support::close(got, integrals, std::vector<double>(got.size(), 1e-10))) << name;
+    std::int64_t count = 0;
+    got.assign(10, 0.0);
+    ASSERT_EQ(dfTaskSolve(task.get(), 0, value[0], x.front(), x.back(), 10, got.data(), &count),
+              DF_STATUS_OK);
+    got.resize(static_cast<std::size_t>(count));
+    EXPECT_TRUE(support::close(got, solutions, std::vector<double>(solutions.size(), 1e-9))) << name;
     ++cases;
   }
   EXPECT_EQ(cases, 21);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <string>
 #include <utility>
@@ -184,12 +185,45 @@ TEST(Evaluate, SubbotinPiecesJoinAtTheKnots) {
   }
 }
 
-// Information that tells nothing sends a call through the blocks: whatever number of sites goes in one call, also one by
-// one and where the results replace the sites, their cells and bits are those.
+// What a call gives whose sites stand among others that make them many, in the places of a call of them alone.
+void interpolateAmongMany(const Task& task, const support::Query& query, std::int32_t ny,
+                          std::vector<double>& r, std::vector<std::int32_t>& cells) {
+  support::Query many = query;
+  const auto count = static_cast<std::size_t>(query.nsite);
+  if (query.sitehint == DF_SITES_UNIFORM) {
+    const double first = query.sites[0];
+    const double step = count > 1 ? (query.sites[1] - first) / static_cast<double>(count - 1) : 0.0;
+    many.sites.resize(count);
+    for (std::size_t i = 0; i < count; ++i)
+      many.sites[i] = static_cast<double>(i) * step + first;
+    many.sitehint = DF_SITES_NONE;
+  }
+  const std::size_t all = count + 40;
+  many.sites.resize(all, std::numeric_limits<double>::max());
+  many.nsite = 0;
+  many.want = DF_WANT_INTERPOLATE | DF_WANT_CELLS;
+  const std::int32_t sum = std::accumulate(query.dorder.begin(), query.dorder.end(), 0);
+  const auto nres = static_cast<std::size_t>(std::max(sum, 1));
+  std::vector<double> found(all * nres * static_cast<std::size_t>(ny), -77.0);
+  std::vector<std::int32_t> foundCells(all);
+  ASSERT_EQ(interpolate(task, many, found, foundCells.data()), DF_STATUS_OK);
+  std::copy_n(foundCells.begin(), count, cells.begin());
+  const bool sitesInner = query.rhint == DF_RESULTS_SITES_INNER;
+  for (std::size_t f = 0; f < static_cast<std::size_t>(ny); ++f)
+    for (std::size_t i = 0; i < count; ++i)
+      for (std::size_t k = 0; k < nres; ++k) {
+        const auto place = [&](std::size_t n) {
+          return f * n * nres + (sitesInner ? k * n + i : i * nres + k);
+        };
+        r[place(count)] = found[place(all)];
+      }
+}
+
+// Whatever number of sites goes in one call, also one by one, with a likely cell, and where the results replace the sites,
+// their cells and bits are those of many.
 TEST(Evaluate, FewSitesAreTheBlockwiseResult) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-  const double nothing[5] = {0.0, 0.0, 0.0, 0.0, 0.0};
   const struct {
     std::int32_t order;
     std::int32_t kind;
@@ -229,12 +263,16 @@ TEST(Evaluate, FewSitesAreTheBlockwiseResult) {
                   std::vector<std::int32_t> blockCells(count, -9);
                   std::vector<std::int32_t> cells = blockCells;
                   query.want = DF_WANT_INTERPOLATE | DF_WANT_CELLS;
-                  query.datahint = nothing;
-                  ASSERT_EQ(interpolate(task, query, blocks, blockCells.data()), DF_STATUS_OK);
+                  interpolateAmongMany(task, query, ny, blocks, blockCells);
+                  const double likely[5] = {0.0, 1.0, 0.0, 0.0, nx / 2.0};
+                  for (const double* hint : {static_cast<const double*>(nullptr), &likely[0]}) {
+                    query.datahint = hint;
+                    r.assign(r.size(), -77.0);
+                    ASSERT_EQ(interpolate(task, query, r, cells.data()), DF_STATUS_OK);
+                    ASSERT_TRUE(same(r, blocks));
+                    ASSERT_TRUE(same(cells, blockCells));
+                  }
                   query.datahint = nullptr;
-                  ASSERT_EQ(interpolate(task, query, r, cells.data()), DF_STATUS_OK);
-                  ASSERT_TRUE(same(r, blocks));
-                  ASSERT_TRUE(same(cells, blockCells));
                   query.want = DF_WANT_GIVEN_CELLS;
                   r.assign(r.size(), -77.0);
                   ASSERT_EQ(interpolate(task, query, r, cells.data()), DF_STATUS_OK);
