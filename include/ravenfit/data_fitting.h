@@ -78,7 +78,8 @@ enum {
   DF_XHINT_NONE = 0, /* nx ascending breakpoints; 1 means the same */
   DF_XHINT_QUASI_UNIFORM =
       2,               /* nx ascending breakpoints, nearly equidistant: searches start from an estimate */
-  DF_XHINT_UNIFORM = 4 /* x[0] and x[1] are the two ends of nx equidistant breakpoints */
+  DF_XHINT_UNIFORM = 4 /* x[0] and x[1] are the two ends of nx equidistant breakpoints; not with
+                          DF_END_NOT_A_KNOT, see there */
 };
 
 /* Layout of the function values (yhint): the value of function f at breakpoint i. */
@@ -123,9 +124,10 @@ enum {
                                  other kinds refuse it */
   DF_END_NOT_A_KNOT = 1,  /* third derivative continuous at the second and last but one breakpoint; kinds
                                  3 to 5 and from 0x101 on: the end cubic, continued, passes through the third
-                                 point. These and the natural kind have a condition of their own on a uniform
-                                 partition: the slope of the chord over the end cells is m_0 + 2 m_1, or
-                                 2 m_0 + m_1 (natural) */
+                                 point. With DF_XHINT_UNIFORM these and the natural kind have another condition,
+                                 which does NOT reproduce a straight line: the slope of the chord over the two
+                                 end cells is m_0 + 2 m_1, or 2 m_0 + m_1 (natural). For a not-a-knot end over
+                                 equidistant points hand over all breakpoints, with DF_XHINT_QUASI_UNIFORM */
   DF_END_FREE = 2,        /* second derivative 0 */
   DF_END_LEFT_SLOPE = 4,  /* with 8 or 32 */
   DF_END_RIGHT_SLOPE = 8, /* with 4 or 16 */
@@ -251,15 +253,16 @@ RVN_API int32_t dfTaskEditSpline(DfTask* task, int32_t order, int32_t kind, int3
 RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t method);
 
 /*
- * Finds cells and evaluates values and derivatives.
+ * Finds cells and evaluates values and derivatives. Coefficients are read from the array that dfTaskEditSpline
+ * was given, as they are: before dfTaskConstruct that is whatever the caller left there.
  *
  * type      DF_WANT_* bits. With DF_WANT_GIVEN_CELLS the other bits have no effect; DF_WANT_CELLS alone finds
  *           cells and computes nothing else. That search alone gives cell 0 to a single uniform site: one site
  *           has no step.
  * method    must be DF_METHOD_POLYNOMIAL.
  * nsite     number of sites, at least 1.
- * site      nsite sites in any order, or two ends under DF_SITES_UNIFORM. Sites outside the partition are
- *           served by the first and last polynomial, continued.
+ * site      nsite sites in any order, or two ends under DF_SITES_UNIFORM. Outside the partition the
+ *           polynomial of the first or last cell goes on; ravenfit/spline_tools.h has other ways.
  * sitehint  DF_SITES_*.
  * ndorder   length of dorder, 0 with a null dorder.
  * dorder    a non-zero entry k requests derivative k. nres, the results per site and function, is the sum of
