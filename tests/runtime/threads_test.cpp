@@ -294,7 +294,9 @@ TEST(PromisesThreads, MoreAtOnceThanTheAllocatorHasRecordsFor) {
     pthread_join(thread, nullptr);
   pthread_attr_destroy(&small);
   EXPECT_EQ(crowd.wrong, 0);
-  if (crowdSize > rvn::MmState::most) EXPECT_EQ(rvn::mmState.threadCount, rvn::MmState::most);
+  if (crowdSize > rvn::MmState::most) {
+    EXPECT_EQ(rvn::mmState.threadCount, rvn::MmState::most);
+  }
 }
 
 }  // namespace
