@@ -8,7 +8,7 @@
 
 namespace bench {
 
-// Loads of n doubles of each of `reads` arrays, one after another at `from`, and stores of `writes` doubles for each.
+// Loads of n doubles of each of 1 to 3 arrays, one after another at `from`, and stores of 1 to 4 doubles for each.
 void limitStream(std::size_t n, std::size_t reads, const double* from, std::size_t writes, double* to);
 
 // Values of cubic pieces that are known: loads of a piece's breakpoint, unless x is null, and coefficients for each site.

@@ -76,7 +76,13 @@ inline bool same(double a, double b) {
   return std::memcmp(&a, &b, sizeof a) == 0 || (a != a && b != b);
 }
 
-// Runs one input; every file of targets defines it.
-void run(Input input);
+// Each lives through one input; a file each, named after what it lives with.
+void runTask(Input input);
+void runStream(Input input);
+void runSolver(Input input);
+void runSaved(Input input);
+void runLayer(Input input);
+void runMessage(Input input);
+void runEnvironment(Input input);
 
 }  // namespace fuzz

@@ -21,7 +21,7 @@ void runBytes(const std::uint8_t* bytes, std::size_t size) {
     return true;
   }();
   static_cast<void>(silent);
-  fuzz::run(fuzz::Input(bytes, size));
+  fuzz::FUZZ_RUN(fuzz::Input(bytes, size));
 }
 
 }  // namespace

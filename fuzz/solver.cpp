@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-void run(Input in) {
+void runSolver(Input in) {
   const std::int32_t n = in.oneIn(6) ? in.byte() : in.below(12);
   const std::int32_t nrhs = in.oneIn(6) ? in.below(40) : in.below(10);
   const std::int32_t ldb = n + in.below(4);

@@ -145,7 +145,7 @@ void words(Input& in, const Stream& s) {
 
 }  // namespace
 
-void run(Input input) {
+void runStream(Input input) {
   Stream s;
   make(input, s);
   if (s.stream == nullptr) {

@@ -41,6 +41,8 @@ class FailingHeap {
       rvn::rvnFree(block);
   }
 
+  // From now on counted: the n-th allocation fails.
+  void failAfter(int n) { counts.failAt = n == 0 ? 0 : counts.calls + n; }
   // While exhausted all allocations fail.
   void exhaust(bool exhausted) { counts.exhausted = exhausted; }
   int calls() const { return counts.calls; }
