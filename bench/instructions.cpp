@@ -14,7 +14,9 @@
 
 #include <ravenfit/data_fitting.h>
 #include <ravenfit/random_streams.h>
+#include <ravenfit/spline_tools.h>
 #include <ravenfit/tridiagonal.h>
+#include <ravenfit/variates.h>
 
 namespace {
 
@@ -124,10 +126,50 @@ void rowsOfSites() {
         [&](int i) { curve.interpolate(1, site.data() + i, DF_SITES_GENERAL, r.data()); });
     row("value, 10000 random sites" + size, 1, site.size(),
         [&](int) { curve.interpolate(site.size(), site.data(), DF_SITES_GENERAL, r.data()); });
+    std::vector<std::int32_t> cells(site.size());
+    const std::vector<double> other(site.rbegin(), site.rend());
+    row("cells, 10000 random sites" + size, 1, site.size(), [&](int) {
+      dfTaskInterpolate(curve.task, DF_WANT_CELLS, DF_METHOD_POLYNOMIAL,
+                        static_cast<std::int32_t>(site.size()), site.data(), DF_SITES_GENERAL, 0, nullptr,
+                        nullptr, nullptr, 0, cells.data());
+    });
+    row("integral, 10000 random pairs" + size, 1, site.size(), [&](int) {
+      dfTaskIntegrate(curve.task, static_cast<std::int32_t>(site.size()), site.data(), other.data(), r.data(),
+                      0);
+    });
     std::sort(site.begin(), site.end());
     row("value, 10000 sorted sites" + size, 1, site.size(),
         [&](int) { curve.interpolate(site.size(), site.data(), DF_SITES_SORTED, r.data()); });
   }
+}
+
+void rowsOfUniformSites() {
+  constexpr std::int32_t nx = 1024;
+  const double ends[] = {0.0, 1.0};
+  std::vector<double> y(nx);
+  std::vector<double> coeff(4 * std::size_t{nx});
+  std::mt19937_64 random(1);
+  std::uniform_real_distribution<double> where(0.0, 1.0);
+  std::generate(y.begin(), y.end(), [&] { return where(random); });
+  std::vector<double> site(10000);
+  std::generate(site.begin(), site.end(), [&] { return where(random); });
+  std::vector<double> r(site.size());
+  std::vector<std::int32_t> cells(site.size());
+  DfTask* task = nullptr;
+  dfTaskCreate(&task, nx, ends, DF_XHINT_UNIFORM, 1, y.data(), 0);
+  dfTaskEditSpline(task, DF_ORDER_CUBIC, DF_KIND_AKIMA, DF_END_NONE, nullptr, DF_IC_NONE, nullptr,
+                   coeff.data(), 0);
+  row("construct akima, uniform, nx 1024, a breakpoint", 10, nx, [&](int) { dfTaskConstruct(task, 0, 0); });
+  const auto count = static_cast<std::int32_t>(site.size());
+  row("value, uniform, 10000 random sites, nx 1024", 1, site.size(), [&](int) {
+    dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, count, site.data(), DF_SITES_GENERAL,
+                      0, nullptr, nullptr, r.data(), 0, nullptr);
+  });
+  row("cells, uniform, 10000 random sites, nx 1024", 1, site.size(), [&](int) {
+    dfTaskInterpolate(task, DF_WANT_CELLS, DF_METHOD_POLYNOMIAL, count, site.data(), DF_SITES_GENERAL, 0,
+                      nullptr, nullptr, nullptr, 0, cells.data());
+  });
+  dfTaskDestroy(&task);
 }
 
 void rowsOfStreams() {
@@ -158,6 +200,11 @@ void rowsOfStreams() {
           });
     rsgDeleteStream(&stream);
   }
+  RsgStream* stream = nullptr;
+  rsgNewStream(&stream, RSG_BRNG_MT19937, 1);
+  row("normals, 100000, mt19937", 1, r.size(),
+      [&](int) { rsgNormal(stream, static_cast<std::int32_t>(r.size()), r.data(), 0.0, 1.0); });
+  rsgDeleteStream(&stream);
 }
 
 void rowsOfSystems() {
@@ -182,6 +229,7 @@ void rowsOfSystems() {
 
 int main() {
   rowsOfSites();
+  rowsOfUniformSites();
   rowsOfLives();
   rowsOfStreams();
   rowsOfSystems();

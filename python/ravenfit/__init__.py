@@ -5,16 +5,21 @@
 2.25
 """
 
+from __future__ import annotations
+
+from typing import Any
+
 from . import _core
+from .plots import compare
 from .solver import SingularMatrixError, solve_tridiagonal
 from .splines import *  # noqa: F401,F403
 from .splines import __all__ as _splines
 
 __version__ = _core.version()
-__all__ = [*_splines, "SingularMatrixError", "info", "solve_tridiagonal"]
+__all__ = [*_splines, "SingularMatrixError", "compare", "info", "solve_tridiagonal"]
 
 
-def info():
+def info() -> dict[str, Any]:
     """Version of the library, level of its kernels (0 to 10), and what the processor has of the features that matter.
 
     Examples

@@ -2,13 +2,17 @@
 
 import numpy as np
 
+from . import _core
+
 NONE = np.empty(0)
 
 
 def numbers(name, given):
     """Real numbers as a float64 array; copies only what is something else."""
-    if type(given) is np.ndarray and given.dtype == np.float64 and given.dtype.isnative:
+    if type(given) is np.ndarray and given.dtype == np.float64 and given.dtype.isnative and given.flags.aligned:
         return given
+    if given is None:
+        raise TypeError(f"{name} is None")
     if np.ma.is_masked(given):
         raise ValueError(f"{name} has masked elements: leave them out")
     array = np.asarray(given)
@@ -28,6 +32,8 @@ def contiguous(name, given):
 
 def finite(name, array):
     """The same array, if all its elements are finite."""
+    if array.flags.c_contiguous and _core.all_finite(array):
+        return array
     bad = ~np.isfinite(array)
     if bad.any():
         where = np.unravel_index(int(np.argmax(bad)), array.shape)

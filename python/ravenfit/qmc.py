@@ -8,12 +8,22 @@ array([[0.  , 0.  ],
        [0.25, 0.75]])
 """
 
+from __future__ import annotations
+
 import warnings
+from typing import TYPE_CHECKING, Any, Literal
 
 import numpy as np
 from scipy.stats.qmc import QMCEngine
 
 from ._core import Engine
+
+if TYPE_CHECKING:
+    import numpy.typing as npt
+    from typing_extensions import Self
+
+    Seed = int | np.random.Generator | None
+    Optimization = Literal["random-cd", "lloyd"] | None
 
 __all__ = ["Niederreiter", "Sobol"]
 
@@ -23,6 +33,9 @@ _LINEAR_SCRAMBLING = 2
 
 
 class _Points(QMCEngine):
+    d: int
+    num_generated: int
+    rng: np.random.Generator
     MAXDIM = 0
     MAXN = 2**32
     _zero_is_first = True  # point 0, which the library's own sequences leave out
@@ -56,7 +69,7 @@ class _Points(QMCEngine):
         self._engine.uniform(to, 0.0, 1.0)
         return sample
 
-    def random_base2(self, m):
+    def random_base2(self, m: int) -> npt.NDArray[np.float64]:
         """The next 2**m points, which make a power of two of them in all.
 
         Examples
@@ -76,7 +89,7 @@ class _Points(QMCEngine):
             )
         return self.random(n)
 
-    def fast_forward(self, n):
+    def fast_forward(self, n: int) -> Self:
         """Leaves out the next n points, in a time that hardly depends on n.
 
         Examples
@@ -97,7 +110,7 @@ class _Points(QMCEngine):
         self.num_generated = stands
         return self
 
-    def reset(self):
+    def reset(self) -> Self:
         """Begins again, with the same points."""
         super().reset()
         self._rewind()
@@ -148,7 +161,14 @@ class Sobol(_Points):
 
     MAXDIM = 40
 
-    def __init__(self, d, *, scramble=True, seed=None, optimization=None):
+    def __init__(
+        self,
+        d: int,
+        *,
+        scramble: bool = True,
+        seed: Seed = None,
+        optimization: Optimization = None,
+    ) -> None:
         self._init_quad = {"d": d, "scramble": True, "optimization": optimization}
         super().__init__(d, optimization, seed)
         self._zero_is_first = not scramble
@@ -183,7 +203,7 @@ class Niederreiter(_Points):
 
     MAXDIM = 318
 
-    def __init__(self, d, *, optimization=None, seed=None):
+    def __init__(self, d: int, *, optimization: Optimization = None, seed: Seed = None) -> None:
         super().__init__(d, optimization, seed)
         self._rewind()
 

@@ -14,11 +14,24 @@ A bit generator's words have 32 bits; NumPy's doubles take two, with 53 bits. It
 - a `numpy.random.SeedSequence`, or nothing, which stands for a new one.
 """
 
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any, Union
+
 import numpy as np
 import numpy.random._pickle as _numpy_pickle
 from numpy.random.bit_generator import BitGenerator, ISeedSequence
 
 from ._core import Engine, generator_info
+
+if TYPE_CHECKING:
+    from collections.abc import Iterable, Mapping
+
+    import numpy.typing as npt
+    from typing_extensions import Self
+
+    Seed = Union[int, Iterable[int], ISeedSequence, None]
+    Size = Union[int, tuple[int, ...], None]
 
 __all__ = ["MCG31", "MCG59", "MRG32k3a", "MT19937", "MT2203", "R250", "RDRAND", "SFMT19937", "WichmannHill"]
 
@@ -42,13 +55,14 @@ def _seed_words(seed):
 
 
 class _Stream(BitGenerator):
+    _seed_seq: Any
     _family = 0
     _sequence_words = 8  # that a SeedSequence gives
     _jump = 2**63  # outputs
     _outputs = 1  # of the generator, that make a word
-    _period = None  # outputs, where a stretch may go round it
+    _period: int | None = None  # outputs, where a stretch may go round it
 
-    def __init__(self, seed=None):
+    def __init__(self, seed: Seed = None) -> None:
         self._start(seed, 0)
 
     def _start(self, seed, member):
@@ -84,19 +98,19 @@ class _Stream(BitGenerator):
 
     # ---- state ----
     @property
-    def seed_seq(self):
+    def seed_seq(self) -> ISeedSequence:
         """The SeedSequence behind `spawn`; of an integer seed, the one that NumPy would make of it."""
         return self._seed_seq
 
     @property
-    def state(self):
+    def state(self) -> Mapping[str, Any]:
         """Where the stream stands, as a dictionary of plain values; setting it goes on from there."""
         with self.lock:
             words = self._engine.words
         return self._state_of(np.array(words, np.uint32))
 
     @state.setter
-    def state(self, value):
+    def state(self, value: Mapping[str, Any]) -> None:
         words = self._words_of(value)
         with self.lock:
             self._engine.words = words
@@ -129,7 +143,7 @@ class _Stream(BitGenerator):
         return type(self), (self._seed_seq,)
 
     # ---- streams for others ----
-    def spawn(self, n_children):
+    def spawn(self, n_children: int) -> list[Self]:
         """So many new bit generators, independent of this one and of each other; `seed_seq` counts them.
 
         Examples
@@ -143,7 +157,7 @@ class _Stream(BitGenerator):
     def _with_seed(self, seed):
         return type(self)(seed)
 
-    def split(self, count, stretch=0):
+    def split(self, count: int, stretch: int = 0) -> list[Self]:
         """Bit generators for `count` workers, the first of which begins here; do not draw from this one beside them.
 
         Parameters
@@ -165,7 +179,14 @@ class _Stream(BitGenerator):
         return [self._like(part) for part in parts]
 
     # ---- fills ----
-    def uniform(self, low=0.0, high=1.0, size=None, dtype=np.float64, out=None):
+    def uniform(
+        self,
+        low: float = 0.0,
+        high: float = 1.0,
+        size: Size = None,
+        dtype: npt.DTypeLike = np.float64,
+        out: npt.NDArray[Any] | None = None,
+    ) -> Any:
         """Values of one output each, low <= r < high but for rounding.
 
         Parameters
@@ -185,7 +206,9 @@ class _Stream(BitGenerator):
         """
         return self._fill(self._engine.uniform, size, dtype, (np.float64, np.float32), out, float(low), float(high))
 
-    def normal(self, loc=0.0, scale=1.0, size=None, out=None):
+    def normal(
+        self, loc: float = 0.0, scale: float = 1.0, size: Size = None, out: npt.NDArray[np.float64] | None = None
+    ) -> Any:
         """Normal values of one output each, by the quantile; see `uniform` for `size` and `out`.
 
         Examples
@@ -196,11 +219,15 @@ class _Stream(BitGenerator):
         """
         return self._fill(self._engine.normal, size, np.float64, (np.float64,), out, float(loc), float(scale))
 
-    def exponential(self, scale=1.0, size=None, out=None):
+    def exponential(
+        self, scale: float = 1.0, size: Size = None, out: npt.NDArray[np.float64] | None = None
+    ) -> Any:
         """Exponential values of one output each, by the quantile; see `uniform` for `size` and `out`."""
         return self._fill(self._engine.exponential, size, np.float64, (np.float64,), out, float(scale))
 
-    def words(self, size=None, dtype=np.uint32, out=None):
+    def words(
+        self, size: Size = None, dtype: npt.DTypeLike = np.uint32, out: npt.NDArray[Any] | None = None
+    ) -> Any:
         """Words of 32 bits, or of 64 made of two, the first one in the low half.
 
         Examples
@@ -215,8 +242,8 @@ class _Stream(BitGenerator):
         if out is not None:
             if not isinstance(out, np.ndarray) or out.dtype not in dtypes:
                 raise TypeError(f"out must be an array of {' or '.join(np.dtype(t).name for t in dtypes)}")
-            if not out.flags.c_contiguous or not out.flags.writeable:
-                raise ValueError("out must be contiguous and writeable")
+            if not out.flags.carray:
+                raise ValueError("out must be contiguous, aligned and writeable")
             if size is not None and out.shape != (tuple(size) if np.iterable(size) else (size,)):
                 raise ValueError("size and the shape of out differ")
             r = out
@@ -231,7 +258,7 @@ class _Stream(BitGenerator):
 
 
 class _Skipping(_Stream):
-    def advance(self, delta):
+    def advance(self, delta: int) -> Self:
         """Moves on as if `delta` words had been drawn (`random_raw` draws one, NumPy's doubles are of two), in a time
         that hardly depends on how many. Returns the bit generator.
 
@@ -248,7 +275,7 @@ class _Skipping(_Stream):
             self._move(self._engine, delta * self._outputs)
         return self
 
-    def jumped(self, jumps=1):
+    def jumped(self, jumps: int = 1) -> Self:
         """A bit generator as this one is after so many jumps of 2**63 words; MCG31 and MCG59, whose periods are
         shorter, jump by the golden section of them.
 
@@ -281,14 +308,14 @@ class _Skipping(_Stream):
 class _Family(_Stream):
     """Members with recurrences of one form and parameters of their own."""
 
-    def __init__(self, seed=None, member=0):
+    def __init__(self, seed: Seed = None, member: int = 0) -> None:
         members = generator_info(self._family)["members"]
         if not 0 <= member < members:
             raise ValueError(f"member {member}: there are 0 to {members - 1}")
         self._start(seed, int(member))
 
     @property
-    def member(self):
+    def member(self) -> int:
         return self._member
 
     def _state_of(self, words):
@@ -413,7 +440,7 @@ class RDRAND(_Stream):
     _family = 0xE00000
     _sequence_words = 1
 
-    def __init__(self):
+    def __init__(self) -> None:
         super().__init__(0)
         self.words()
 

@@ -1,16 +1,25 @@
 """Tridiagonal systems."""
 
+from __future__ import annotations
+
+from typing import TYPE_CHECKING
+
 import numpy as np
 
 from . import _core
 from ._arrays import contiguous, numbers
+
+if TYPE_CHECKING:
+    import numpy.typing as npt
 
 
 class SingularMatrixError(ValueError, np.linalg.LinAlgError):
     """A pivot is zero, or not a number."""
 
 
-def solve_tridiagonal(dl, d, du, b):
+def solve_tridiagonal(
+    dl: npt.ArrayLike, d: npt.ArrayLike, du: npt.ArrayLike, b: npt.ArrayLike
+) -> npt.NDArray[np.float64]:
     """Solves A x = b without pivoting, for matrices that need none, such as diagonally dominant ones.
 
     Parameters

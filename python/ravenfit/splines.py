@@ -1,14 +1,29 @@
 """Splines. Arguments, attributes and results are called and shaped as in `scipy.interpolate`."""
 
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any, Literal, Union, overload
+
 import numpy as np
 
 from . import _core
 from ._arrays import NONE, contiguous, finite, numbers, result
 
 try:
-    from numpy.lib.array_utils import normalize_axis_index
+    from numpy.lib.array_utils import normalize_axis_index  # type: ignore[import]
 except ImportError:  # before NumPy 2
-    from numpy.core.multiarray import normalize_axis_index
+    from numpy.core.multiarray import normalize_axis_index  # type: ignore[attr-defined]
+
+if TYPE_CHECKING:
+    from collections.abc import Sequence
+
+    import numpy.typing as npt
+
+    Points = npt.ArrayLike
+    Array = npt.NDArray[np.float64]
+    Extrapolate = Union[bool, Literal["periodic", "clamp", "raise"], None]
+    End = Union[str, tuple[int, npt.ArrayLike]]
+    Ends = Union[str, tuple[End, End]]
 
 __all__ = [
     "Akima1DInterpolator",
@@ -69,7 +84,9 @@ class PPoly:
     (1.5, 2.0)
     """
 
-    def __init__(self, c, x, extrapolate=None, axis=0):
+    def __init__(
+        self, c: npt.ArrayLike, x: npt.ArrayLike, extrapolate: Extrapolate = None, axis: int = 0
+    ) -> None:
         x = contiguous("x", x)
         c = numbers("c", c)
         if x.ndim != 1:
@@ -88,6 +105,25 @@ class PPoly:
         coeff = np.zeros((functions, len(x) - 1, max(rows, 2)))
         coeff[:, :, :rows] = c.reshape(rows, len(x) - 1, functions)[::-1].transpose(2, 1, 0)
         self._set(x.copy(), coeff, rows, trailing, axis, True if extrapolate is None else extrapolate)
+
+    @classmethod
+    def from_spline(cls, tck: Any, extrapolate: Extrapolate = None) -> PPoly:
+        """The pieces of a B-spline of SciPy's, which must be there: (t, c, k) or a BSpline. Knots count once.
+
+        Examples
+        --------
+        >>> from scipy.interpolate import splrep
+        >>> from ravenfit import PPoly
+        >>> round(PPoly.from_spline(splrep([0, 1, 2, 3, 4], [0, 1, 8, 27, 64]))(2.5), 12)
+        15.625
+        """
+        from scipy.interpolate import PPoly as Theirs
+
+        pieces = Theirs.from_spline(tck)
+        if extrapolate is None:
+            extrapolate = pieces.extrapolate
+        some = np.diff(pieces.x) > 0
+        return PPoly(pieces.c[:, some], np.append(pieces.x[:-1][some], pieces.x[-1]), extrapolate)
 
     def _set(self, x, coeff, rows, trailing, axis, extrapolate):
         """The fields; of the arrays, which are not copied. coeff: (functions, pieces, order), lowest power first."""
@@ -120,32 +156,51 @@ class PPoly:
         self._attach()
 
     @property
-    def x(self):
+    def x(self) -> Array:
         """Where pieces begin and end; read-only."""
         return self._x
 
     @property
-    def c(self):
+    def c(self) -> Array:
         """Coefficients, highest power first, of shape (k, pieces, ...); read-only."""
         cells = self._coeff.transpose(2, 1, 0)[self._rows - 1 :: -1]
         return cells.reshape(cells.shape[:2] + self._trailing)
 
     @property
-    def axis(self):
+    def axis(self) -> int:
         """Where the axis of x stands among those of results."""
         return self._axis
 
     @property
-    def extrapolate(self):
+    def extrapolate(self) -> Extrapolate:
         """What the pieces are outside."""
         return self._extrapolate
 
     @property
-    def domain(self):
+    def domain(self) -> tuple[float, float]:
         """The first and the last breakpoint."""
         return float(self._x[0]), float(self._x[-1])
 
-    def __call__(self, x, nu=0, extrapolate=None, out=None):
+    @overload
+    def __call__(
+        self, x: float, nu: int = 0, extrapolate: Extrapolate = None, out: npt.NDArray[Any] | None = None
+    ) -> Any: ...  # a float for one function, else an array
+
+    @overload
+    def __call__(
+        self, x: npt.ArrayLike, nu: int = 0, extrapolate: Extrapolate = None, out: npt.NDArray[Any] | None = None
+    ) -> npt.NDArray[Any]: ...
+
+    @overload
+    def __call__(
+        self,
+        x: npt.ArrayLike,
+        nu: tuple[int, ...] | list[int],
+        extrapolate: Extrapolate = None,
+        out: tuple[npt.NDArray[Any], ...] | None = None,
+    ) -> tuple[Any, ...]: ...
+
+    def __call__(self, x: Any, nu: Any = 0, extrapolate: Extrapolate = None, out: Any = None) -> Any:
         """Values or derivatives at sites.
 
         Parameters
@@ -206,7 +261,7 @@ class PPoly:
         direct = None
         if len(orders) == 1 and outs[0] is not None and self._axis == 0:
             array, _ = result(shape, outs[0])
-            plain = array.dtype == np.float64 and array.dtype.isnative and array.flags.c_contiguous
+            plain = array.dtype == np.float64 and array.dtype.isnative and array.flags.carray
             if plain and not np.may_share_memory(array, sites):
                 direct = array
         table = np.empty((n, len(wanted), functions) if by_site else (len(wanted), n)) if direct is None else direct
@@ -240,7 +295,7 @@ class PPoly:
         made._set(self._x, coeff, rows, self._trailing, self._axis, extrapolate)
         return made
 
-    def derivative(self, nu=1):
+    def derivative(self, nu: int = 1) -> PPoly:
         """The derivative nu, as an object of its own; the antiderivative for a negative nu.
 
         Where a derivative jumps, at a breakpoint, it has the value from the right.
@@ -265,7 +320,7 @@ class PPoly:
                 coeff[:, :, 0] = self._coeff[:, :, 1]
         return self._related(coeff, max(self._rows - 1, 1), self._extrapolate)
 
-    def antiderivative(self, nu=1):
+    def antiderivative(self, nu: int = 1) -> PPoly:
         """The nu-fold antiderivative, 0 at the first breakpoint, as an object of its own.
 
         Of one that is repeated periodically, the antiderivative is NaN outside, since it grows from period to period.
@@ -285,7 +340,13 @@ class PPoly:
             made = made._related(np.ascontiguousarray(coeff[:, :, : max(rows, 2)]), rows, extrapolate)
         return made
 
-    def integrate(self, a, b, extrapolate=None):
+    @overload
+    def integrate(self, a: float, b: float, extrapolate: Extrapolate = None) -> Any: ...
+
+    @overload
+    def integrate(self, a: npt.ArrayLike, b: npt.ArrayLike, extrapolate: Extrapolate = None) -> Array: ...
+
+    def integrate(self, a: Any, b: Any, extrapolate: Extrapolate = None) -> Any:
         """The integral from a to b, which may lie anywhere and in any order; arrays of limits give one for each pair.
 
         Examples
@@ -306,7 +367,9 @@ class PPoly:
             return found.reshape(shape)
         return self._placed(found.reshape(shape), low.ndim)
 
-    def solve(self, y=0.0, discontinuity=True, extrapolate=None):
+    def solve(
+        self, y: float = 0.0, discontinuity: bool = True, extrapolate: Extrapolate = None
+    ) -> npt.NDArray[Any]:
         """All sites, ascending, with the value y.
 
         Parameters
@@ -360,17 +423,43 @@ class PPoly:
         keep[inner] = ((left - y) * (right - y) >= 0) | (np.abs(left - right) <= noise)
         return sites[keep]
 
-    def roots(self, discontinuity=True, extrapolate=None):
+    def roots(self, discontinuity: bool = True, extrapolate: Extrapolate = None) -> npt.NDArray[Any]:
         """All sites with the value 0, as `solve` gives them."""
         return self.solve(0.0, discontinuity, extrapolate)
 
-    def inverse(self, y):
+    def inverse(self, y: npt.ArrayLike) -> Any:
         """For a monotone spline, the smallest site with each value; NaN for values that it does not reach."""
         if self._trailing != ():
             raise ValueError("only a spline of one function has an inverse")
         values = contiguous("y", y)
         found = self._pieces.inverse(0, values.ravel()).reshape(values.shape)
         return float(found) if isinstance(y, (float, int)) else found
+
+    def plot(
+        self, nu: int | Sequence[int] = 0, ax: Any = None, n: int = 1000, more: float = 0.05, points: bool = True
+    ) -> Any:
+        """Draws the curve by matplotlib, with the ends of the domain marked.
+
+        Parameters
+        ----------
+        nu : int or sequence of int, optional
+            Which derivative; for several, one panel each.
+        ax : matplotlib.axes.Axes or sequence of them, optional
+            Where to draw; new ones if left out.
+        n : int, optional
+            Sites of a curve, beside the breakpoints.
+        more : float, optional
+            How far beyond the domain, as a share of it, where the spline goes on there.
+        points : bool, optional
+            Whether to mark where pieces begin and end.
+
+        Returns
+        -------
+        matplotlib.axes.Axes, or an array of them for several derivatives
+        """
+        from .plots import draw
+
+        return draw(self, nu, ax, n, more, points)
 
     def _facts(self):
         return f"{len(self._x) - 1} pieces of {self._rows} coefficients"
@@ -500,7 +589,9 @@ class CubicSpline(_Interpolator):
     (15.625, 18.75)
     """
 
-    def __init__(self, x, y, axis=0, bc_type="not-a-knot", extrapolate=None):
+    def __init__(
+        self, x: Points, y: Points, axis: int = 0, bc_type: Ends = "not-a-knot", extrapolate: Extrapolate = None
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         shape = y.shape[1:]
         ends = _ends(bc_type, shape, ("not-a-knot", "periodic"))
@@ -571,7 +662,9 @@ class LinearSpline(_Interpolator):
     1.0
     """
 
-    def __init__(self, x, y, axis=0, extrapolate=None):
+    def __init__(
+        self, x: npt.ArrayLike, y: npt.ArrayLike, axis: int = 0, extrapolate: Extrapolate = None
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         self._build("linear", x, y, axis, True if extrapolate is None else extrapolate)
 
@@ -593,12 +686,35 @@ class CubicHermiteSpline(_Interpolator):
     0.125
     """
 
-    def __init__(self, x, y, dydx, axis=0, extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        dydx: npt.ArrayLike,
+        axis: int = 0,
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, (slopes,) = _prepare(x, y, axis, dydx=dydx)
         self._build_hermite(x, y, slopes, axis, True if extrapolate is None else extrapolate)
 
 
-class PchipInterpolator(_Interpolator):
+class _Monotone(_Interpolator):
+    """A kind of the library with limited slopes; two points have their chord."""
+
+    _kind = ""
+
+    def __init__(
+        self, x: npt.ArrayLike, y: npt.ArrayLike, axis: int = 0, extrapolate: Extrapolate = None
+    ) -> None:
+        x, y, axis, _ = _prepare(x, y, axis)
+        extrapolate = True if extrapolate is None else extrapolate
+        if len(x) == 2:
+            self._build_hermite(x, y, _line(x, y), axis, extrapolate)
+        else:
+            self._build(self._kind, x, y, axis, extrapolate)
+
+
+class PchipInterpolator(_Monotone):
     """Cubic spline that is monotone where the data are, with slopes by harmonic means.
 
     Parameters are those of `CubicSpline`, without ends.
@@ -611,16 +727,10 @@ class PchipInterpolator(_Interpolator):
     (0.0, 0.5, 1.0)
     """
 
-    def __init__(self, x, y, axis=0, extrapolate=None):
-        x, y, axis, _ = _prepare(x, y, axis)
-        extrapolate = True if extrapolate is None else extrapolate
-        if len(x) == 2:
-            self._build_hermite(x, y, _line(x, y), axis, extrapolate)
-        else:
-            self._build("pchip", x, y, axis, extrapolate)
+    _kind = "pchip"
 
 
-class SteffenInterpolator(_Interpolator):
+class SteffenInterpolator(_Monotone):
     """Cubic spline that is monotone where the data are, with slopes of limited parabolas.
 
     Parameters are those of `CubicSpline`, without ends. At the ends it has the slope of the chord.
@@ -632,13 +742,7 @@ class SteffenInterpolator(_Interpolator):
     0.5
     """
 
-    def __init__(self, x, y, axis=0, extrapolate=None):
-        x, y, axis, _ = _prepare(x, y, axis)
-        extrapolate = True if extrapolate is None else extrapolate
-        if len(x) == 2:
-            self._build_hermite(x, y, _line(x, y), axis, extrapolate)
-        else:
-            self._build("steffen", x, y, axis, extrapolate)
+    _kind = "steffen"
 
 
 class BesselSpline(_Interpolator):
@@ -654,7 +758,9 @@ class BesselSpline(_Interpolator):
     2.25
     """
 
-    def __init__(self, x, y, axis=0, bc_type="not-a-knot", extrapolate=None):
+    def __init__(
+        self, x: Points, y: Points, axis: int = 0, bc_type: Ends = "not-a-knot", extrapolate: Extrapolate = None
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         ends = _ends(bc_type, y.shape[1:], ("not-a-knot", "periodic"))
         self._told = f", ends {_told(bc_type)}"
@@ -690,7 +796,15 @@ class Akima1DInterpolator(_Interpolator):
     (0.5, nan)
     """
 
-    def __init__(self, x, y, axis=0, *, method="akima", extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        *,
+        method: Literal["akima", "makima"] = "akima",
+        extrapolate: Extrapolate = None,
+    ) -> None:
         if method not in ("akima", "makima"):
             raise ValueError(f"method={method!r}: it is 'akima' or 'makima'")
         x, y, axis, _ = _prepare(x, y, axis)
@@ -705,12 +819,12 @@ class Akima1DInterpolator(_Interpolator):
         else:
             self._build_scaled(method, x, y, axis, extrapolate)
 
-    def _build_scaled(self, method, x, y, axis, extrapolate):
-        # Weights count as none below 1e-10 in the library, and below 1e-9 of the largest one for SciPy: a power of two
-        # makes the one the other, and changes nothing else.
-        largest = np.max(_akima_weights(x, y, method)[2])
-        power = 0 if largest == 0 or not np.isfinite(largest) else -int(np.round(np.log2(largest / 0.1)))
-        power = max(-900, min(900, power))
+    def _build_scaled(self, method, x, y, axis, extrapolate, power=None):
+        if power is None:
+            power = _core.akima_power(*_core.akima_sums(method, x, y))
+        if power == 0:
+            self._build(method, x, y, axis, extrapolate)
+            return
         self._build(method, x, np.ldexp(y, power), axis, extrapolate)
         coeff = np.ldexp(self._coeff, -power)
         self._finish(self._x, coeff, self._trailing, self._axis, self._extrapolate)
@@ -754,7 +868,14 @@ class QuadraticSpline(_Interpolator):
     2.25
     """
 
-    def __init__(self, x, y, axis=0, midpoint=None, extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        midpoint: npt.ArrayLike | None = None,
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         shape = y.shape[1:]
         if midpoint is None:
@@ -791,7 +912,9 @@ class SubbotinSpline(_Interpolator):
     2.25
     """
 
-    def __init__(self, x, y, axis=0, bc_type="natural", extrapolate=None):
+    def __init__(
+        self, x: Points, y: Points, axis: int = 0, bc_type: Ends = "natural", extrapolate: Extrapolate = None
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         ends = _ends(bc_type, y.shape[1:], ())
         self._told = f", ends {_told(bc_type)}"
@@ -839,7 +962,15 @@ class SmoothingSpline(_Interpolator):
     2.0
     """
 
-    def __init__(self, x, y, axis=0, w=None, lam=None, extrapolate=None):
+    def __init__(
+        self,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        axis: int = 0,
+        w: npt.ArrayLike | None = None,
+        lam: float | None = None,
+        extrapolate: Extrapolate = None,
+    ) -> None:
         x, y, axis, _ = _prepare(x, y, axis)
         if w is None:
             weights = NONE

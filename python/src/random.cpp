@@ -93,16 +93,17 @@ StreamPointer withState(const RsgStream* like, const std::vector<std::uint32_t>&
 
 // ---- the object ----
 
-// NumPy draws single words through pointers; they come from a store that is filled at once. Where the caller stands is
-// then behind the stream, and told by the stream as it was before the store was filled. Whoever calls holds the bit
-// generator's lock. NumPy keeps the object's address: it is never replaced, only what it holds.
+// NumPy draws single words and doubles through pointers; they come from a store that is filled at once, with words, or
+// with doubles where one is asked for while the store is empty. Where the caller stands is then behind the stream, and
+// told by the stream as it was before the store was filled. Whoever calls holds the bit generator's lock. NumPy keeps
+// the object's address: it is never replaced, only what it holds.
 class Engine {
  public:
   explicit Engine(StreamPointer stream) : stream_(std::move(stream)) {
     RsgInfo facts;
     accept(rsgStreamInfo(stream_.get(), &facts));
     // What the hardware gave is handed out at once, so that a forked process does not have the same words.
-    capacity_ = facts.split == RSG_SPLIT_INDEPENDENT ? 1 : storeSize;
+    capacity_ = facts.split == RSG_SPLIT_INDEPENDENT ? 1 : storeWords;
   }
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
@@ -156,8 +157,8 @@ class Engine {
   void fill(Values<T>& r, Fill call) {
     T* to = r.mutable_data();
     auto left = static_cast<std::size_t>(r.size());
-    const py::gil_scoped_release released;
-    if (held_ != 0) stand(here());
+    const Unlocked unlocked;
+    if (stored_) stand(here());
     while (left > 0) {
       const std::size_t n = std::min<std::size_t>(left, std::size_t{1} << 30);
       accept(call(stream_.get(), static_cast<std::int32_t>(n), to));
@@ -178,68 +179,133 @@ class Engine {
       const auto [first, second] = static_cast<Engine*>(engine)->nextPair();
       return std::uint64_t{first} << 32 | second;
     };
-    bits->next_double = [](void* engine) {
-      const auto [first, second] = static_cast<Engine*>(engine)->nextPair();
-      return ((first >> 5) * 67108864.0 + (second >> 6)) * 0x1p-53;
-    };
+    bits->next_double = [](void* engine) { return static_cast<Engine*>(engine)->nextDouble(); };
   }
 
  private:
-  static constexpr std::uint32_t storeSize = 1024;
+  static constexpr std::uint32_t storeWords = 2048;
+  static constexpr std::uint32_t storeDoubles = storeWords / 2;
 
   struct Pair {
     std::uint32_t first, second;
   };
 
   std::uint32_t nextWord() {
-    if (next_ == held_) refill();
-    return store_[next_++];
+    if (word_ == wordsEnd_) moreWords();
+    return *word_++;
   }
   Pair nextPair() {
-    if (held_ - next_ >= 2) {
-      const Pair pair = {store_[next_], store_[next_ + 1]};
-      next_ += 2;
+    if (wordsEnd_ - word_ >= 2) {
+      const Pair pair = {word_[0], word_[1]};
+      word_ += 2;
       return pair;
     }
     const std::uint32_t first = nextWord();
     return {first, nextWord()};
   }
+  double nextDouble() {
+    // One read and one write of memory, and no other: the time of the call is what counts here.
+    const std::int64_t i = ++double_;
+    if (i <= 0) [[likely]]
+      return (doubles_ + storeDoubles - 1)[i];
+    double_ = 0;
+    return slowDouble();
+  }
 
-  void refill() {
+  [[gnu::noinline]] void moreWords() {
+    if (double_ != 0)
+      doublesToWords();
+    else
+      storeTheNext(capacity_);
+  }
+
+  [[gnu::noinline]] double slowDouble() {
+    if (word_ == wordsEnd_ && capacity_ == storeWords) {
+      keep();
+      if (before_ != nullptr) {
+        draw(&rsgUniform53, stream_.get(), storeDoubles, doubles_);
+        stored_ = true;
+        double_ = 1 - std::int64_t{storeDoubles};
+        word_ = wordsEnd_ = words_ + storeWords;
+        return doubles_[0];
+      }
+    }
+    const std::uint32_t first = nextWord();
+    // Alone, it leaves the store empty, to be filled with doubles.
+    if (word_ == wordsEnd_) storeTheNext(1);
+    const std::uint32_t second = nextWord();
+    return ((first >> 5) * 67108864.0 + (second >> 6)) * 0x1p-53;
+  }
+
+  // What the store has left, as words.
+  void doublesToWords() {
+    const std::int64_t taken = storeWords + 2 * double_;
+    RsgStream* made = nullptr;
+    rsgCopyStream(&made, before_.get());
+    const StreamPointer copied(made);
+    draw(&rsgWords32, copied ? copied.get() : before_.get(), storeWords, words_);
+    if (!copied) before_.reset();
+    double_ = 0;
+    word_ = words_ + taken;
+    wordsEnd_ = words_ + storeWords;
+  }
+
+  void storeTheNext(std::uint32_t words) {
+    keep();
+    draw(&rsgWords32, stream_.get(), words, words_);
+    stored_ = true;
+    word_ = words_;
+    wordsEnd_ = words_ + words;
+  }
+
+  // Without memory for it there is no state to tell until the next refill.
+  void keep() {
     RsgStream* before = nullptr;
-    rsgCopyStream(&before, stream_.get());  // without it there is no state to tell until the next refill
+    rsgCopyStream(&before, stream_.get());
     before_.reset(before);
-    int code = rsgWords32(stream_.get(), static_cast<std::int32_t>(capacity_), store_);
+  }
+
+  template <class T>
+  static void draw(std::int32_t (*call)(RsgStream*, std::int32_t, T*), RsgStream* from, std::uint32_t n,
+                   T* to) {
+    int code = call(from, static_cast<std::int32_t>(n), to);
     for (int i = 0; code != RSG_STATUS_OK && i < 1000; ++i)
-      code = rsgWords32(stream_.get(), static_cast<std::int32_t>(capacity_), store_);
+      code = call(from, static_cast<std::int32_t>(n), to);
     // Only hardware fails. NumPy asked by a pointer that cannot tell, and must not go on with numbers that are none.
     if (code != RSG_STATUS_OK) Py_FatalError(rvnStatusText(RVN_DOMAIN_STREAMS, code));
-    next_ = 0;
-    held_ = capacity_;
   }
 
   // A stream that gives what comes next.
   StreamPointer here() const {
-    const RsgStream* from = held_ == 0 ? stream_.get() : before_.get();
+    const RsgStream* from = stored_ ? before_.get() : stream_.get();
     if (from == nullptr) throw std::bad_alloc();
     RsgStream* made = nullptr;
     accept(rsgCopyStream(&made, from));
     StreamPointer copied(made);
-    std::uint32_t drawn[storeSize];
-    if (held_ != 0) accept(rsgWords32(copied.get(), static_cast<std::int32_t>(next_), drawn));
+    const std::int64_t taken = double_ != 0 ? storeWords + 2 * double_ : word_ - words_;
+    std::uint32_t drawn[storeWords];
+    if (stored_) accept(rsgWords32(copied.get(), static_cast<std::int32_t>(taken), drawn));
     return copied;
   }
   void stand(StreamPointer at) {
     stream_ = std::move(at);
-    next_ = held_ = 0;
+    stored_ = false;
+    word_ = wordsEnd_ = words_;
+    double_ = 0;
   }
 
+  // The store has words or doubles.
+  std::int64_t double_ = 0;  // minus the doubles that are left, the last of the array
+  const std::uint32_t* word_ = words_;
+  const std::uint32_t* wordsEnd_ = words_;
   StreamPointer stream_;  // behind the store
   StreamPointer before_;  // before it
   std::uint32_t capacity_;
-  std::uint32_t next_ = 0;
-  std::uint32_t held_ = 0;
-  std::uint32_t store_[storeSize];
+  bool stored_ = false;
+  union {
+    double doubles_[storeDoubles];
+    std::uint32_t words_[storeWords];
+  };
 };
 
 py::dict generatorInfo(std::int32_t brngId) {
@@ -267,7 +333,7 @@ void bindRandom(py::module_& m) {
       .def_property_readonly("member", &Engine::member)
       .def("take", &Engine::take)
       .def_property("words", &Engine::words, &Engine::setWords)
-      .def("skip", &Engine::skip, py::call_guard<py::gil_scoped_release>())
+      .def("skip", &Engine::skip, py::call_guard<Unlocked>())
       .def("split", &Engine::split, py::arg("count"), py::arg("stretch"))
       .def("attach", &Engine::attach)
       .def(

@@ -1,5 +1,7 @@
 #include <algorithm>
-#include <cstring>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
 #include <memory>
 #include <pybind11/stl.h>
 #include <vector>
@@ -73,6 +75,81 @@ ravenfit::spline_options optionsOf(const std::string& kind, view<const double> i
   refuse("there is no kind '" + kind + "'");
 }
 
+bool allFinite(const Numbers& a) {
+  const double* const from = a.data();
+  // A product with 0 is 0 or NaN; sums of them are looked at once.
+  double sums[8] = {};
+  const auto n = static_cast<std::size_t>(a.size());
+  std::size_t i = 0;
+  for (; i + 8 <= n; i += 8)
+    for (std::size_t k = 0; k < 8; ++k)
+      sums[k] += from[i + k] * 0.0;
+  for (; i < n; ++i)
+    sums[0] += from[i] * 0.0;
+  for (const double sum : sums)
+    if (sum != 0.0) return false;
+  return true;
+}
+
+// Weights of Akima's kinds count as none if their sum is below 1e-10 in the library, and below 1e-9 of the largest sum
+// for SciPy: with function values times a power of two the one is the other, and nothing else changes.
+constexpr double limit = 1e-10;
+
+// What of the sums decides on the power: the largest one of all functions, the least of half the limit or more, and the
+// largest of twice the limit or less.
+py::tuple akimaSums(const std::string& kind, const Numbers& x, const Numbers& y) {
+  const auto n = static_cast<std::size_t>(x.size());
+  const auto functions = n == 0 ? 0 : static_cast<std::size_t>(y.size()) / n;
+  if (n < 5) refuse("Akima's kinds need 5 breakpoints at least");
+  const bool modified = kind == "makima";
+  const double* const at = x.data();
+  const double* const values = y.data();
+  double largest = 0.0;
+  double above = std::numeric_limits<double>::infinity();
+  double below = 0.0;
+  for (std::size_t f = 0; f < functions; ++f) {
+    const auto chord = [&](std::size_t i) {
+      return (values[(i + 1) * functions + f] - values[i * functions + f]) / (at[i + 1] - at[i]);
+    };
+    const auto weight = [&](double left, double right) {
+      return std::fabs(right - left) + (modified ? 0.5 * std::fabs(left + right) : 0.0);
+    };
+    const auto count = [&](double sum) {
+      largest = std::max(largest, sum);
+      above = std::min(above, sum < 0.5 * limit ? above : sum);
+      below = std::max(below, sum > 2.0 * limit ? below : sum);
+    };
+    // Two more chords beyond both ends go on in a line.
+    double d = chord(0);
+    const double before = 2.0 * d - chord(1);
+    double older = weight(2.0 * before - d, before);
+    double old = weight(before, d);
+    const auto next = [&](double chord) {
+      const double w = weight(d, chord);
+      count(w + older);
+      older = old;
+      old = w;
+      d = chord;
+    };
+    for (std::size_t i = 1; i + 1 < n; ++i)
+      next(chord(i));
+    const double after = 2.0 * d - chord(n - 3);
+    const double last = d;
+    next(after);
+    next(2.0 * after - last);
+  }
+  return py::make_tuple(largest, above, below);
+}
+
+// The exponent, or 0 where no sum lies between both limits, nor near them, and products of sums and chords stay numbers.
+int akimaPower(double largest, double above, double below) {
+  if (largest == 0.0 || !std::isfinite(largest)) return 0;
+  const int power = std::clamp(-static_cast<int>(std::nearbyint(std::log2(largest / 0.1))), -900, 900);
+  const double other = std::ldexp(limit, -power);
+  const bool apart = other < limit ? below < 0.5 * other : above > 2.0 * other;
+  return apart && std::abs(power) < 300 ? 0 : power;
+}
+
 // Coefficients of all functions, function by function, and the lambdas of smoothing splines. y: value of function f at
 // breakpoint i at y[i * functions + f].
 py::tuple construct(const std::string& kind, const Numbers& x, const Numbers& y, const End& left,
@@ -100,7 +177,7 @@ py::tuple construct(const std::string& kind, const Numbers& x, const Numbers& y,
   }
   ravenfit::status s;
   {
-    py::gil_scoped_release release;
+    const Unlocked unlocked;
     std::vector<double> column;
     for (std::size_t f = 0; f < functions && s.ok(); f += together) {
       view<const double> part = values;
@@ -110,14 +187,13 @@ py::tuple construct(const std::string& kind, const Numbers& x, const Numbers& y,
           column[i] = values[i * functions + f];
         part = column;
       }
-      ravenfit::result<ravenfit::spline> made =
-          ravenfit::spline::try_make(breakpoints, part, options[oneByOne ? f : 0]);
-      s = made.why();
-      if (!made.ok()) break;
-      const view<const double> from = made->coefficients();
-      std::copy(from.begin(), from.end(), to + f * row);
-      const view<const double> used = made->lambdas();
-      std::copy(used.begin(), used.end(), lambdaTo + f);
+      // Neither points nor coefficients are copied: fresh memory costs more than the spline.
+      ravenfit::detail::spline_state made(options[oneByOne ? f : 0]);
+      made.x = breakpoints;
+      made.y = part;
+      made.borrowed = to + f * row;
+      s = made.make();
+      std::copy(made.lambdas.begin(), made.lambdas.end(), lambdaTo + f);
     }
   }
   if (!s.ok()) refuse(s);
@@ -168,7 +244,7 @@ class Pieces {
     if (!blockwise && n > kMostInACall) refuse("too many sites for a result by rows");
     std::int32_t code = DF_STATUS_OK;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       for (std::size_t i = 0; i < n && code == DF_STATUS_OK; i += step) {
         const std::size_t part = std::min(step, n - i);
         code = dfTaskInterpolate(
@@ -190,7 +266,7 @@ class Pieces {
     double* const to = out.mutable_data();
     std::int32_t code = DF_STATUS_OK;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       for (std::size_t i = 0; i < n && code == DF_STATUS_OK; i += kMostInACall)
         code = dfTaskIntegrate(task, static_cast<std::int32_t>(std::min(kMostInACall, n - i)), a.data() + i,
                                b.data() + i, to + i * functions_, DF_RESULTS_BY_SITE);
@@ -205,7 +281,7 @@ class Pieces {
     std::int64_t count = 0;
     std::int32_t code = DF_STATUS_OK;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       for (bool complete = false; !complete && code == DF_STATUS_OK;) {
         code = dfTaskSolve(task, function, value, a, b, static_cast<std::int64_t>(sites.size()), sites.data(),
                            &count);
@@ -225,7 +301,7 @@ class Pieces {
     if (values.size() == 0) return out;
     std::int32_t code;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       code = dfTaskInverse(task, function, static_cast<std::int32_t>(values.size()), values.data(), to);
     }
     check(code);
@@ -239,7 +315,7 @@ class Pieces {
     double* const to = out.mutable_data();
     std::int32_t code;
     {
-      py::gil_scoped_release release;
+      const Unlocked unlocked;
       code = more < 0 ? dfTaskDerivative(own_, to) : dfTaskAntiderivative(own_, to);
     }
     check(code);
@@ -287,6 +363,9 @@ class Pieces {
 
 void bindSplines(py::module_& m) {
   m.def("check_breakpoints", &checkBreakpoints);
+  m.def("all_finite", &allFinite);
+  m.def("akima_sums", &akimaSums);
+  m.def("akima_power", &akimaPower);
   m.def("construct", [](const std::string& kind, const Numbers& x, const Numbers& y,
                         const std::string& leftWord, const Numbers& leftValues, const std::string& rightWord,
                         const Numbers& rightValues, const Numbers& inner, double lambda) {

@@ -52,7 +52,7 @@ py::ssize_t solveTridiagonal(const Numbers& dl, const Numbers& d, const Numbers&
   const ravenfit::view<double> columns(b.mutable_data(), static_cast<std::size_t>(b.size()));
   ravenfit::status s;
   {
-    py::gil_scoped_release release;
+    const Unlocked unlocked;
     s = ravenfit::try_solve_tridiagonal(read(dl), read(d), read(du), columns);
   }
   if (s.code > 0) return s.index;

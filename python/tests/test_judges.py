@@ -71,18 +71,6 @@ def scipys(name):
 
 
 polyint, interpolate = scipys("test_polyint.py"), scipys("test_interpolate.py")
-FROM_SPLINE = {
-    name: "has no from_spline"
-    for name in (
-        "test_from_spline",
-        "test_derivative_eval",
-        "test_derivative",
-        "test_antiderivative_vs_derivative",
-        "test_antiderivative_vs_spline",
-        "test_integrate",
-        "test_roots",
-    )
-}
 DIFFERENCES_OF_SPLINES = {
     "TestCubicSpline": {
         "test_dtypes": "takes no complex numbers",
@@ -90,7 +78,6 @@ DIFFERENCES_OF_SPLINES = {
     },
     "TestAkima1DInterpolator": {"test_extend": "has no extend, so it raises another error"},
     "TestPPoly": {
-        **FROM_SPLINE,
         "test_construct_fast": "has no construct_fast",
         "test_descending": "takes no descending x",
         "test_roots_idzero": "a stretch that equals the value is one site",

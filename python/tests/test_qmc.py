@@ -7,6 +7,7 @@ from hypothesis import strategies as st
 from scipy import integrate, stats
 from scipy.stats import qmc
 
+from drawing import steps
 from ravenfit.qmc import Niederreiter, Sobol
 
 ENGINES = {
@@ -25,10 +26,7 @@ def test_sobol_is_scipys_where_direction_numbers_agree():
 
 @every
 @settings(max_examples=20, deadline=None)
-@given(
-    d=st.integers(1, 40),
-    steps=st.lists(st.tuples(st.sampled_from(["draw", "forward", "pickle"]), st.integers(0, 300)), max_size=6),
-)
+@given(d=st.integers(1, 40), steps=steps(["draw", "forward", "pickle"], 300))
 @pytest.mark.filterwarnings("ignore:The balance properties")
 def test_points_do_not_depend_on_how_they_are_drawn(make, d, steps):
     engine = make(d)

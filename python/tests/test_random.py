@@ -7,6 +7,7 @@ import pytest
 from hypothesis import given, settings
 from hypothesis import strategies as st
 
+from drawing import steps
 from ravenfit import random as rr
 
 KINDS = [getattr(rr, name) for name in rr.__all__ if name != "RDRAND"]
@@ -71,10 +72,7 @@ def test_first_numbers_of_published_generators():
 
 @every
 @settings(max_examples=15, deadline=None)
-@given(
-    seed=st.integers(0, 2**64),
-    steps=st.lists(st.tuples(st.sampled_from("wdnurs"), st.integers(0, 1500)), max_size=6),
-)
+@given(seed=st.integers(0, 2**64), steps=steps("wdnurs", 1500))
 def test_words_do_not_depend_on_how_they_are_drawn(kind, seed, steps):
     """Any mixture of single draws, fills, copies and states gives the words of one fill, in order."""
     one = kind(seed)

@@ -111,6 +111,18 @@ def test_akima(case):
     compare(rf.Akima1DInterpolator(x, y, axis), si.Akima1DInterpolator(x, y, axis), rng)
 
 
+@pytest.mark.parametrize("bend", [0.0, 1e-11, 4e-11, 2e-10, 5e-10, 3e-9, 1e-6])
+@pytest.mark.parametrize("size", [1e-200, 1e-9, 1.0, 1e9, 1e200])
+def test_akimas_weights_count_beside_the_largest(bend, size):
+    """A kink between chords that bend by so little, in data of any size: the mean of the chords, or a quarter up."""
+    chords = np.array([0, 0, 0, bend, 1, 1 + 3 * bend, 1 + 3 * bend, 3, 2, 3, 4])
+    x = np.arange(12.0)
+    y = np.concatenate([[0.0], np.cumsum(chords)])
+    ours, theirs = rf.Akima1DInterpolator(x, size * y), si.Akima1DInterpolator(x, y)
+    assert theirs.c[2, 4] == pytest.approx(0.25 if 4 * bend > 1e-9 * 3 else 0.5, abs=1e-3)
+    np.testing.assert_allclose(ours.c / size, theirs.c, atol=1e-3)
+
+
 @given(problem())
 @many
 def test_hermite_and_plain_pieces(case):

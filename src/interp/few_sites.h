@@ -73,10 +73,6 @@ struct Place {
   double t;
 };
 
-inline std::int64_t pieceOf(std::int64_t cell, std::int64_t nx) {
-  return larger(smaller(cell, nx - 1) - 1, 0);
-}
-
 template <int order>
 inline double valueAt(const double* row, Place at) {
   return formula<order, 0>(row + at.piece * order, at.t);

@@ -13,6 +13,12 @@ namespace {
 
 constexpr std::int64_t cachedCoefficients = 32768;  // doubles of a row that no search drives out of the cache
 
+// The piece that serves the sites of a cell: those left of the partition take the first one, those right of it the last.
+template <class Cell>
+inline Cell pieceOf(Cell cell, std::int64_t nx) {
+  return static_cast<Cell>(cell - (cell > 0 ? 1 : 0) - (cell == static_cast<Cell>(nx) ? 1 : 0));
+}
+
 template <int order, int derivative, class V>
 inline V formula(const V* c, V t) {
   if constexpr (order == 2) {

@@ -11,15 +11,13 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
-// Sites left of the partition take the first piece, sites right of it the last one.
 template <bool uniform, bool joinsAtKnots>
 void preparePieces(const EvalBlock& block, std::int32_t* __restrict piece, double* __restrict t) {
   const DfTask& task = *block.task;
-  const auto nx = static_cast<std::int32_t>(task.nx);
   const std::int32_t* cell = block.blockCells;
   const double* site = block.blockSites;
   for (std::int64_t i = 0; i < block.nblock; ++i)
-    piece[i] = cell[i] - (cell[i] > 0 ? 1 : 0) - (cell[i] == nx ? 1 : 0);
+    piece[i] = pieceOf(cell[i], task.nx);
   if constexpr (joinsAtKnots) {
     for (std::int64_t i = 0; i < block.nblock; ++i)
       if (site[i] >= knot<uniform>(task, block.h, piece[i])) ++piece[i];

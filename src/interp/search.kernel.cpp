@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "interp/ascending_sites.h"
 #include "interp/search_choice.h"
 #include "vector/level.h"
 #include "vector/simd.h"
@@ -277,31 +278,13 @@ std::int32_t searchQuasiUniform(const CellSearchArgs& args) {
 }
 
 // Merges ascending sites into the breakpoints from x[c] on and returns the running cell behind the last site.
-// The breakpoints up to the last site of a group are compared with all its sites.
 std::int64_t merge(const CellSearchArgs& args, std::int64_t c, std::int64_t nsite, const double* site,
                    std::int32_t* cell) {
   const double* x = args.x;
   const std::int64_t nx = args.nx;
-  constexpr int group = 2 * laneCount;
   std::int64_t i = 0;
-  for (; i + group <= nsite; i += group) {
-    const double lastSite = site[i + group - 1];
-    const Lanes start = broadcast<Lanes>(static_cast<double>(c));
-    Lanes countA = start;
-    Lanes countB = start;
-    if (c < nx && x[c] <= lastSite) {
-      const Lanes a = load<Lanes>(site + i);
-      const Lanes b = load<Lanes>(site + i + laneCount);
-      do {
-        const Lanes breakpoint = broadcast<Lanes>(x[c]);
-        countA += breakpoint <= a ? broadcast<Lanes>(1.0) : Lanes{};
-        countB += breakpoint <= b ? broadcast<Lanes>(1.0) : Lanes{};
-        ++c;
-      } while (c < nx && x[c] <= lastSite);
-    }
-    storeAsInts(cell + i, countA);
-    storeAsInts(cell + i + laneCount, countB);
-  }
+  for (; i + sitesOfGroup <= nsite; i += sitesOfGroup)
+    c = mergeGroup(x, nx, c, site + i, cell + i);
   for (; i < nsite; ++i) {
     while (c < nx && x[c] <= site[i])
       ++c;

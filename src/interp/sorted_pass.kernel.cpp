@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "interp/ascending_sites.h"
 #include "interp/evaluate.h"
 #include "interp/formulas.h"
 #include "vector/coefficients.h"
@@ -11,14 +12,6 @@
 
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
-
-constexpr int groupLength = 2 * laneCount;
-
-// Sites left of the partition take the first piece, sites right of it the last one.
-template <class Cell>
-inline Cell pieceOf(Cell c, std::int64_t nx) {
-  return static_cast<Cell>(c - (c > 0 ? 1 : 0) - (c == nx ? 1 : 0));
-}
 
 // Where results of sites go.
 struct ResultRows {
@@ -32,29 +25,6 @@ struct ResultRows {
   }
 };
 
-// A group of sites from cell c on with breakpoints among them: those up to its last site are compared with all.
-// Returns the cell of the last one.
-[[gnu::always_inline]] inline std::int64_t findPieces(const DfTask& task, std::int64_t c, const double* site,
-                                                      std::int32_t* piece) {
-  const double lastSite = site[groupLength - 1];
-  const Lanes a = load<Lanes>(site);
-  const Lanes b = load<Lanes>(site + laneCount);
-  Lanes countA = broadcast<Lanes>(static_cast<double>(c));
-  Lanes countB = countA;
-  do {
-    const Lanes breakpoint = broadcast<Lanes>(task.x[c]);
-    countA += breakpoint <= a ? broadcast<Lanes>(1.0) : Lanes{};
-    countB += breakpoint <= b ? broadcast<Lanes>(1.0) : Lanes{};
-    ++c;
-  } while (c < task.nx && task.x[c] <= lastSite);
-  storeAsInts(piece, countA);
-  storeAsInts(piece + laneCount, countB);
-  const auto nx = static_cast<std::int32_t>(task.nx);
-  for (int g = 0; g < groupLength; ++g)
-    piece[g] = pieceOf(piece[g], nx);
-  return c;
-}
-
 template <int order, unsigned wants>
 void evaluateSorted(const PassCall& call) {
   constexpr int count = __builtin_popcount(wants);
@@ -64,21 +34,23 @@ void evaluateSorted(const PassCall& call) {
   const double* const site = call.site;
   const ResultRows rows = {call.results, call.rowLength};
   const std::int64_t nx = task.nx;
-  const std::int64_t lastGroup = call.nsite - groupLength;
+  const std::int64_t lastGroup = call.nsite - sitesOfGroup;
   Lanes c[order];
   Lanes result[count];
   std::int64_t cell = 0;
   std::int64_t i = 0;
   while (i <= lastGroup) {
-    if (cell < nx && x[cell] <= site[i + groupLength - 1]) {
-      std::int32_t piece[groupLength];
-      cell = findPieces(task, cell, site + i, piece);
-      for (int g = 0; g < groupLength; g += laneCount) {
+    if (cell < nx && x[cell] <= site[i + sitesOfGroup - 1]) {
+      std::int32_t piece[sitesOfGroup];
+      cell = mergeGroup(x, nx, cell, site + i, piece);
+      for (std::int32_t& one : piece)
+        one = pieceOf(one, nx);
+      for (int g = 0; g < sitesOfGroup; g += laneCount) {
         loadCoefficients<order>(row, piece + g, c);
         evaluateSite<order, wants>(c, load<Lanes>(site + i + g) - pick(x, piece + g), result);
         rows.put<count>(i + g, result);
       }
-      i += groupLength;
+      i += sitesOfGroup;
       continue;
     }
     const std::int64_t q = pieceOf(cell, nx);
@@ -86,12 +58,12 @@ void evaluateSorted(const PassCall& call) {
     for (int j = 0; j < order; ++j)
       c[j] = broadcast<Lanes>(row[q * order + j]);
     do {
-      for (int g = 0; g < groupLength; g += laneCount) {
+      for (int g = 0; g < sitesOfGroup; g += laneCount) {
         evaluateSite<order, wants>(c, load<Lanes>(site + i + g) - origin, result);
         rows.put<count>(i + g, result);
       }
-      i += groupLength;
-    } while (i <= lastGroup && !(cell < nx && x[cell] <= site[i + groupLength - 1]));
+      i += sitesOfGroup;
+    } while (i <= lastGroup && !(cell < nx && x[cell] <= site[i + sitesOfGroup - 1]));
   }
   for (; i < call.nsite; ++i) {
     while (cell < nx && x[cell] <= site[i])
