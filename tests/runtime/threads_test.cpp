@@ -129,7 +129,10 @@ Doubles everyOperation() {
     EXPECT_EQ(rsgWords32(stream, 5, words), 0);
     append(all, Doubles(words, words + 5));
     RsgStream* parts[2] = {};
-    if (rsgSplit(stream, 2, 0, parts) == 0) vdRngUniform(0, parts[1], 10, r.data() + 20, 0.0, 1.0);
+    // A far move of the long Mersenne Twisters takes seconds under the sanitizer.
+    const std::uint64_t stretch = id == RSG_BRNG_MT19937 || id == RSG_BRNG_SFMT19937 ? 10 : 0;
+    if (id != RSG_BRNG_R250 && rsgSplit(stream, 2, stretch, parts) == 0)
+      vdRngUniform(0, parts[1], 10, r.data() + 20, 0.0, 1.0);
     for (RsgStream*& part : parts)
       if (part != nullptr) rsgDeleteStream(&part);
     std::uint8_t saved[2528];
