@@ -234,35 +234,42 @@ TEST(Search, QuasiUniformTieStaysLeftWhenTheEstimateIsTheBreakpoint) {
   expectCells("walk", walked, {0.5}, {3});
 }
 
+// Breakpoints that halving takes, and so many that brackets and, where they are long, secants go through them.
 TEST(Search, AnySiteLeavesTheCellInRange) {
-  const std::vector<double> ascending = gaps(200);
-  std::vector<double> wild = ascending;
-  std::shuffle(wild.begin(), wild.end(), std::mt19937_64(3));
-  std::vector<double> broken = ascending;
-  broken[0] = nan;
-  broken[100] = inf;
-  broken[199] = nan;
-  std::vector<double> huge = ascending;
-  huge.front() = -1.7e308;
-  huge.back() = 1.7e308;
-  const std::vector<double> equal(200, 1.0);
-  Sites sites = {nan, inf, -inf, 1e300, -1e300, 0.0, 5e-324, 1.7e308, nan, nan, 3.0};
-  sites.insert(sites.end(), wild.begin(), wild.end());
-  for (const auto& x : {ascending, wild, broken, huge, equal}) {
-    for (const std::int32_t xhint : {DF_XHINT_NONE, DF_XHINT_QUASI_UNIFORM, DF_XHINT_UNIFORM}) {
-      // Under a uniform hint only the first two elements count.
-      const Task task(200, x, xhint, 1, std::vector<double>(200), 0, Settings{});
-      for (const double cell : {-1.0, 0.0, 100.0, 200.0}) {
-        for (const std::int32_t sitehint : {DF_SITES_NONE, DF_SITES_SORTED}) {
-          const Information information = likely(cell);
-          Cells cells(sites.size(), -9);
-          std::vector<double> r(sites.size());
-          const double* const datahint = cell < 0.0 ? nullptr : information.data();
-          ASSERT_EQ(interpolate(task, {sites, {}, 0, 3, sitehint, datahint}, r, cells.data()), DF_STATUS_OK);
-          for (const std::int32_t c : cells)
-            ASSERT_TRUE(0 <= c && c <= 200) << c;
-          const bool anyForNan = xhint == DF_XHINT_NONE && (sitehint == DF_SITES_SORTED || cell >= 0.0);
-          EXPECT_TRUE(x != ascending || anyForNan || cells[0] == 0);
+  for (const std::int32_t nx : {200, 3000, 90000}) {
+    const std::vector<double> ascending = gaps(nx);
+    std::vector<double> wild = ascending;
+    std::shuffle(wild.begin(), wild.end(), std::mt19937_64(3));
+    std::vector<double> broken = ascending;
+    broken.front() = nan;
+    broken[100] = inf;
+    broken.back() = nan;
+    std::vector<double> holed = ascending;
+    for (std::size_t i = 1; i + 1 < holed.size(); i += 3)
+      holed[i] = i % 2 == 0 ? nan : -inf;
+    std::vector<double> huge = ascending;
+    huge.front() = -1.7e308;
+    huge.back() = 1.7e308;
+    const std::vector<double> equal(ascending.size(), 1.0);
+    Sites sites = {nan, inf, -inf, 1e300, -1e300, 0.0, 5e-324, 1.7e308, nan, nan, 3.0};
+    sites.insert(sites.end(), wild.begin(), wild.begin() + 200);
+    for (const auto& x : {ascending, wild, broken, holed, huge, equal}) {
+      for (const std::int32_t xhint : {DF_XHINT_NONE, DF_XHINT_QUASI_UNIFORM, DF_XHINT_UNIFORM}) {
+        // Under a uniform hint only the first two elements count.
+        const Task task(nx, x, xhint, 1, std::vector<double>(x.size()), 0, Settings{});
+        for (const double cell : {-1.0, 0.0, 100.0, 200.0}) {
+          for (const std::int32_t sitehint : {DF_SITES_NONE, DF_SITES_SORTED}) {
+            const Information information = likely(cell);
+            Cells cells(sites.size(), -9);
+            std::vector<double> r(sites.size());
+            const double* const datahint = cell < 0.0 ? nullptr : information.data();
+            ASSERT_EQ(interpolate(task, {sites, {}, 0, 3, sitehint, datahint}, r, cells.data()),
+                      DF_STATUS_OK);
+            for (const std::int32_t c : cells)
+              ASSERT_TRUE(0 <= c && c <= nx) << c;
+            const bool anyForNan = xhint == DF_XHINT_NONE && (sitehint == DF_SITES_SORTED || cell >= 0.0);
+            EXPECT_TRUE(x != ascending || anyForNan || cells[0] == 0);
+          }
         }
       }
     }
