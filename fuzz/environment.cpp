@@ -12,6 +12,7 @@
 #include "runtime/memory_state.h"
 #include "runtime/reproducibility.h"
 #include "support/levels.h"
+#include "support/line.h"
 
 #include <ravenfit/data_fitting.h>
 #include <ravenfit/random_streams.h>
@@ -100,26 +101,14 @@ bool isSet(const Environment& environment, const char* name) {
 // A line, splined, the solution of 2 x = 4, and a stream, on kernels that the machine itself can run.
 void expectThatAllWorks(const Decision& decided) {
   if (!support::canRun(std::clamp(decided.level, 1, 10)) || !support::canRunSolver(decided.solver)) return;
-  static const double x[] = {0, 1, 2.5, 3, 4};
-  static const double y[] = {1, 3, 6, 7, 9};
-  double coeff[16];
-  const double site = 3.25;
-  double r = 0;
-  DfTask* task = nullptr;
-  FUZZ_EXPECT(dfTaskCreate(&task, 5, x, DF_XHINT_NONE, 1, y, DF_VALUES_DEFAULT) == 0);
-  FUZZ_EXPECT(dfTaskEditSpline(task, DF_ORDER_CUBIC, DF_KIND_NATURAL, DF_END_FREE, nullptr, DF_IC_NONE,
-                               nullptr, coeff, DF_COEFF_DEFAULT) == 0);
-  FUZZ_EXPECT(dfTaskConstruct(task, 0, 0) == 0);
-  FUZZ_EXPECT(dfTaskInterpolate(task, DF_WANT_INTERPOLATE, DF_METHOD_POLYNOMIAL, 1, &site, DF_SITES_GENERAL,
-                                0, nullptr, nullptr, &r, DF_RESULTS_DEFAULT, nullptr) == 0);
-  FUZZ_EXPECT(dfTaskDestroy(&task) == 0);
-  FUZZ_EXPECT(std::fabs(r - 7.5) < 1e-12);
+  FUZZ_EXPECT(support::splinesALine());
   const std::int32_t one = 1;
   std::int32_t info = -9;
   double d = 2.0;
   double b = 4.0;
   DDTSVB(&one, &one, nullptr, &d, nullptr, &b, &one, &info);
   FUZZ_EXPECT(info == 0 && b == 2.0);
+  double r = 0;
   RsgStream* stream = nullptr;
   FUZZ_EXPECT(rsgNewStream(&stream, RSG_BRNG_MCG31, 7) == 0);
   FUZZ_EXPECT(vdRngUniform(0, stream, 1, &r, 0.0, 1.0) == 0);
