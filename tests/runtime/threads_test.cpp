@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
@@ -80,7 +81,7 @@ Doubles readings(const DfTask* task) {
   append(all, r);
   std::int64_t count = 0;
   EXPECT_EQ(dfTaskSolve(task, 0, 7.3, 0.0, 30.0, 66, r.data(), &count), 0);
-  append(all, Doubles(r.begin(), r.begin() + count));
+  append(all, Doubles(r.begin(), r.begin() + static_cast<std::ptrdiff_t>(count)));
   EXPECT_EQ(dfTaskInverse(task, 0, 33, sites.data(), r.data()), 0);
   append(all, r);
   Doubles coeff(5 * nx);
