@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 #include "dispatch/best_level.h"
 #include "dispatch/level_table.h"

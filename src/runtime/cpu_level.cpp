@@ -1,6 +1,7 @@
 #include "runtime/cpu_level.h"
 
 #include <cstdlib>
+#include <initializer_list>
 
 #include "runtime/cpu_features.h"
 #include "runtime/memory.h"
