@@ -14,12 +14,13 @@ function usualSites({ x }) {
 
 const sitesOf = (state) => state.at ?? usualSites(state);
 const shown = (value) => (Number.isFinite(value) ? String(Number(value.toPrecision(10))) : "none");
+const inFull = (value) => (Number.isFinite(value) ? String(value) : "none");
 
 export function showTable(state, evaluate) {
   const sites = sitesOf(state);
   if (document.activeElement !== byId("at")) byId("at").value = sites.join(", ");
   const columns = state.curves.map((curve) => evaluate(curve, sites).values);
-  const cell = (name, text) => Object.assign(document.createElement(name), { textContent: text });
+  const cell = (name, text, title = text) => Object.assign(document.createElement(name), { textContent: text, title });
   const line = (cells) => {
     const row = document.createElement("tr");
     row.append(...cells);
@@ -27,7 +28,7 @@ export function showTable(state, evaluate) {
   };
   const heading = line([cell("th", "x"), ...state.curves.map(({ kind }) => cell("th", kinds[kind].title.split(",")[0]))]);
   const rows = sites.map((site, i) =>
-    line([cell("td", String(site)), ...columns.map((values) => cell("td", values ? shown(values[i]) : "–"))]),
+    line([cell("td", String(site)), ...columns.map((values) => (values ? cell("td", shown(values[i]), inFull(values[i])) : cell("td", "–")))]),
   );
   byId("table").replaceChildren(heading, ...rows);
 }

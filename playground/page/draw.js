@@ -59,7 +59,7 @@ export function makeDraw(library, state, changed) {
     square.y.domain([0, 1]);
     square.resize();
     square.clear();
-    square.axes({ xTitle: `coordinate ${a + 1} across, ${b + 1} up` });
+    square.axes();
     byId("shape").max = m;
     byId("shape").value = shape;
     const { title, quasi } = generators[generator];
@@ -103,7 +103,7 @@ export function makeDraw(library, state, changed) {
     errors.y.domain([Math.max(Math.min(...all) / 2, 1e-17), Math.max(...all) * 2]);
     errors.resize();
     errors.clear();
-    errors.axes({ xTitle: "number of points" });
+    errors.axes({ xTitle: "number of points", yForm: "~e" });
     for (const { errors: values, stroke, dash } of lines) {
       const shown = values.map((e) => (e > 0 ? e : NaN));
       errors.curve(n, shown, { stroke, dash });

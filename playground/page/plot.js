@@ -36,8 +36,9 @@ export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear
     context.setTransform(ratio, 0, 0, ratio, 0, 0);
   };
 
-  // Ticks, a title, and the stretches left and right of `inside`, which are marked as outside of the data.
-  panel.axes = ({ inside = null, xTitle = null } = {}) => {
+  // Ticks, a title, and the stretches left and right of `inside`, which are marked as outside of the data. yForm: d3's
+  // words for the form of numbers.
+  panel.axes = ({ inside = null, xTitle = null, yForm } = {}) => {
     const parts = [];
     const [left, right] = x.range();
     const [bottom, top] = y.range();
@@ -50,7 +51,7 @@ export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear
     const across = Math.max(2, Math.min(10, Math.round((right - left) / 80)));
     const up = Math.max(2, Math.round((bottom - top) / 55));
     const xFormat = x.tickFormat(across);
-    const yFormat = y.tickFormat(up);
+    const yFormat = y.tickFormat(up, yForm);
     for (const tick of x.ticks(across)) {
       const at = Math.round(x(tick)) + 0.5;
       parts.push(svgElement("line", { x1: at, x2: at, y1: top, y2: bottom }));
