@@ -4,7 +4,7 @@
 import { scaleLog } from "d3-scale";
 import { integrands, pseudoRuns, meanErrors } from "./integrals.js";
 import { boxesOf, qualityOf } from "./nets.js";
-import { colour, makePanel } from "./plot.js";
+import { colour, css, makePanel } from "./plot.js";
 
 const byId = (id) => document.getElementById(id);
 
@@ -83,8 +83,6 @@ export function makeDraw(library, state, changed) {
     byId("about").textContent = text;
     byId("boxes").textContent = words;
   };
-
-  const css = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 
   const drawErrors = () => {
     const { generator, other, dimension, integrand, seed } = state.draw;

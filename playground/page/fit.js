@@ -3,9 +3,9 @@
 import { showCode, showTable } from "./answers.js";
 import { showCurves } from "./curve_list.js";
 import { isPeriodic, kinds, newCurve, obstacle, offered, outsides, request } from "./kinds.js";
-import { colour, dashes, domainAround, makePanel } from "./plot.js";
+import { colour, css, dashes, domainAround, makePanel } from "./plot.js";
 import { parsePoints } from "./points.js";
-import { makePoints } from "./point_layer.js";
+import { areMany, makePoints } from "./point_layer.js";
 import { sets } from "./sets.js";
 
 const byId = (id) => document.getElementById(id);
@@ -80,15 +80,21 @@ export function makeFit(library, state, changed) {
     }
   };
 
-  const drawCurves = () => {
-    frameLower();
+  // The lower windows follow too, but where one point of many hardly changes them.
+  const drawCurves = (moving = false) => {
+    const many = areMany(state);
+    const strokes = results.map((_, i) => colour(i));
+    const dots = css("--point");
+    if (!moving || !many) frameLower();
     for (const [name, panel] of Object.entries(panels)) {
       panel.clear();
       panel.axes({ inside: inside(), xTitle: name === "values" ? "shaded: outside the data" : null });
       results.forEach((result, i) => {
-        if (result[name]) panel.curve(sites, result[name], { stroke: colour(i), dash: dashes[i % dashes.length], faint: inside() });
+        const line = { stroke: strokes[i], faint: inside(), width: many ? 1 : 2, dash: many ? [] : dashes[i % dashes.length] };
+        if (result[name]) panel.curve(sites, result[name], line);
       });
     }
+    if (many) main.dots(state.x, state.y, 2.2, dots);
   };
 
   const answers = () => {
@@ -99,7 +105,7 @@ export function makeFit(library, state, changed) {
   // Curves follow a point that is moved; the window stays, and so does what is read rather than seen, until it is let go.
   const follow = () => {
     compute();
-    drawCurves();
+    drawCurves(true);
   };
 
   let pending = 0;

@@ -13,7 +13,11 @@ export function svgElement(name, attributes = {}, text = null) {
   return made;
 }
 
-export const colour = (i) => getComputedStyle(document.documentElement).getPropertyValue(`--curve-${i % dashes.length}`).trim();
+export const css = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+export const colour = (i) => css(`--curve-${i % dashes.length}`);
+
+// Points of a line that are stroked at once: the time for a path that crosses itself grows faster than its length.
+const atOnce = 64;
 
 // A panel in an element: its scales, and functions that draw into it. The scales map numbers to pixels.
 export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear()] }) {
@@ -23,6 +27,7 @@ export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear
   element.replaceChildren(back, canvas, svg);
   const [x, y] = scales;
   const context = canvas.getContext("2d");
+  let shown = null;
   const panel = { element, svg, x, y, width: 0, height: 0 };
 
   panel.resize = () => {
@@ -39,6 +44,9 @@ export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear
   // Ticks, a title, and the stretches left and right of `inside`, which are marked as outside of the data. yForm: d3's
   // words for the form of numbers.
   panel.axes = ({ inside = null, xTitle = null, yForm } = {}) => {
+    const wanted = JSON.stringify([x.domain(), x.range(), y.domain(), y.range(), inside]);
+    if (wanted === shown) return;
+    shown = wanted;
     const parts = [];
     const [left, right] = x.range();
     const [bottom, top] = y.range();
@@ -80,45 +88,61 @@ export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear
     context.restore();
   };
 
-  // A curve through numbers; it is broken where a value is none. Far values stop short of what a canvas can take.
-  panel.curve = (xs, ys, { stroke, dash = [], width = 2, faint = null }) =>
+  // A curve through numbers, x ascending; it is broken where a value is none, and faint outside of an interval. Far values
+  // stop a little outside: a browser cuts the whole length of a line into dashes before it leaves out what is not seen.
+  panel.curve = (xs, ys, { stroke, dash = [], width = 2, faint = null }) => {
+    const [lowest, highest] = [-panel.height, 2 * panel.height];
+    const across = Float32Array.from(xs, x);
+    const up = Float32Array.from(ys, (v) => Math.max(lowest, Math.min(highest, y(v))));
+    const cut = dash.length === 0 ? atOnce : xs.length;
+    const trace = (from, to) => {
+      context.beginPath();
+      let length = 0;
+      for (let i = from; i < to; ++i) {
+        if (up[i] !== up[i]) {
+          length = 0;
+          continue;
+        }
+        if (length === 0) context.moveTo(across[i], up[i]);
+        else context.lineTo(across[i], up[i]);
+        if (++length % cut !== 0) continue;
+        context.stroke();
+        context.beginPath();
+        context.moveTo(across[i], up[i]);
+      }
+      context.stroke();
+    };
+    const bound = (wanted, otherwise) => {
+      const found = xs.findIndex(wanted);
+      return found < 0 ? otherwise : found;
+    };
+    const first = faint ? bound((v) => v >= faint[0], 0) : 0;
+    const last = faint ? bound((v) => v > faint[1], xs.length) : xs.length;
     clipped(() => {
       context.strokeStyle = stroke;
       context.lineWidth = width;
-      context.lineJoin = "round";
+      context.lineJoin = width > 1 ? "round" : "bevel";
       context.setLineDash(dash);
-      const trace = (wanted) => {
-        context.beginPath();
-        let drawn = false;
-        for (let i = 0; i < xs.length; ++i) {
-          if (!Number.isFinite(ys[i]) || !wanted(i)) {
-            drawn = false;
-            continue;
-          }
-          const at = Math.max(-1e4, Math.min(1e4, y(ys[i])));
-          if (drawn) context.lineTo(x(xs[i]), at);
-          else context.moveTo(x(xs[i]), at);
-          drawn = true;
-        }
-        context.stroke();
-      };
-      if (!faint) return trace(() => true);
-      trace((i) => xs[i] >= faint[0] && xs[i] <= faint[1]);
+      trace(first, last);
+      if (!faint) return;
       context.globalAlpha = 0.55;
       context.lineWidth = width * 0.75;
       context.setLineDash([2, 4]);
-      trace((i) => xs[i] <= faint[0]);
-      trace((i) => xs[i] >= faint[1]);
+      trace(0, first + 1);
+      trace(last - 1, xs.length);
     });
+  };
 
   panel.dots = (xs, ys, size, fill) =>
     clipped(() => {
       context.fillStyle = fill;
+      context.beginPath();
       for (let i = 0; i < xs.length; ++i) {
-        context.beginPath();
-        context.arc(x(xs[i]), y(ys[i]), size, 0, 7);
-        context.fill();
+        const [px, py] = [x(xs[i]), y(ys[i])];
+        context.moveTo(px + size, py);
+        context.arc(px, py, size, 0, 7);
       }
+      context.fill();
     });
 
   panel.boxes = (boxes, fill, stroke) =>

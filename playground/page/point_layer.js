@@ -6,6 +6,10 @@ import { svgElement } from "./plot.js";
 const longPress = 600; // ms
 const farthest = 4; // pixels that a press may wander
 
+// Browsers take long to repaint many circles: beyond this number they only take the pointer and the focus, and the canvas
+// below shows the points.
+export const areMany = ({ x }) => x.length > 200;
+
 // on: moving(i) while point i is dragged, settled() when it is let go, changed() when points come or go, say(text, bad).
 export function makePoints(panel, state, on) {
   const layer = panel.svg;
@@ -30,7 +34,8 @@ export function makePoints(panel, state, on) {
   };
 
   const show = () => {
-    const radius = state.x.length > 300 ? 3 : state.x.length > 60 ? 4.5 : 6.5;
+    const radius = state.x.length > 40 ? 4.5 : 6.5;
+    layer.classList.toggle("many", areMany(state));
     while (circles.length > state.x.length) circles.pop().remove();
     while (circles.length < state.x.length) {
       const circle = svgElement("circle", { class: "point", role: "button", tabindex: -1, "data-index": circles.length });
