@@ -23,7 +23,9 @@ const { outputFiles, metafile } = await build({
 });
 
 // The licences of what is bundled stand in the page, since it is handed on whole.
-const packages = new Set(Object.keys(metafile.inputs).flatMap((name) => name.match(/node_modules\/((?:@[^/]+\/)?[^/]+)/)?.[1] ?? []));
+const packages = new Set(
+  Object.keys(metafile.inputs).flatMap((name) => name.match(/node_modules\/((?:@[^/]+\/)?[^/]+)/)?.[1] ?? []),
+);
 const licences = [...packages].sort().map((name) => {
   const { version } = JSON.parse(read("node_modules", name, "package.json"));
   return `${name} ${version}\n\n${read("node_modules", name, "LICENSE")}`;

@@ -17,7 +17,18 @@ export function usualState() {
     chosen: 0,
     language: "cpp",
     at: null,
-    draw: { generator: "sobol", other: "mt19937", dimension: 2, a: 0, b: 1, m: 8, seed: 1, scrambling: "none", shape: 4, integrand: "smooth" },
+    draw: {
+      generator: "sobol",
+      other: "mt19937",
+      dimension: 2,
+      a: 0,
+      b: 1,
+      m: 8,
+      seed: 1,
+      scrambling: "none",
+      shape: 4,
+      integrand: "smooth",
+    },
   };
 }
 
@@ -91,13 +102,22 @@ function readDraw(text, usual, choices) {
   return { ...usual, ...read };
 }
 
+// Addresses that were sent around may have their commas written as %2C.
+function decoded(address) {
+  try {
+    return decodeURIComponent(address);
+  } catch {
+    return address;
+  }
+}
+
 // The state of an address, and a message where a part of it was not understood and the usual one stands for it.
 export function fromAddress(address, choices) {
   const state = usualState();
   let message = null;
   const wrong = (what) => (message = `The address has ${what} that cannot be read; the usual ones are shown.`);
   const curves = [];
-  for (const part of address.replace(/^#/, "").split("&")) {
+  for (const part of decoded(address).replace(/^#/, "").split("&")) {
     const cut = part.indexOf("=");
     const [name, value] = [part.slice(0, cut), part.slice(cut + 1)];
     if (name === "tab" && ["fit", "draw"].includes(value)) state.tab = value;

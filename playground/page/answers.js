@@ -9,7 +9,7 @@ const byId = (id) => document.getElementById(id);
 function usualSites({ x }) {
   const [from, to] = [x[0], x[x.length - 1]];
   const digits = Math.max(0, Math.min(12, 2 - Math.floor(Math.log10(to - from))));
-  return [-0.05, 0.15, 0.4, 0.6, 0.85, 1.05].map((part) => Number((from + part * (to - from)).toFixed(digits)));
+  return [-0.05, 0.1, 0.37, 0.63, 0.88, 1.05].map((part) => Number((from + part * (to - from)).toFixed(digits)));
 }
 
 const sitesOf = (state) => state.at ?? usualSites(state);
@@ -26,9 +26,15 @@ export function showTable(state, evaluate) {
     row.append(...cells);
     return row;
   };
-  const heading = line([cell("th", "x"), ...state.curves.map(({ kind }) => cell("th", kinds[kind].title.split(",")[0]))]);
+  const heading = line([
+    cell("th", "x"),
+    ...state.curves.map(({ kind }) => cell("th", kinds[kind].title.split(",")[0])),
+  ]);
   const rows = sites.map((site, i) =>
-    line([cell("td", String(site)), ...columns.map((values) => (values ? cell("td", shown(values[i]), inFull(values[i])) : cell("td", "–")))]),
+    line([
+      cell("td", String(site)),
+      ...columns.map((values) => (values ? cell("td", shown(values[i]), inFull(values[i])) : cell("td", "–"))),
+    ]),
   );
   byId("table").replaceChildren(heading, ...rows);
 }

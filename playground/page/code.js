@@ -72,7 +72,13 @@ const cKinds = {
   smoothing: "DF_KIND_NATURAL",
 };
 const cOrders = { 2: "DF_ORDER_LINEAR", 3: "DF_ORDER_QUADRATIC", 4: "DF_ORDER_CUBIC" };
-const cBoth = { 0: "DF_END_NONE", 1: "DF_END_NOT_A_KNOT", 2: "DF_END_FREE", 64: "DF_END_PERIODIC", 128: "DF_END_QUADRATIC_VALUE" };
+const cBoth = {
+  0: "DF_END_NONE",
+  1: "DF_END_NOT_A_KNOT",
+  2: "DF_END_FREE",
+  64: "DF_END_PERIODIC",
+  128: "DF_END_QUADRATIC_VALUE",
+};
 const cOutsides = { proceed: "CONTINUE", clamp: "CLAMP", wrap: "WRAP", nan: "NAN" };
 
 function cEnds({ left, right }, bcType) {

@@ -77,7 +77,15 @@ function smoothing(curve, state, result, { redraw, follow }) {
     curve.lambda = found.checked ? null : Number(shown.toPrecision(4));
     redraw();
   };
-  return element("div", { className: "row" }, "close", slider, "smooth ", text, element("label", {}, found, " found from the data"));
+  return element(
+    "div",
+    { className: "row" },
+    "close",
+    slider,
+    "smooth ",
+    text,
+    element("label", {}, found, " found from the data"),
+  );
 }
 
 // changes: redraw() where the list itself changes, follow() where a slider moves.
@@ -109,9 +117,12 @@ export function showCurves(state, results, colour, changes) {
         curve.midpoint = number;
         redraw();
       };
-      row.append(element("label", {}, "Value at the middle of the first cell ", numberField(shortest(bc[0]), "midpoint", set)));
+      row.append(
+        element("label", {}, "Value at the middle of the first cell ", numberField(shortest(bc[0]), "midpoint", set)),
+      );
     }
-    if (curve.left.type === "periodic") row.append(element("div", { className: "note" }, "The last value follows the first one."));
+    if (curve.left.type === "periodic")
+      row.append(element("div", { className: "note" }, "The last value follows the first one."));
     if (results[i].message) row.append(element("div", { className: "note bad" }, `Not drawn: ${results[i].message}`));
     return row;
   });

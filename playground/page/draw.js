@@ -43,7 +43,8 @@ export function makeDraw(library, state, changed) {
     const { dimension, scrambling } = state.draw;
     const { number, quasi } = generators[name];
     const scrambled = name === "sobol" && scrambling !== "none";
-    if (!quasi || scrambled) return library.draw(number, seed, dimension, scrambled ? scramblings[scrambling].number : -1, count * dimension);
+    if (!quasi || scrambled)
+      return library.draw(number, seed, dimension, scrambled ? scramblings[scrambling].number : -1, count * dimension);
     const all = new Float64Array(count * dimension);
     if (count > 1) all.set(library.draw(number, seed, dimension, -1, (count - 1) * dimension), dimension);
     return all;
@@ -72,7 +73,7 @@ export function makeDraw(library, state, changed) {
       byId("shape").max = inner;
       const { boxes, uneven } = boxesOf(u, v, across, inner - across, 2 ** t);
       square.boxes(boxes, css("--mark"), css("--edge"));
-      text = `${2 ** m} points of ${title}${scrambles(state.draw) ? ", scrambled" : ", its first point 0 included"}. In these two coordinates t = ${t}.`;
+      text = `${2 ** m} points of ${title}${scrambles(state.draw) ? ", scrambled" : ", its first point 0 included"}. In these two coordinates t = ${t}; the smaller t is, the more even they are.`;
       words = `Every box of this size, whatever its shape, holds exactly 2^t = ${2 ** t} of the points${uneven ? `; ${uneven} do not` : ""}.`;
       byId("shape-text").textContent = `${2 ** across} × ${2 ** (inner - across)}`;
     } else {
@@ -89,11 +90,21 @@ export function makeDraw(library, state, changed) {
     const quasi = generators[generator].quasi ? generator : "sobol";
     const seeds = (runs) => Array.from({ length: runs }, (_, i) => (seed + i) % 2 ** 32);
     const measure = (name, runs) =>
-      meanErrors(integrands[integrand], dimension, seeds(runs).map((s) => pointsOf(name, 2 ** largestPower, s)), largestPower);
+      meanErrors(
+        integrands[integrand],
+        dimension,
+        seeds(runs).map((s) => pointsOf(name, 2 ** largestPower, s)),
+        largestPower,
+      );
     const scrambled = quasi === "sobol" && state.draw.scrambling !== "none";
     const lines = [
       { title: generators[other].title, errors: measure(other, pseudoRuns), stroke: colour(1), dash: [7, 3] },
-      { title: generators[quasi].title, errors: measure(quasi, scrambled ? pseudoRuns : 1), stroke: colour(0), dash: [] },
+      {
+        title: generators[quasi].title,
+        errors: measure(quasi, scrambled ? pseudoRuns : 1),
+        stroke: colour(0),
+        dash: [],
+      },
     ];
     const n = lines[0].errors.map((_, k) => 2 ** k);
     const all = lines.flatMap((line) => line.errors).filter((e) => e > 0);
@@ -105,7 +116,12 @@ export function makeDraw(library, state, changed) {
     for (const { errors: values, stroke, dash } of lines) {
       const shown = values.map((e) => (e > 0 ? e : NaN));
       errors.curve(n, shown, { stroke, dash });
-      errors.dots(n.filter((_, k) => values[k] > 0), values.filter((e) => e > 0), 2.5, stroke);
+      errors.dots(
+        n.filter((_, k) => values[k] > 0),
+        values.filter((e) => e > 0),
+        2.5,
+        stroke,
+      );
     }
     const last = (line) => line.errors[largestPower].toPrecision(2);
     byId("error-text").textContent =
@@ -128,7 +144,8 @@ export function makeDraw(library, state, changed) {
   const choice = (name, label, table) => {
     const select = document.createElement("select");
     select.id = `draw-${name}`;
-    for (const [value, { title }] of Object.entries(table)) select.append(new Option(title, value, false, value === state.draw[name]));
+    for (const [value, { title }] of Object.entries(table))
+      select.append(new Option(title, value, false, value === state.draw[name]));
     select.onchange = () => {
       state.draw[name] = select.value;
       show();
@@ -136,7 +153,12 @@ export function makeDraw(library, state, changed) {
     return field(label, select);
   };
   const number = (name, label, least, most, from = 0) => {
-    const input = Object.assign(document.createElement("input"), { type: "number", min: least, max: most, value: state.draw[name] + from });
+    const input = Object.assign(document.createElement("input"), {
+      type: "number",
+      min: least,
+      max: most,
+      value: state.draw[name] + from,
+    });
     input.id = `draw-${name}`;
     input.onchange = () => {
       const value = Math.round(Number(input.value));
@@ -163,10 +185,7 @@ export function makeDraw(library, state, changed) {
       number("seed", "seed", 0, 2 ** 32 - 1),
       scrambling,
     );
-    byId("integral-options").replaceChildren(
-      choice("integrand", "of", integrands),
-      choice("other", "beside", pseudo),
-    );
+    byId("integral-options").replaceChildren(choice("integrand", "of", integrands), choice("other", "beside", pseudo));
     if (focused?.startsWith("draw-")) byId(focused)?.focus();
     showAll();
   };

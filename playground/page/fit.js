@@ -10,7 +10,9 @@ import { sets } from "./sets.js";
 
 const byId = (id) => document.getElementById(id);
 export const options = (select, titles, chosen) => {
-  select.replaceChildren(...Object.entries(titles).map(([value, title]) => new Option(title, value, false, value === chosen)));
+  select.replaceChildren(
+    ...Object.entries(titles).map(([value, title]) => new Option(title, value, false, value === chosen)),
+  );
 };
 const titlesOf = (table) => Object.fromEntries(Object.entries(table).map(([name, { title }]) => [name, title]));
 
@@ -72,10 +74,14 @@ export function makeFit(library, state, changed) {
 
   const frameLower = () => {
     const [from, to] = inside();
-    for (const [name, panel] of [["slopes", panels.slopes], ["bends", panels.bends]]) {
+    for (const [name, panel] of [
+      ["slopes", panels.slopes],
+      ["bends", panels.bends],
+    ]) {
       const shown = [];
       for (const result of results)
-        for (let i = 0; result[name] && i < sites.length; i += 2) if (sites[i] >= from && sites[i] <= to) shown.push(result[name][i]);
+        for (let i = 0; result[name] && i < sites.length; i += 2)
+          if (sites[i] >= from && sites[i] <= to) shown.push(result[name][i]);
       panel.y.domain(domainAround(shown, 0.15, 0.01));
     }
   };
@@ -89,10 +95,17 @@ export function makeFit(library, state, changed) {
     for (const [name, panel] of Object.entries(panels)) {
       panel.clear();
       panel.axes({ inside: inside(), xTitle: name === "values" ? "shaded: outside the data" : null });
-      results.forEach((result, i) => {
-        const line = { stroke: strokes[i], faint: inside(), width: many ? 1 : 2, dash: many ? [] : dashes[i % dashes.length] };
-        if (result[name]) panel.curve(sites, result[name], line);
-      });
+      // The first curve lies on top.
+      for (let i = results.length - 1; i >= 0; --i) {
+        const thin = many && state.curves[i].kind !== "smoothing";
+        const line = {
+          stroke: strokes[i],
+          faint: inside(),
+          width: thin ? 1 : 2,
+          dash: many ? [] : dashes[i % dashes.length],
+        };
+        if (results[i][name]) panel.curve(sites, results[i][name], line);
+      }
     }
     if (many) main.dots(state.x, state.y, 2.2, dots);
   };
@@ -179,6 +192,8 @@ export function makeFit(library, state, changed) {
     const set = byId("set").value;
     if (!sets[set]) return;
     Object.assign(state, { set, at: null, ...sets[set].make() });
+    const smooths = state.curves.some(({ kind }) => kind === "smoothing");
+    if (sets[set].noisy && !smooths && state.curves.length < dashes.length) state.curves.unshift(newCurve("smoothing"));
     points.choose(0);
     say("");
     showAll();
@@ -214,8 +229,12 @@ export function makeFit(library, state, changed) {
     changed();
   });
   listen("at", "change", () => {
-    const at = byId("at").value.split(/[,;\s]+/).filter(Boolean).map(Number);
-    if (at.some((v) => !(Math.abs(v) <= 1e100))) return say("The sites must be numbers with commas between them.", true);
+    const at = byId("at")
+      .value.split(/[,;\s]+/)
+      .filter(Boolean)
+      .map(Number);
+    if (at.some((v) => !(Math.abs(v) <= 1e100)))
+      return say("The sites must be numbers with commas between them.", true);
     state.at = at.length > 0 ? at.slice(0, 20) : null;
     say("");
     answers();

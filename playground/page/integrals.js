@@ -11,7 +11,11 @@ const product = (factor) => (p, from, dimension) => {
 export const integrands = {
   smooth: { title: "a smooth product", f: product((x, k) => 1 + (x - 0.5) / (k + 1)), exact: () => 1 },
   wave: { title: "a wave", f: product((x, k) => 1 + Math.sin(2 * Math.PI * x) / (k + 1)), exact: () => 1 },
-  kink: { title: "a product with kinks", f: product((x, k) => 1 + (Math.abs(4 * x - 2) - 1) / (k + 1)), exact: () => 1 },
+  kink: {
+    title: "a product with kinks",
+    f: product((x, k) => 1 + (Math.abs(4 * x - 2) - 1) / (k + 1)),
+    exact: () => 1,
+  },
   corner: {
     title: "a corner cut off",
     f: (p, from, dimension) => {

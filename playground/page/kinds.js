@@ -6,12 +6,24 @@ const ownToo = ["own", ...all];
 // least: the fewest points; ends: those that a kind serves, its usual one first; inner: it takes slopes (1) or second
 // derivatives (2) at the inner points, which the page does not offer.
 export const kinds = {
-  cubic: { title: "Cubic, smoothest", order: 4, kind: 2, least: 3, ends: ["not-a-knot", "free", "slope", "curvature", "periodic"] },
+  cubic: {
+    title: "Cubic, smoothest",
+    order: 4,
+    kind: 2,
+    least: 3,
+    ends: ["not-a-knot", "free", "slope", "curvature", "periodic"],
+  },
   akima: { title: "Akima", order: 4, kind: 5, least: 5, ends: ownToo },
   "modified-akima": { title: "Modified Akima", order: 4, kind: 0x101, least: 5, ends: ownToo },
   pchip: { title: "PCHIP, monotone", order: 4, kind: 0x102, least: 3, ends: ownToo },
   steffen: { title: "Steffen, monotone", order: 4, kind: 0x103, least: 3, ends: ownToo },
-  bessel: { title: "Bessel", order: 4, kind: 4, least: 4, ends: ["not-a-knot", "free", "slope", "curvature", "periodic"] },
+  bessel: {
+    title: "Bessel",
+    order: 4,
+    kind: 4,
+    least: 4,
+    ends: ["not-a-knot", "free", "slope", "curvature", "periodic"],
+  },
   subbotin: { title: "Subbotin, parabolas", order: 3, kind: 1, least: 3, ends: ["curvature", "slope"] },
   quadratic: { title: "Quadratic, from a midpoint", order: 3, kind: 0, least: 2, ends: [] },
   linear: { title: "Linear", order: 2, kind: 0, least: 2, ends: [] },

@@ -83,7 +83,23 @@ export async function load(bytes) {
         return sampled(status, r, n, at(used, 1)[0]);
       }
       const conditions = icType === 0 ? 0 : pic;
-      const status = wasm.play_curve(nx, px, py, order, kind, bcType, pbc, icType, conditions, outside, 0, n, ps, coeff, r);
+      const status = wasm.play_curve(
+        nx,
+        px,
+        py,
+        order,
+        kind,
+        bcType,
+        pbc,
+        icType,
+        conditions,
+        outside,
+        0,
+        n,
+        ps,
+        coeff,
+        r,
+      );
       return sampled(status, r, n);
     },
 

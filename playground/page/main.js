@@ -9,7 +9,8 @@ import { load, whatIsMissing } from "./library.js";
 const byId = (id) => document.getElementById(id);
 
 function refuse(why) {
-  byId("missing").textContent = `${why} The playground needs it. A current Firefox, Chrome, Edge or Safari has what it takes.`;
+  byId("missing").textContent =
+    `${why} The playground needs it. A current Firefox, Chrome, Edge or Safari has what it takes.`;
   byId("missing").hidden = false;
 }
 

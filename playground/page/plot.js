@@ -52,7 +52,15 @@ export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear
     const [bottom, top] = y.range();
     if (inside) {
       const shade = (from, to) =>
-        parts.push(svgElement("rect", { class: "outside", x: from, y: top, width: Math.max(to - from, 0), height: bottom - top }));
+        parts.push(
+          svgElement("rect", {
+            class: "outside",
+            x: from,
+            y: top,
+            width: Math.max(to - from, 0),
+            height: bottom - top,
+          }),
+        );
       shade(left, Math.min(x(inside[0]), right));
       shade(Math.max(x(inside[1]), left), right);
     }
@@ -71,7 +79,8 @@ export function makePanel(element, { title, scales = [scaleLinear(), scaleLinear
       parts.push(svgElement("text", { x: left - 6, y: at + 4, "text-anchor": "end" }, yFormat(tick)));
     }
     parts.push(svgElement("text", { class: "title", x: left + 6, y: top + 14 }, title));
-    if (xTitle) parts.push(svgElement("text", { class: "title", x: right - 6, y: bottom - 6, "text-anchor": "end" }, xTitle));
+    if (xTitle)
+      parts.push(svgElement("text", { class: "title", x: right - 6, y: bottom - 6, "text-anchor": "end" }, xTitle));
     back.replaceChildren(...parts);
   };
 

@@ -38,7 +38,12 @@ export function makePoints(panel, state, on) {
     layer.classList.toggle("many", areMany(state));
     while (circles.length > state.x.length) circles.pop().remove();
     while (circles.length < state.x.length) {
-      const circle = svgElement("circle", { class: "point", role: "button", tabindex: -1, "data-index": circles.length });
+      const circle = svgElement("circle", {
+        class: "point",
+        role: "button",
+        tabindex: -1,
+        "data-index": circles.length,
+      });
       layer.append(circle);
       circles.push(circle);
     }
@@ -55,7 +60,8 @@ export function makePoints(panel, state, on) {
     const after = state.x[i + 1] ?? 1e100;
     const [from, to] = panel.x.domain();
     const least = 1e-6 * (to - from);
-    const fine = (value, [low, high]) => Number(value.toFixed(Math.max(0, Math.min(12, 3 - Math.floor(Math.log10(high - low))))));
+    const fine = (value, [low, high]) =>
+      Number(value.toFixed(Math.max(0, Math.min(12, 3 - Math.floor(Math.log10(high - low))))));
     const at = fine(x, [from, to]);
     if (at - before >= least && after - at >= least) state.x[i] = at;
     const height = fine(y, panel.y.domain());
@@ -120,6 +126,9 @@ export function makePoints(panel, state, on) {
     circle.addEventListener("pointerup", end);
     circle.addEventListener("pointercancel", end);
   });
+
+  // A long press is ours.
+  layer.addEventListener("contextmenu", (event) => event.target.closest("circle.point") && event.preventDefault());
 
   panel.svg.addEventListener("dblclick", (event) => {
     if (event.target.closest("circle.point")) return;

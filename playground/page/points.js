@@ -11,7 +11,10 @@ function separatorOf(line) {
 }
 
 const number = (field, decimalComma) => {
-  const text = field.trim().replace(/^"(.*)"$/, "$1").trim();
+  const text = field
+    .trim()
+    .replace(/^"(.*)"$/, "$1")
+    .trim();
   const plain = decimalComma ? text.replace(",", ".") : text;
   return /^[-+]?(\d+\.?\d*|\.\d+)([eE][-+]?\d+)?$/.test(plain) ? Number(plain) : NaN;
 };
@@ -28,7 +31,8 @@ export function fault(x, y) {
   }
   const span = x[x.length - 1] - x[0];
   for (let i = 1; i < x.length; ++i)
-    if (x[i] - x[i - 1] < 1e-12 * span) return `x = ${x[i - 1]} and ${x[i]} are too close together to be told apart here.`;
+    if (x[i] - x[i - 1] < 1e-12 * span)
+      return `x = ${x[i - 1]} and ${x[i]} are too close together to be told apart here.`;
   return null;
 }
 
@@ -52,7 +56,8 @@ export function parsePoints(text) {
     const bad = [x, y].findIndex(Number.isNaN);
     if (bad >= 0) return { message: `Line ${i + 1}: “${shortened(fields[bad].trim())}” is no number.` };
     rows.push([x, y]);
-    if (rows.length > mostPoints) return { message: `There are more than ${mostPoints} points; that many can be shown.` };
+    if (rows.length > mostPoints)
+      return { message: `There are more than ${mostPoints} points; that many can be shown.` };
   }
   if (rows.length === 0) return { message: "There are no numbers in this text." };
   const sorted = rows.every((row, i) => i === 0 || row[0] >= rows[i - 1][0]);

@@ -8,7 +8,10 @@ import { load } from "../page/library.js";
 
 const [wasm, native] = process.argv.slice(2);
 const library = await load(readFileSync(wasm));
-const cases = execFileSync(native, { encoding: "utf8" }).trim().split("\n").map((line) => JSON.parse(line));
+const cases = execFileSync(native, { encoding: "utf8" })
+  .trim()
+  .split("\n")
+  .map((line) => JSON.parse(line));
 
 let furthest = 0;
 for (const { kind, outside, left, right, lambda, midpoint, x, y, inner, sites, ...expected } of cases) {
@@ -29,5 +32,16 @@ for (const { kind, outside, left, right, lambda, midpoint, x, y, inner, sites, .
     });
   }
 }
-assert.deepStrictEqual(Object.keys(kinds).filter((kind) => !cases.some((one) => one.kind === kind)), []);
+assert.deepStrictEqual(
+  Object.keys(kinds).filter((kind) => !cases.some((one) => one.kind === kind)),
+  [],
+);
+
+// MT19937 with the key 1, of which CPython's random.seed(1) makes doubles of two words each; the points of Sobol's sequence
+// behind the origin, as in P. Bratley and B. L. Fox, 1988.
+const words = library.draw(0x800000, 1, 1, -1, 4);
+[0.13436424411240122, 0.8474337369372327].forEach((double, i) => assert.ok(Math.abs(words[2 * i] - double) < 2 ** -26));
+assert.deepStrictEqual([...library.draw(0x600000, 0, 2, -1, 6)], [0.5, 0.5, 0.75, 0.25, 0.25, 0.75]);
+assert.throws(() => library.draw(0x600001, 0, 2, -1, 6), /generator/i);
+
 console.log(`${cases.length} curves as on this processor, within ${furthest.toExponential(1)} of the largest value`);
