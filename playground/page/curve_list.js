@@ -1,6 +1,7 @@
 // The list of curves: kind, ends on both sides, lambda or midpoint, and what keeps a curve from being drawn.
 
 import { endTitles, kinds, newCurve, offered, request } from "./kinds.js";
+import { dashes, svgElement } from "./plot.js";
 
 const element = (name, properties = {}, ...children) => {
   const made = Object.assign(document.createElement(name), properties);
@@ -14,6 +15,22 @@ const select = (titles, chosen, label, change) => {
   for (const [value, title] of titles) made.append(new Option(title, value, false, value === chosen));
   return made;
 };
+
+// The line as it is drawn.
+function sample(i, colour) {
+  const line = {
+    x1: 1,
+    x2: 39,
+    y1: 6,
+    y2: 6,
+    stroke: colour(i),
+    "stroke-width": 3,
+    "stroke-dasharray": dashes[i].join(" "),
+  };
+  const made = svgElement("svg", { width: 40, height: 12, "aria-hidden": true });
+  made.append(svgElement("line", line));
+  return made;
+}
 
 const shortest = (value) => String(Number(value.toPrecision(4)));
 
@@ -39,7 +56,7 @@ function setEnd(curve, side, type) {
 function endOf(curve, side, redraw) {
   const titles = kinds[curve.kind].ends.map((type) => [type, endTitles[type]]);
   const { type, value } = curve[side];
-  const made = element("label", {}, `${side === "left" ? "Left" : "Right"} end `);
+  const made = element("label", {}, `${side === "left" ? "Ends: left" : "right"} `);
   const change = (next) => {
     setEnd(curve, side, next);
     redraw();
@@ -107,7 +124,7 @@ export function showCurves(state, results, colour, changes) {
       if (state.chosen >= state.curves.length || state.chosen > i) state.chosen = Math.max(0, state.chosen - 1);
       redraw();
     };
-    row.append(element("div", { className: "row" }, kind, remove));
+    row.append(element("div", { className: "row" }, sample(i, colour), kind, remove));
     if (kinds[curve.kind].ends.length > 0)
       row.append(element("div", { className: "row" }, endOf(curve, "left", redraw), endOf(curve, "right", redraw)));
     if (curve.kind === "smoothing") row.append(smoothing(curve, state, results[i], changes));

@@ -35,8 +35,8 @@ export const kinds = {
 export const offered = Object.keys(kinds).filter((name) => !kinds[name].inner);
 
 export const endTitles = {
-  own: "the kind's own",
-  free: "free (curvature 0)",
+  own: "usual",
+  free: "free",
   "not-a-knot": "not-a-knot",
   slope: "slope",
   curvature: "curvature",
