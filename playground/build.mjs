@@ -22,7 +22,8 @@ const { outputFiles, metafile } = await build({
   write: false,
 });
 
-// The licences of what is bundled stand in the page, since it is handed on whole.
+// The licences of what is bundled stand in the page, since it is handed on whole; the module has parts of musl, the C
+// library of Emscripten.
 const packages = new Set(
   Object.keys(metafile.inputs).flatMap((name) => name.match(/node_modules\/((?:@[^/]+\/)?[^/]+)/)?.[1] ?? []),
 );
@@ -30,7 +31,9 @@ const licences = [...packages].sort().map((name) => {
   const { version } = JSON.parse(read("node_modules", name, "package.json"));
   return `${name} ${version}\n\n${read("node_modules", name, "LICENSE")}`;
 });
-const notice = ["Ravenfit\n", readFileSync(join(here, "..", "LICENSE"), "utf8"), ...licences].join("\n----\n\n");
+const musl = readFileSync("/usr/share/emscripten/system/lib/libc/musl/COPYRIGHT", "utf8");
+const ours = readFileSync(join(here, "..", "LICENSE"), "utf8");
+const notice = [`Ravenfit\n\n${ours}`, ...licences, `musl\n\n${musl}`].join("\n----\n\n");
 
 const script = outputFiles[0].text.replaceAll("</script", "<\\/script");
 // A function as replacement: `$` in what is put in has no meaning of its own.

@@ -95,13 +95,21 @@ export function makePoints(panel, state, on) {
     return [event.clientX - left, event.clientY - top];
   };
 
+  // Where circles overlap, the pointer is on the topmost one, and somebody means the nearest.
+  const nearest = (px, py) => {
+    const distance = (i) => Math.hypot(panel.x(state.x[i]) - px, panel.y(state.y[i]) - py);
+    let best = 0;
+    for (let i = 1; i < state.x.length; ++i) if (distance(i) < distance(best)) best = i;
+    return best;
+  };
+
   layer.addEventListener("pointerdown", (event) => {
-    const circle = event.target.closest("circle.point");
-    if (!circle || event.button !== 0) return;
-    const i = Number(circle.dataset.index);
+    if (!event.target.closest("circle.point") || event.button !== 0) return;
+    const start = position(event);
+    const i = nearest(...start);
+    const circle = circles[i];
     choose(i);
     circle.setPointerCapture(event.pointerId);
-    const start = position(event);
     const offset = [panel.x(state.x[i]) - start[0], panel.y(state.y[i]) - start[1]];
     let moved = false;
     const timer = setTimeout(() => {
