@@ -104,11 +104,12 @@ std::int64_t workerCount(const DfTask& task, const WorkShareTable& workShare) {
 template <class Values, bool uniform>
 [[gnu::noinline]] std::int32_t constructAlone(const DfTask& task, const Partition<uniform>& p, EndPair ends,
                                               double* work) {
-  if (NaturalStretches<uniform>::fits(p)) {
+  const NaturalStretches<uniform> stretches(task, p);
+  if (stretches.fits()) {
     const RowValues y(task, 0);
     const EndRow left = leftRow(p, ends.left);
     const EndRow right = rightRow(p, ends.right);
-    if (NaturalStretches(p, y, task.coeffRows[0], work)
+    if (Stretches(stretches, work)
             .construct({left.beside / left.diagonal, leftRhs(p, y, ends.left, task.bc) / left.diagonal},
                        {right.beside / right.diagonal, rightRhs(p, y, ends.right, task.bc) / right.diagonal}))
       return DF_STATUS_OK;
@@ -126,13 +127,12 @@ std::int32_t constructNatural(const DfTask& task, EndPair ends, const ConstructS
   const bool alone = functions == 1 && !periodic;
   const Partition<uniform> p(task);
   if (alone && n <= rowsPerRun) {
-    double work[NaturalStretches<uniform>::workLength(rowsPerRun)];
+    double work[stretchesScratch(rowsPerRun)];
     return constructAlone<Values>(task, p, ends, work);
   }
   Scratch scratch;
   Scratch statusScratch;
-  auto* block =
-      scratch.allocate<double>(alone ? NaturalStretches<uniform>::workLength(n) : NaturalScratch::length(n));
+  auto* block = scratch.allocate<double>(alone ? stretchesScratch(n) : NaturalScratch::length(n));
   if (block == nullptr) return DF_ERROR_MEMORY;
   if (alone) return constructAlone<Values>(task, p, ends, block);
   std::int32_t* statuses = nullptr;
