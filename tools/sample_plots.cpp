@@ -132,11 +132,9 @@ void sampleSmoothing() {
   const double lambda = chosen.lambdas()[0];
   print("smoothing", "value", "data", x, y);
   print("smoothing", "value", "without noise", x, truth);
-  print("smoothing", "value", "a thousandth of it", t,
-        spline(x, y, ravenfit::smoothing(lambda / 1000)).at(t));
-  print("smoothing", "value", "cross-validated lambda", t, chosen.at(t));
-  print("smoothing", "value", "a thousand times it", t,
-        spline(x, y, ravenfit::smoothing(lambda * 1000)).at(t));
+  print("smoothing", "value", "lambda / 1000", t, spline(x, y, ravenfit::smoothing(lambda / 1000)).at(t));
+  print("smoothing", "value", "lambda by cross-validation", t, chosen.at(t));
+  print("smoothing", "value", "1000 lambda", t, spline(x, y, ravenfit::smoothing(lambda * 1000)).at(t));
 }
 
 // Where the first 16 values of four workers stand in one sequence, a row for each worker.
