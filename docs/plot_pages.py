@@ -66,18 +66,20 @@ def draw_beside(name, panels, path):
 
 def draw_error(name, panels, path):
     """Errors with their measured order at the end of each line, and what orders 2, 3 and 4 look like."""
-    figure, axis = plt.subplots(figsize=(6.4, 4), layout="constrained")
+    figure, axis = plt.subplots(figsize=(7, 4.6), layout="constrained")
     curves = panels["value"]
     below = math.inf
-    for (curve, (h, error)), (style, color), marker in zip(curves.items(), STYLES, "o^sDvx+"):
-        axis.loglog(h, error, linestyle=style, color=color, marker=marker, markersize=8 if marker == "s" else 5,
+    for number, (h, error) in enumerate(curves.values()):
+        style, color = STYLES[number % len(STYLES)]
+        # Of two that are equal the later mark fits into the earlier one.
+        axis.loglog(h, error, linestyle=style, color=color, marker="o^sDvx+*<>p"[number], markersize=max(9 - number, 4),
                     fillstyle="none", linewidth=1)
     # Labels from above to below, a line's height apart at least.
     for curve, (h, error) in sorted(curves.items(), key=lambda item: -item[1][1][-1]):
         below = min(error[-1], below / 4)
         order = math.log2(error[-2] / error[-1])
         axis.annotate(f"{curve}: h^{order:.1f}", (h[-1], error[-1]), xytext=(h[-1] / 1.5, below), ha="right", va="center",
-                      arrowprops={"arrowstyle": "-", "color": "#888888", "linewidth": 0.5, "shrinkB": 4})
+                      arrowprops={"arrowstyle": "-", "color": "#888888", "linewidth": 0.5, "relpos": (1, 0.5), "shrinkB": 4})
     for order in (2, 3, 4):
         axis.plot([0.5, 0.05], [1e-8, 1e-8 / 10**order], color="#888888", linewidth=0.8)
         axis.annotate(f"h^{order}", (0.05, 1e-8 / 10**order), xytext=(-3, 0), textcoords="offset points", ha="right",
