@@ -74,6 +74,13 @@ inline void storeCubicsAt(At at, V c0, V c1, V c2, V c3) {
   }
 }
 
+// Parabolas likewise, lane by lane.
+template <class V, class At>
+inline void storeParabolasAt(At at, V c0, V c1, V c2) {
+  for (int k = 0; k < static_cast<int>(sizeof(V) / 8); ++k)
+    storeParabolas(at(k), c0[k], c1[k], c2[k]);
+}
+
 template <class V>
 inline void storeCubics(double* c, V c0, V c1, V c2, V c3) {
   if constexpr (sizeof(V) == 8) {
