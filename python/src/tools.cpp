@@ -1,10 +1,39 @@
 #include <algorithm>
+#include <cstdlib>
+#include <memory>
 #include <new>
 #include <vector>
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 #include "bind.h"
 
 namespace py = pybind11;
+
+// The first touch of a small page can cost more than all that is then computed into it; NumPy asks for huge ones from
+// 4 MB on.
+Numbers fresh(const std::vector<py::ssize_t>& shape) {
+#ifdef MADV_HUGEPAGE
+  constexpr std::size_t huge = std::size_t{1} << 21;
+  std::size_t bytes = sizeof(double);
+  for (const py::ssize_t n : shape) {
+    if (n != 0 && bytes > PTRDIFF_MAX / static_cast<std::size_t>(n)) throw std::bad_alloc();
+    bytes *= static_cast<std::size_t>(n);
+  }
+  if (bytes >= huge && bytes <= PTRDIFF_MAX - huge) {
+    bytes = (bytes + huge - 1) / huge * huge;
+    std::unique_ptr<void, void (*)(void*)> owned(std::aligned_alloc(huge, bytes), &std::free);
+    void* const at = owned.get();
+    if (at == nullptr) throw std::bad_alloc();
+    madvise(at, bytes, MADV_HUGEPAGE);  // a wish: where it fails, pages are small
+    const py::capsule owner(at, &std::free);
+    static_cast<void>(owned.release());
+    return Numbers(shape, static_cast<double*>(at), owner);
+  }
+#endif
+  return Numbers(shape);
+}
 
 void refuse(const std::string& text) {
   throw py::value_error(text);
