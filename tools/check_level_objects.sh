@@ -10,7 +10,7 @@
 set -euo pipefail
 build=$1
 rows=$(dirname "$0")/../src/vector/levels.inc
-fused_objects="scrambled_sobol.kernel smoothing.kernel tridiagonal.kernel mrg32k3a.kernel mt19937.kernel sfmt19937.kernel sobol.kernel"
+fused_objects="natural.kernel subbotin.kernel scrambled_sobol.kernel smoothing.kernel tridiagonal.kernel mrg32k3a.kernel mt19937.kernel sfmt19937.kernel sobol.kernel"
 failures=0
 count=0
 

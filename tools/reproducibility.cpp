@@ -49,8 +49,8 @@ Doubles fractions(std::size_t n, std::uint64_t seed) {
   return r;
 }
 
-Doubles breakpoints() {
-  Doubles x = fractions(nx, 1);
+Doubles breakpoints(int n) {
+  Doubles x = fractions(static_cast<std::size_t>(n), 1);
   for (std::size_t i = 0; i < x.size(); ++i)
     x[i] = 0.3 * (static_cast<double>(i) + 0.9 * x[i]);
   return x;
@@ -73,7 +73,7 @@ struct Kind {
 };
 
 struct Spline {
-  Doubles x = breakpoints();
+  Doubles x;
   Doubles y;
   Doubles ic;
   Doubles coeff;
@@ -81,8 +81,8 @@ struct Spline {
   double bc[2] = {0.375, -0.625};
   DfTask* task = nullptr;
 
-  Spline(const Kind& kind, std::int32_t xhint, std::int32_t ny)
-      : y(fractions(static_cast<std::size_t>(nx * ny), 2)) {
+  Spline(const Kind& kind, std::int32_t xhint, std::int32_t ny, int n = nx)
+      : x(breakpoints(n)), y(fractions(static_cast<std::size_t>(n * ny), 2)) {
     if (kind.icType == DF_IC_KNOTS) {
       const Doubles& at = x;
       ic.push_back(at.front());
@@ -90,11 +90,11 @@ struct Spline {
         ic.push_back(0.25 * at[i] + 0.75 * at[i + 1]);
       ic.push_back(at.back());
     } else if (kind.icType != DF_IC_NONE) {
-      ic = fractions(nx, 3);
+      ic = fractions(x.size(), 3);
     }
-    coeff.resize(static_cast<std::size_t>(ny * nx * kind.order));
+    coeff.resize(static_cast<std::size_t>(ny * n * kind.order));
     const double* const where = xhint == DF_XHINT_UNIFORM ? ends : x.data();
-    need(dfTaskCreate(&task, nx, where, xhint, ny, y.data(), DF_VALUES_DEFAULT));
+    need(dfTaskCreate(&task, n, where, xhint, ny, y.data(), DF_VALUES_DEFAULT));
     need(dfTaskEditSpline(task, kind.order, kind.kind, kind.bcType, bc, kind.icType,
                           ic.empty() ? nullptr : ic.data(), coeff.data(), DF_COEFF_DEFAULT));
     need(dfTaskConstruct(task, 0, 0));
@@ -109,11 +109,11 @@ constexpr Kind akima = {DF_ORDER_CUBIC, DF_KIND_AKIMA, DF_END_NONE, DF_IC_NONE};
 constexpr Kind parabolas = {DF_ORDER_QUADRATIC, DF_KIND_DEFAULT, DF_END_QUADRATIC_VALUE, DF_IC_NONE};
 constexpr Kind brokenLine = {DF_ORDER_LINEAR, DF_KIND_DEFAULT, DF_END_NONE, DF_IC_NONE};
 
-Doubles construct(const Kind& kind, std::int32_t ny) {
+Doubles construct(const Kind& kind, std::int32_t ny, int n = nx) {
   Doubles all;
   for (const std::int32_t xhint : {DF_XHINT_NONE, DF_XHINT_UNIFORM}) {
     if (kind.icType == DF_IC_KNOTS && xhint == DF_XHINT_UNIFORM) continue;
-    const Spline s(kind, xhint, ny);
+    const Spline s(kind, xhint, ny, n);
     all.insert(all.end(), s.coeff.begin(), s.coeff.end());
   }
   return all;
@@ -180,7 +180,7 @@ Doubles levelSites() {
 }
 
 Doubles inverse() {
-  const Doubles x = breakpoints();
+  const Doubles x = breakpoints(nx);
   Doubles y = fractions(nx, 2);
   for (std::size_t i = 1; i < y.size(); ++i)
     y[i] += y[i - 1];
@@ -200,7 +200,7 @@ Doubles inverse() {
 }
 
 Doubles smooth(std::int32_t method) {
-  const Doubles x = breakpoints();
+  const Doubles x = breakpoints(nx);
   const Doubles y = fractions(std::size_t{2} * nx, 2);
   Doubles coeff(std::size_t{8} * (nx - 1));
   need(dfSmooth(nx, x.data(), DF_XHINT_NONE, 2, y.data(), 0, nullptr, method, 0.0625, nullptr, coeff.data()));
@@ -322,6 +322,7 @@ void addRows(std::vector<Row>& rows, std::int32_t level) {
   for (const auto& k : kinds)
     add(std::string("coefficients, ") + k.name, [&] { return construct(k.kind, 2); });
   add("coefficients, natural, 1 function", [] { return construct(natural, 1); });
+  add("coefficients, natural, 1 function, 6000 breakpoints", [] { return construct(natural, 1, 6000); });
   add("coefficients, natural, 9 functions", [] { return construct(natural, 9); });
   add("integrals", integrals);
   add("antiderivative, derivative", relatives);

@@ -1,5 +1,6 @@
 #include <cstdint>
 
+#include "construct/natural_stretches.h"
 #include "construct/natural_system.h"
 #include "construct/scratch.h"
 #include "construct/tridiagonal_rows.h"
@@ -99,10 +100,20 @@ std::int64_t workerCount(const DfTask& task, const WorkShareTable& workShare) {
   return workers > 1 && task.nx >= 300 && (task.nx >= 600 || workers >= 8) ? workers : 1;
 }
 
-// One function whose ends are apart; `work` holds 2 n doubles.
+// One function whose ends are apart.
 template <class Values, bool uniform>
 [[gnu::noinline]] std::int32_t constructAlone(const DfTask& task, const Partition<uniform>& p, EndPair ends,
                                               double* work) {
+  const NaturalStretches<uniform> stretches(task, p);
+  if (stretches.fits()) {
+    const RowValues y(task, 0);
+    const EndRow left = leftRow(p, ends.left);
+    const EndRow right = rightRow(p, ends.right);
+    if (Stretches(stretches, work)
+            .construct({left.beside / left.diagonal, leftRhs(p, y, ends.left, task.bc) / left.diagonal},
+                       {right.beside / right.diagonal, rightRhs(p, y, ends.right, task.bc) / right.diagonal}))
+      return DF_STATUS_OK;
+  }
   const NaturalSource<Values, uniform> source(task, p, ends);
   return TwoEndedSpline(source, work).construct(false) ? DF_STATUS_OK : DF_ERROR_SOLVER;
 }
@@ -116,12 +127,12 @@ std::int32_t constructNatural(const DfTask& task, EndPair ends, const ConstructS
   const bool alone = functions == 1 && !periodic;
   const Partition<uniform> p(task);
   if (alone && n <= rowsPerRun) {
-    double work[2 * rowsPerRun];
+    double work[stretchesScratch(rowsPerRun)];
     return constructAlone<Values>(task, p, ends, work);
   }
   Scratch scratch;
   Scratch statusScratch;
-  auto* block = scratch.allocate<double>(alone ? 2 * n : NaturalScratch::length(n));
+  auto* block = scratch.allocate<double>(alone ? stretchesScratch(n) : NaturalScratch::length(n));
   if (block == nullptr) return DF_ERROR_MEMORY;
   if (alone) return constructAlone<Values>(task, p, ends, block);
   std::int32_t* statuses = nullptr;

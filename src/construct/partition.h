@@ -11,6 +11,14 @@
 namespace rvn::RVN_LEVEL_NAMESPACE {
 namespace {
 
+// The numbers start[lane] + i.
+inline Lanes positions(const std::int64_t* start, std::int64_t i) {
+  Lanes at = {};
+  for (int lane = 0; lane < laneCount; ++lane)
+    at[lane] = static_cast<double>(start[lane] + i);
+  return at;
+}
+
 template <bool uniform>
 struct Partition {
   std::int64_t n;
@@ -23,6 +31,12 @@ struct Partition {
 
   double point(std::int64_t i) const { return uniform ? x[0] + static_cast<double>(i) * h : x[i]; }
   double step(std::int64_t i) const { return uniform ? h : x[i + 1] - x[i]; }
+
+  // Breakpoint start[lane] + i of every lane.
+  Lanes points(const std::int64_t* start, std::int64_t i) const {
+    if constexpr (uniform) return x[0] + positions(start, i) * h;
+    return pick(x + i, start);
+  }
 
   // x_j - x_i, and the reciprocal of a step, at as many breakpoints from i on as V has lanes.
   template <class V>

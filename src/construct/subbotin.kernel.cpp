@@ -3,6 +3,7 @@
 #include "construct/coefficients.h"
 #include "construct/partition.h"
 #include "construct/scratch.h"
+#include "construct/stretches.h"
 #include "construct/tridiagonal_rows.h"
 #include "construct/two_ended_spline.h"
 #include "construct/values.h"
@@ -46,6 +47,13 @@ struct Knots {
     if (k == p.n) return p.point(p.n - 1);
     if (ic == nullptr) return (p.point(k - 1) + p.point(k)) * 0.5;
     return run ? ic[0] + static_cast<double>(k - 1) * step : ic[k];
+  }
+
+  // The inner knot behind breakpoint i of every lane, at x, before the next one.
+  Lanes behind(const std::int64_t* start, std::int64_t i, Lanes x, Lanes xNext) const {
+    if (ic == nullptr) return (x + xNext) * 0.5;
+    if (!run) return pick(ic + (i + 1), start);
+    return ic[0] + positions(start, i) * step;
   }
 
   void prefetch(std::int64_t i) const {
@@ -197,8 +205,13 @@ struct SubbotinSource {
   [[gnu::noinline]] void fillCells(const double* z, std::int64_t from, std::int64_t to) const {
     fillInner(z, from, smaller(to, n - 2));
     if (to < n - 1) return;
+    const double slopes[3] = {z[n - 3], z[n - 2], z[n - 1]};
+    fillLast(slopes);
+  }
+
+  // By the slopes at the last three breakpoints.
+  void fillLast(const double* slopes) const {
     const std::int64_t k = n - 3;
-    const double slopes[3] = {z[k], z[k + 1], z[k + 2]};
     double e = bend(p.step(k), knots[k + 1] - p.point(k), y[k + 1] - y[k], slopes[0], slopes[1]);
     for (std::int64_t i = 0; i < 2; ++i) {
       const double h = p.step(k + i);
@@ -232,6 +245,104 @@ struct SubbotinSource {
 
   const double* cellAddress(std::int64_t i) const { return c + 3 * i; }
 };
+
+// The system of one long function, for Stretches.
+template <bool uniform>
+struct SubbotinStretches {
+  static constexpr int order = 3;
+
+  SubbotinSource<RowValues, uniform> source;
+  std::int64_t n;
+  double* c;
+
+  SubbotinStretches(const DfTask& task, const Knots<uniform>& knots, EndPair ends)
+      : source(task, knots, ends, 0), n(task.nx), c(source.c) {}
+
+  // Seen in its direction the row of a breakpoint x between xBefore and xNext has the knots s before it and t behind
+  // it, and
+  //   P = |x - xNext| / |xNext - xBefore| / |x - s|,   Q = |x - xBefore| / |xNext - xBefore| / |x - t|.
+  template <int direction>
+  struct Chain : Eliminations {
+    const SubbotinSource<RowValues, uniform>& source;
+    // The next row's breakpoint and value and those before it, and the knot between them.
+    Lanes x = {};
+    Lanes xBefore = {};
+    Lanes y = {};
+    Lanes yBefore = {};
+    Lanes knot = {};
+
+    explicit Chain(const SubbotinStretches& system) : source(system.source) {}
+
+    Lanes knotBetween(std::int64_t i, Lanes at, Lanes next) const {
+      return direction == 1 ? source.knots.behind(start, i, at, next)
+                            : source.knots.behind(start, i - 1, next, at);
+    }
+
+    void enter(std::int64_t i) {
+      x = source.p.points(start, i);
+      xBefore = source.p.points(start, i - direction);
+      y = pick(source.y.y + i, start);
+      yBefore = pick(source.y.y + (i - direction), start);
+      knot = knotBetween(i - direction, xBefore, x);
+    }
+
+    void take(std::int64_t i) {
+      const Lanes xNext = source.p.points(start, i + direction);
+      const Lanes yNext = pick(source.y.y + (i + direction), start);
+      const Lanes knotNext = knotBetween(i, x, xNext);
+      const Lanes w = xNext - xBefore;
+      const Lanes before = (xNext - x) / w / (x - knot);
+      const Lanes after = (x - xBefore) / w / (knotNext - x);
+      const Lanes towards = (knot - xBefore) * before;
+      const Lanes next = (xNext - knotNext) * after;
+      Eliminations::take(towards, 2.0 + towards + next, next,
+                         2.0 * (before * (y - yBefore) + after * (yNext - y)));
+      xBefore = x;
+      x = xNext;
+      yBefore = y;
+      y = yNext;
+      knot = knotNext;
+    }
+  };
+
+  struct Rows {
+    Lanes m;
+    Lanes y;
+    Lanes x;
+  };
+
+  Rows rowsAt(const std::int64_t* start, std::int64_t i, Lanes m) const {
+    return {m, pick(source.y.y + i, start), source.p.points(start, i)};
+  }
+
+  void storeCellsAt(const std::int64_t* start, std::int64_t i, const Rows& a, const Rows& b) const {
+    const Lanes knot = source.knots.behind(start, i, a.x, b.x);
+    storeParabolasAt([&](int lane) { return c + order * (i + start[lane]); }, a.y, a.m,
+                     source.bend(b.x - a.x, knot - a.x, b.y - a.y, a.m, b.m));
+  }
+
+  void storeCell(std::int64_t i, double m, double mNext) const {
+    if (i == n - 2) {
+      const double slopes[3] = {c[order * (i - 1) + 1], m, mNext};
+      source.fillLast(slopes);
+      return;
+    }
+    storeParabolas(c + order * i, source.y[i], m,
+                   source.bend(source.p.step(i), source.knots[i + 1] - source.p.point(i),
+                               source.y[i + 1] - source.y[i], m, mNext));
+  }
+};
+
+template <bool uniform>
+bool constructInStretches(const DfTask& task, const Knots<uniform>& knots, EndPair ends, double* work) {
+  if (task.nx < leastForStretches) return false;
+  const SubbotinStretches<uniform> system(task, knots, ends);
+  const EndRow left = system.source.left();
+  const EndRow right = system.source.right();
+  return Stretches(system, work)
+      .construct({left.beside / left.diagonal, left.rhs / left.diagonal},
+                 {right.beside / right.diagonal, right.rhs / right.diagonal});
+}
 
 // The arrays that several functions share: the matrix, and what their right-hand sides are made of.
 struct SharedMatrix {
@@ -277,11 +388,12 @@ std::int32_t constructSubbotin(const DfTask& task, EndPair ends, const Construct
   const std::int64_t n = task.nx;
   const bool single = functionCount(task) == 1;
   Scratch scratch;
-  auto* block = scratch.allocate<double>(single ? 2 * n : SharedMatrix::length(n));
+  auto* block = scratch.allocate<double>(single ? stretchesScratch(n) : SharedMatrix::length(n));
   if (block == nullptr) return DF_ERROR_MEMORY;
   const Knots<uniform> knots(task);
   if (!knots.inPlace()) return DF_ERROR_NULL_INTERNAL;
   if (single) {
+    if (constructInStretches(task, knots, ends, block)) return DF_STATUS_OK;
     TwoEndedSpline(SubbotinSource<Values, uniform>(task, knots, ends, 0), block).construct(true);
   } else {
     constructShared<Values>(task, knots, ends, SharedMatrix(block, n), services.solver());

@@ -50,6 +50,37 @@ inline void storeParabolas(double* c, V c0, V c1, V c2) {
   }
 }
 
+// Cubics may stand anywhere: at(k) is the place of cell k.
+template <class V, class At>
+inline void storeCubicsAt(At at, V c0, V c1, V c2, V c3) {
+  if constexpr (sizeof(V) == 16) {
+    store(at(0), __builtin_shufflevector(c0, c1, 0, 2));
+    store(at(0) + 2, __builtin_shufflevector(c2, c3, 0, 2));
+    store(at(1), __builtin_shufflevector(c0, c1, 1, 3));
+    store(at(1) + 2, __builtin_shufflevector(c2, c3, 1, 3));
+  } else if constexpr (sizeof(V) == 32) {
+    const V low01 = __builtin_shufflevector(c0, c1, 0, 4, 2, 6);
+    const V high01 = __builtin_shufflevector(c0, c1, 1, 5, 3, 7);
+    const V low23 = __builtin_shufflevector(c2, c3, 0, 4, 2, 6);
+    const V high23 = __builtin_shufflevector(c2, c3, 1, 5, 3, 7);
+    store(at(0), __builtin_shufflevector(low01, low23, 0, 1, 4, 5));
+    store(at(1), __builtin_shufflevector(high01, high23, 0, 1, 4, 5));
+    store(at(2), __builtin_shufflevector(low01, low23, 2, 3, 6, 7));
+    store(at(3), __builtin_shufflevector(high01, high23, 2, 3, 6, 7));
+  } else {
+    storeCubicsAt(at, halfOf<0>(c0), halfOf<0>(c1), halfOf<0>(c2), halfOf<0>(c3));
+    storeCubicsAt([=](int k) { return at(k + 4); }, halfOf<1>(c0), halfOf<1>(c1), halfOf<1>(c2),
+                  halfOf<1>(c3));
+  }
+}
+
+// Parabolas likewise, lane by lane.
+template <class V, class At>
+inline void storeParabolasAt(At at, V c0, V c1, V c2) {
+  for (int k = 0; k < static_cast<int>(sizeof(V) / 8); ++k)
+    storeParabolas(at(k), c0[k], c1[k], c2[k]);
+}
+
 template <class V>
 inline void storeCubics(double* c, V c0, V c1, V c2, V c3) {
   if constexpr (sizeof(V) == 8) {
@@ -57,23 +88,8 @@ inline void storeCubics(double* c, V c0, V c1, V c2, V c3) {
     c[1] = c1;
     c[2] = c2;
     c[3] = c3;
-  } else if constexpr (sizeof(V) == 16) {
-    store(c, __builtin_shufflevector(c0, c1, 0, 2));
-    store(c + 2, __builtin_shufflevector(c2, c3, 0, 2));
-    store(c + 4, __builtin_shufflevector(c0, c1, 1, 3));
-    store(c + 6, __builtin_shufflevector(c2, c3, 1, 3));
-  } else if constexpr (sizeof(V) == 32) {
-    const V low01 = __builtin_shufflevector(c0, c1, 0, 4, 2, 6);
-    const V high01 = __builtin_shufflevector(c0, c1, 1, 5, 3, 7);
-    const V low23 = __builtin_shufflevector(c2, c3, 0, 4, 2, 6);
-    const V high23 = __builtin_shufflevector(c2, c3, 1, 5, 3, 7);
-    store(c, __builtin_shufflevector(low01, low23, 0, 1, 4, 5));
-    store(c + 4, __builtin_shufflevector(high01, high23, 0, 1, 4, 5));
-    store(c + 8, __builtin_shufflevector(low01, low23, 2, 3, 6, 7));
-    store(c + 12, __builtin_shufflevector(high01, high23, 2, 3, 6, 7));
   } else {
-    storeCubics(c, halfOf<0>(c0), halfOf<0>(c1), halfOf<0>(c2), halfOf<0>(c3));
-    storeCubics(c + 16, halfOf<1>(c0), halfOf<1>(c1), halfOf<1>(c2), halfOf<1>(c3));
+    storeCubicsAt([=](int k) { return c + 4 * k; }, c0, c1, c2, c3);
   }
 }
 

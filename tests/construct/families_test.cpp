@@ -68,15 +68,59 @@ TEST(Families, SolveTheirDefiningConditions) {
 // Beyond every block of cells, and in the first and the last function of a block of eight and of one of five: the
 // conditions hold, which are too many to solve.
 TEST(Families, LargeTasksSolveTheirDefiningConditions) {
-  problem::forEach(13, {4200}, [](const Problem& p) {
+  const auto check = [](const Problem& p) {
     if (p.family->order == 3 && p.family->kind == DF_KIND_DEFAULT && !p.uniform)
       return;  // the recursion of midpoints grows with ratios of steps
     const std::vector<double> coeff = constructed(p);
     for (const std::int32_t f : {0, 7, 8, 12}) {
-      const double* const own = coeff.data() + size(f) * (coeff.size() / 13);
+      if (f >= p.ny) return;
+      const double* const own = coeff.data() + size(f) * (coeff.size() / size(p.ny));
       ASSERT_LT(problem::conditions(p, f).worstError(own), 1e-11L) << p.name() << ", function " << f;
     }
+  };
+  problem::forEach(13, {4200}, check);
+  // A single function, in stretches of every remainder, in one round of them and in several.
+  problem::forEach(1, {257, 400, 512, 901, 1023, 1030, 2051, 4113, 9001}, [&](const Problem& p) {
+    if (p.family->reach < 0 && p.family->kind != DF_KIND_DEFAULT) check(p);
   });
+}
+
+// What a distant slope adds to a stretch that knows nothing of it must not be lost: beside slopes of 1e100 far ones are
+// as exact as those of the same function in a task of two, whose system is solved in one piece.
+TEST(Families, SlopesBesideMuchGreaterOnesStayExact) {
+  const struct {
+    const char* name;
+    double (*value)(std::int64_t i);
+  } cases[] = {
+      {"one value among zeros", [](std::int64_t i) { return i == 3000 ? 1e200 : 0.0; }},
+      {"growth by 200 powers of ten",
+       [](std::int64_t i) { return std::pow(10.0, 0.04 * static_cast<double>(i) - 100.0); }},
+      {"growth by as many in a tenth",
+       [](std::int64_t i) { return std::pow(10.0, 0.4 * std::min(500.0, static_cast<double>(i)) - 100.0); }},
+      {"a few cells over 200 powers of ten",
+       [](std::int64_t i) {
+         return i < 1029 ? 1.0 : i < 1033 ? std::pow(10.0, 50.0 * static_cast<double>(i - 1031)) : 1e100;
+       }},
+      {"no number", [](std::int64_t i) { return i == 2500 ? nan : std::sin(static_cast<double>(i)); }},
+      {"infinite", [](std::int64_t i) { return i == 1024 ? 1.0 / 0.0 : std::sin(static_cast<double>(i)); }},
+  };
+  for (const auto& c : cases)
+    for (const bool uniform : {false, true}) {
+      Problem one(problem::families()[3], DF_END_FREE, uniform, 5000, 1);
+      Problem two(problem::families()[3], DF_END_FREE, uniform, 5000, 2);
+      for (std::size_t i = 0; i < 5000; ++i)
+        one.y[i] = two.y[i] = two.y[5000 + i] = c.value(static_cast<std::int64_t>(i));
+      const std::vector<double> got = constructed(one);
+      const std::vector<double> whole = constructed(two);
+      for (std::size_t i = 5; i + 4 < got.size(); i += 4) {
+        const double scale =
+            std::max({std::fabs(whole[i - 4]), std::fabs(whole[i]), std::fabs(whole[i + 4])});
+        const bool equal = got[i] == whole[i] || (std::isnan(got[i]) && std::isnan(whole[i])) ||
+                           std::fabs(got[i] - whole[i]) <= 1e-13 * scale + 1e-300;
+        ASSERT_TRUE(equal) << c.name << ", uniform " << uniform << ", cell " << i / 4 << ": " << got[i] << " "
+                           << whole[i];
+      }
+    }
 }
 
 // Every level, alone and with blocks that eight workers take in any order, each in its own scratch.
@@ -232,16 +276,20 @@ TEST(Families, PeriodicDataMustClose) {
   }
 }
 
-// A natural spline with not-a-knot ends over three breakpoints, one over a partition that stands still, and two whose
-// only zero pivot is followed by an infinite one, from the top and from the bottom.
+// A natural spline with not-a-knot ends over three breakpoints, one over a partition that stands still, two whose only
+// zero pivot is followed by an infinite one, from the top and from the bottom, and one that stands still far behind.
 TEST(Families, RefuseSingularSystems) {
+  std::vector<double> longStandstill;
+  for (std::int32_t i = 0; i < 5000; ++i)
+    longStandstill.push_back(i == 4000 || i == 4002 ? 4001 : i);
   const struct {
     std::int32_t bcType;
     std::vector<double> x;
   } cases[] = {{DF_END_NOT_A_KNOT, {0, 1, 2}},
                {DF_END_FREE, {1, 1, 1, 1}},
                {DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, {0, 1, 0, 1, 2, 3, 4, 5, 6}},
-               {DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, {0, 1, 2, 3, 4, 5, 6, 5, 6}}};
+               {DF_END_LEFT_SLOPE + DF_END_RIGHT_SLOPE, {0, 1, 2, 3, 4, 5, 6, 5, 6}},
+               {DF_END_FREE, longStandstill}};
   for (const auto& c : cases) {
     Problem p(problem::families()[3], c.bcType, false, static_cast<std::int32_t>(c.x.size()), 1);
     p.x = c.x;
