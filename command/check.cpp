@@ -99,7 +99,7 @@ void report_steps(report& to, const x_facts& x, const table_reader& table) {
   if (gap == steps.end())
     to.line("gaps", "none above 10 median steps");
   else
-    to.line("gaps", "{} above 10 median steps, the first of {:.6g} behind {}",
+    to.line("gaps", "{} above 10 median steps, the first of {:.6g} after {}",
             std::count_if(gap, steps.end(), [&](double h) { return h > 10.0 * median; }), *gap,
             table.nearby(x.lines[static_cast<std::size_t>(gap - steps.begin())]));
 
@@ -112,7 +112,7 @@ void report_steps(report& to, const x_facts& x, const table_reader& table) {
     off = std::max(off, std::fabs(x.values[i] - (static_cast<double>(i) * step + first)));
   const double rounding = 0x1p-51 * std::max(std::fabs(first), std::fabs(last));
   if (off <= std::min(rounding, 0x1p-32 * step))
-    to.line("hint", "DF_XHINT_UNIFORM: equidistant but for rounding");
+    to.line("hint", "DF_XHINT_UNIFORM: equidistant up to rounding");
   else if (off <= 0.05 * step)
     to.line("hint", "DF_XHINT_QUASI_UNIFORM: equidistant within {:.2g} of a step", off / step);
   else
@@ -120,7 +120,7 @@ void report_steps(report& to, const x_facts& x, const table_reader& table) {
 }
 
 const char* advice(const column_facts& y) {
-  if (y.turns_often()) return "smooth, if it is noise that turns so often; else cubic";
+  if (y.turns_often()) return "smooth, if noise makes it turn so often; otherwise cubic";
   if (y.rises == 0 && y.falls == 0) return "any: it is constant";
   if (y.is_monotone()) return "pchip or steffen keep it monotone; cubic is more accurate where it is smooth";
   if (y.jumps()) return "pchip or modified-akima: cubic overshoots at its jumps";
@@ -192,9 +192,9 @@ int check(const check_options& options) {
     to.line("kind", "\"{}\": {}", names[c], advice(facts[c]));
   }
   to.line("verdict", "{}",
-          fits       ? "splines can be made of it"
+          fits       ? "splines can be made from it"
           : rows < 2 ? "too few rows for a spline"
-                     : "no spline can be made of it as it is");
+                     : "no spline can be made from it as it is");
   output file(options.out.file);
   file.write(to.text());
   file.commit();

@@ -25,7 +25,7 @@ class formatter : public CLI::Formatter {
 // Counts as people write them: 1000, 1e6, 64k, 1M, 2^20.
 std::uint64_t count_of(const std::string& text) {
   const auto refuse = [&]() -> std::uint64_t {
-    throw CLI::ValidationError("\"" + text + "\" is no count; write 1000, 1e6, 64k, 1M or 2^20");
+    throw CLI::ValidationError("\"" + text + "\" is not a count; write 1000, 1e6, 64k, 1M or 2^20");
   };
   const char* const begin = text.c_str();
   char* rest = nullptr;
@@ -59,7 +59,7 @@ CLI::Option* add_count(CLI::App& app, const std::string& name, std::uint64_t& to
 CLI::Option* add_number(CLI::App& app, const std::string& name, std::optional<double>& to,
                         const std::string& description) {
   const auto take = [&to, name](const double& value) {
-    if (!std::isfinite(value)) throw CLI::ValidationError(name + ": a finite number is wanted");
+    if (!std::isfinite(value)) throw CLI::ValidationError(name + " must be a finite number");
     to = value;
   };
   return app.add_option_function<double>(name, take, description)->type_name("NUMBER");
@@ -72,7 +72,7 @@ void add_text(CLI::App& app, input_options& in) {
                  "comma, semicolon, tab, space or a character; guessed otherwise")
       ->type_name("WORD");
   app.add_option("--comment", in.comment,
-                 "Lines that begin with this character are left out (#); none: there are none")
+                 "Lines that start with this character are skipped (#); none: no comments")
       ->type_name("CHARACTER");
 }
 
@@ -84,32 +84,32 @@ void add_input(CLI::App& app, input_options& in, const char* file_description) {
       ->delimiter(',')
       ->type_name("COLUMN,...");
   add_text(app, in);
-  app.add_flag("--sort", in.sort, "Sort the rows by x first; takes all of them into memory");
+  app.add_flag("--sort", in.sort, "Sort the rows by x first; holds all of them in memory");
   app.add_flag("--mean-duplicates", in.mean_duplicates,
-               "Rows of equal x become one, with the mean of their values");
+               "Merge rows of equal x into one with the mean of their values");
 }
 
 void add_outside(CLI::App& app, spline_choice& spline) {
   app.add_option(
          "--outside", spline.outside,
-         "Outside of the data: proceed (the end polynomial goes on), clamp, wrap, nan, refuse, or a number")
+         "Outside the data: proceed (the end polynomial continues), clamp, wrap, nan, refuse, or a number")
       ->type_name("WORD");
 }
 
 void add_ends(CLI::App& app, spline_choice& spline) {
   app.add_option("--ends", spline.ends,
-                 "Both ends: own, free, not-a-knot, periodic, slope=NUMBER or curvature=NUMBER (what the "
-                 "kind does by itself)")
+                 "Both ends: own, free, not-a-knot, periodic, slope=NUMBER or curvature=NUMBER (the kind's "
+                 "own)")
       ->type_name("END");
-  app.add_option("--left", spline.left, "The same for the left end alone")->type_name("END");
-  app.add_option("--right", spline.right, "The same for the right end alone")->type_name("END");
+  app.add_option("--left", spline.left, "The left end only")->type_name("END");
+  app.add_option("--right", spline.right, "The right end only")->type_name("END");
 }
 
 void add_spline(CLI::App& app, spline_choice& spline) {
   std::string all;
   for (const std::string& name : kind_names())
     all += (all.empty() ? "" : ", ") + name;
-  app.add_option("-k,--kind", spline.kind, "Kind of spline: " + all + " (cubic, which natural means too)")
+  app.add_option("-k,--kind", spline.kind, "Kind of spline: " + all + " (cubic, also called natural)")
       ->check(CLI::IsMember(kind_names()).description(""))
       ->type_name("KIND");
   add_ends(app, spline);
@@ -118,13 +118,13 @@ void add_spline(CLI::App& app, spline_choice& spline) {
 
 void add_output(CLI::App& app, output_options& out) {
   app.add_option("-o,--output", out.file, "File to write; - or nothing: standard output")->type_name("FILE");
-  app.add_option("--format", out.format, "csv, tsv or npy, whatever the name of the file says")
+  app.add_option("--format", out.format, "csv, tsv or npy, whatever the file is called")
       ->check(CLI::IsMember({"csv", "tsv", "npy"}).description(""))
       ->type_name("FORMAT");
 }
 
 void add_quiet(CLI::App& app, output_options& out) {
-  app.add_flag("-q,--quiet", out.quiet, "No progress and no remarks");
+  app.add_flag("-q,--quiet", out.quiet, "No progress and no notes");
 }
 
 void add_derivatives(CLI::App& app, std::vector<int>& derivatives) {
@@ -141,12 +141,12 @@ void add_derivatives(CLI::App& app, std::vector<int>& derivatives) {
 }
 
 void add_grid(CLI::App& app, site_choice& sites) {
-  add_number(app, "--step", sites.step, "Sites this far apart, from the first breakpoint on");
-  add_count(app, "-n,--n", sites.n, "So many equidistant sites, both ends among them");
+  add_number(app, "--step", sites.step, "Distance of the sites, from the first breakpoint on");
+  add_count(app, "-n,--n", sites.n, "Number of equidistant sites, both ends included");
   add_number(app, "--from", sites.from, "First site for --step and --n (the first breakpoint)");
   add_number(app, "--to", sites.to, "Last site for --step and --n (the last breakpoint)");
   app.add_option("--at", sites.at, "Sites from the first column of a file")->type_name("FILE");
-  app.add_option("--like", sites.like, "Sites from the column of x of another table")->type_name("FILE");
+  app.add_option("--like", sites.like, "Sites from the x column of another table")->type_name("FILE");
 }
 
 void set_examples(CLI::App& app, const char* examples) {
@@ -168,7 +168,7 @@ constexpr const char* table_file =
 
 void add_resample(command_line& line) {
   std::shared_ptr<resample_options> o;
-  CLI::App& app = add(line, "resample", "Bring the columns of a table to other values of x", resample, o);
+  CLI::App& app = add(line, "resample", "Evaluate the columns of a table at other values of x", resample, o);
   add_input(app, o->in, table_file);
   add_grid(app, o->sites);
   add_derivatives(app, o->derivatives);
@@ -186,7 +186,7 @@ void add_eval(command_line& line) {
   std::shared_ptr<resample_options> o;
   CLI::App& app =
       add(line, "eval", "Values and derivatives at given sites, of a table or of a curve", evaluate, o);
-  add_input(app, o->in, "Table, or curve that fit has written");
+  add_input(app, o->in, "Table, or curve written by fit");
   app.add_option("--at", o->sites.at, "Sites from the first column of a file")->type_name("FILE");
   app.add_option("--sites", o->sites.list, "Sites, separated by commas")
       ->delimiter(',')
@@ -202,10 +202,10 @@ void add_eval(command_line& line) {
 
 void add_fit(command_line& line) {
   std::shared_ptr<fit_options> o;
-  CLI::App& app = add(line, "fit", "Keep the spline of a table in a file, for eval and integrate", fit, o);
+  CLI::App& app = add(line, "fit", "Save the splines of a table in a file, for eval and integrate", fit, o);
   add_input(app, o->in, table_file);
   add_spline(app, o->spline);
-  app.add_option("-o,--output", o->out.file, "File to write, by custom .rfit")->required()->type_name("FILE");
+  app.add_option("-o,--output", o->out.file, "File to write, usually .rfit")->required()->type_name("FILE");
   add_quiet(app, o->out);
   set_examples(app,
                "  ravenfit fit in.csv --x t -o curve.rfit\n"
@@ -215,10 +215,9 @@ void add_fit(command_line& line) {
 void add_integrate(command_line& line) {
   std::shared_ptr<integrate_options> o;
   CLI::App& app = add(line, "integrate", "Integrals of the columns of a table, or of a curve", integrate, o);
-  add_input(app, o->in, "Table, or curve that fit has written");
+  add_input(app, o->in, "Table, or curve written by fit");
   add_number(app, "--from", o->from, "Lower limit (the first breakpoint)");
-  add_number(app, "--to", o->to,
-             "Upper limit (the last breakpoint); below the lower one it changes the sign");
+  add_number(app, "--to", o->to, "Upper limit (the last breakpoint); below the lower one the sign changes");
   add_spline(app, o->spline);
   add_output(app, o->out);
   add_quiet(app, o->out);
@@ -229,11 +228,11 @@ void add_integrate(command_line& line) {
 
 void add_smooth(command_line& line) {
   std::shared_ptr<resample_options> o;
-  CLI::App& app = add(line, "smooth", "Smoothing splines of columns with noise", smooth, o);
+  CLI::App& app = add(line, "smooth", "Smooth noisy columns by splines", smooth, o);
   add_input(app, o->in, table_file);
   add_number(app, "--lambda", o->lambda,
-             "Weight of the roughness, 0 or more; without it the one of generalised cross-validation, which "
-             "is told on standard error");
+             "Weight of the roughness, 0 or more (found by generalised cross-validation, and printed on "
+             "standard error)");
   add_grid(app, o->sites);
   add_derivatives(app, o->derivatives);
   add_outside(app, o->spline);
@@ -255,8 +254,7 @@ void add_plot(command_line& line) {
   add_ends(app, o->spline);
   add_count(app, "-n,--n", o->n, "Sites of each curve (1000)");
   app.add_option("--size", o->size, "WIDTHxHEIGHT, in pixels or characters")->type_name("SIZE");
-  app.add_option("-o,--output", o->out.file,
-                 "A .svg or .png file; without it the plot is drawn in the terminal")
+  app.add_option("-o,--output", o->out.file, "A .svg or .png file (a plot in the terminal)")
       ->type_name("FILE");
   add_quiet(app, o->out);
   set_examples(app,
@@ -275,10 +273,10 @@ void add_sample(command_line& line) {
       ->type_name("GENERATOR");
   add_count(app, "-n,--n", o->n, "Rows")->required();
   app.add_option("--dim", o->dimension, "Columns; coordinates of a point (1)")->type_name("COUNT");
-  add_count(app, "--skip", o->skip, "Rows to leave out at the beginning");
+  add_count(app, "--skip", o->skip, "Rows to skip at the start");
   add_count(app, "--seed", o->seed, "Seed, below 2^32 (1)");
   const auto scramble = [o](const std::string& text) { o->scramble = count_of(text); };
-  app.add_option_function<std::string>("--scramble", scramble, "Scramble Sobol points by this seed")
+  app.add_option_function<std::string>("--scramble", scramble, "Scramble Sobol points with this seed")
       ->type_name("SEED");
   const auto flag = [&](const char* name, const char* distribution, const char* description) {
     return app.add_flag_callback(
@@ -287,10 +285,10 @@ void add_sample(command_line& line) {
   CLI::Option* const normal = flag("--normal", "normal", "Normal variates instead of uniform ones");
   CLI::Option* const exponential = flag("--exponential", "exponential", "Exponential variates");
   CLI::Option* const log_normal =
-      flag("--log-normal", "log-normal", "Log-normal variates; mean and sigma are of the logarithm");
+      flag("--log-normal", "log-normal", "Log-normal variates; mean and sigma are those of the logarithm");
   normal->excludes(exponential)->excludes(log_normal);
   exponential->excludes(log_normal);
-  CLI::Option* const mean = add_number(app, "--mean", o->first, "Mean (0; of exponential variates 1)");
+  CLI::Option* const mean = add_number(app, "--mean", o->first, "Mean (0, for exponential variates 1)");
   CLI::Option* const sigma = add_number(app, "--sigma", o->second, "Standard deviation (1)");
   CLI::Option* const low = add_number(app, "--low", o->first, "Lower end of uniform numbers (0)");
   CLI::Option* const high = add_number(app, "--high", o->second, "Upper end of uniform numbers (1)");
@@ -311,7 +309,7 @@ void add_sample(command_line& line) {
 
 void add_check(command_line& line) {
   std::shared_ptr<check_options> o;
-  CLI::App& app = add(line, "check", "Tell what is in a table, and which spline fits", check, o);
+  CLI::App& app = add(line, "check", "Describe a table, and which spline suits it", check, o);
   app.add_option("file", o->in.file, table_file)->required()->type_name("FILE");
   app.add_option("-x,--x", o->in.x, "Column of the breakpoints, by name or number from 1 (the first one)")
       ->type_name("COLUMN");
@@ -323,8 +321,7 @@ void add_check(command_line& line) {
 }
 
 void add_info(command_line& line) {
-  CLI::App& app =
-      *line.app.add_subcommand("info", "Version, level of the kernels and why, what would make it faster");
+  CLI::App& app = *line.app.add_subcommand("info", "Version, kernel level and why, what would be faster");
   app.callback([&line] { line.chosen = info; });
   set_examples(app, "  ravenfit info");
 }
@@ -354,7 +351,7 @@ std::unique_ptr<command_line> make_command_line() {
   add_info(*line);
   line->app.footer(
       "`ravenfit COMMAND --help` lists the options of a command, with examples.\n"
-      "Exit code: 0, 1 where the data or a file is at fault, 2 where the arguments are.");
+      "Exit code: 0 for success, 1 if the data or a file is at fault, 2 if the arguments are.");
   return line;
 }
 

@@ -50,7 +50,7 @@ double number_in(const std::string& text, std::size_t from) {
   const char* const end = text.data() + text.size();
   const auto [rest, failed] = std::from_chars(text.data() + from, end, value);
   if (failed != std::errc() || rest != end || !std::isfinite(value))
-    throw use_error("\"" + text + "\": a number must stand behind \"" + text.substr(0, from) + "\"");
+    throw use_error("\"" + text + "\": a number must follow \"" + text.substr(0, from) + "\"");
   return value;
 }
 
@@ -62,7 +62,7 @@ end_condition end_of(const std::string& text) {
   if (text.rfind("slope=", 0) == 0) return ravenfit::slope(number_in(text, 6));
   if (text.rfind("curvature=", 0) == 0) return ravenfit::curvature(number_in(text, 10));
   throw use_error("\"" + text +
-                  "\" is no end; there are own, free, not-a-knot, periodic, slope=NUMBER, curvature=NUMBER");
+                  "\" is not an end; take own, free, not-a-knot, periodic, slope=NUMBER, curvature=NUMBER");
 }
 
 struct outside_row {

@@ -111,11 +111,11 @@ curve::parts read_curve(const std::string& path) {
   curve_reader from(path);
   char first[sizeof magic - 1] = {};
   from.take(first, sizeof first);
-  if (std::memcmp(first, magic, sizeof first) != 0) from.refuse("is no curve");
+  if (std::memcmp(first, magic, sizeof first) != 0) from.refuse("is not a curve");
   char second[sizeof version - 1] = {};
   from.take(second, sizeof second);
   if (std::memcmp(second, version, sizeof second) != 0)
-    from.refuse("the curve is of a later version; take a newer ravenfit");
+    from.refuse("the curve is of a later version; use a newer ravenfit");
   header h{};
   from.take(&h, sizeof h);
   if (h.order < DF_ORDER_LINEAR || h.order > DF_ORDER_CUBIC ||

@@ -49,8 +49,7 @@ int integrate(const integrate_options& options) {
     const double limits[2] = {options.from.value_or(of.first()), options.to.value_or(of.last())};
     for (const double limit : limits)
       if (refuses && !(limit >= of.first() && limit <= of.last()))
-        throw data_error(
-            fmt::format("limit {} is outside of the data, which --outside refuse does not take", limit));
+        throw data_error(fmt::format("limit {} is outside the data, which --outside refuse forbids", limit));
     std::vector<double> row = of.integrals(limits[0], limits[1]);
     row.insert(row.begin(), limits[1]);
     std::vector<std::string> heading = {"from", "to"};

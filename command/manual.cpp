@@ -69,9 +69,9 @@ std::string manual_page(const CLI::App& app) {
   page += escaped(
               "Each command reads a table of numbers (CSV, TSV, other text with separators, or .npy) and "
               "writes one. Columns "
-              "are named, or numbered from 1. x must ascend; --sort and --mean-duplicates help where it does "
-              "not. A file that "
-              "is written appears under its name when it is whole.") +
+              "go by name, or by number from 1. x must ascend; --sort and --mean-duplicates help where it "
+              "does not. Output "
+              "files appear under their names when they are complete.") +
           "\n.SH COMMANDS\n";
   for (const CLI::App* sub : subcommands_of(app)) {
     page += fmt::format(".SS ravenfit {}\n{}.\n", sub->get_name(), escaped(sub->get_description()));
@@ -80,13 +80,14 @@ std::string manual_page(const CLI::App& app) {
     page += ".PP\nExamples:\n.nf\n" + escaped(examples_of(*sub)) + "\n.fi\n";
   }
   page +=
-      ".SH EXIT STATUS\n0, 1 where the data or a file is at fault, 2 where the arguments are. After a "
-      "signal, what the shell makes "
-      "of it; no half file is left.\n.SH ENVIRONMENT\nThe command asks for the best kernels that the "
+      ".SH EXIT STATUS\n0 for success, 1 if the data or a file is at fault, 2 if the arguments are. After a "
+      "signal, as usual for "
+      "the shell; no incomplete file is left.\n.SH ENVIRONMENT\nThe command asks for the best kernels that "
+      "the "
       "processor's features "
-      "allow. \\fBRVN_KERNEL_LEVEL_FORCE\\fR (0 to 10) and \\fBRVN_CBWR\\fR set others; \\fBravenfit "
+      "allow. \\fBRVN_KERNEL_LEVEL_FORCE\\fR (0 to 9) and \\fBRVN_CBWR\\fR override this; \\fBravenfit "
       "info\\fR "
-      "tells.\n";
+      "says which.\n";
   return page;
 }
 

@@ -42,7 +42,7 @@ std::string size_of(const plot_options& options, const char* usual) {
   char rest = 0;
   if (std::sscanf(options.size.c_str(), "%ux%u%c", &width, &height, &rest) != 2 || width < 10 || height < 5 ||
       width > 20000 || height > 20000)
-    throw use_error("--size is WIDTHxHEIGHT, as 800x500, not \"" + options.size + "\"");
+    throw use_error("--size must be WIDTHxHEIGHT, such as 800x500, not \"" + options.size + "\"");
   return fmt::format("{},{}", width, height);
 }
 
@@ -74,13 +74,13 @@ void run_gnuplot(const std::string& script) {
   std::FILE* const pipe = ::popen("gnuplot", "w");
   if (pipe == nullptr) throw data_error("gnuplot does not start");
   std::fwrite(script.data(), 1, script.size(), pipe);
-  if (::pclose(pipe) != 0) throw data_error("gnuplot failed; its message stands above");
+  if (::pclose(pipe) != 0) throw data_error("gnuplot failed; its message is above");
 }
 
 }  // namespace
 
 int plot(const plot_options& options) {
-  if (options.n < 2 || options.n > 10'000'000) throw use_error("--n is 2 to 10 million");
+  if (options.n < 2 || options.n > 10'000'000) throw use_error("--n must be 2 to 10 million");
   std::string script = "set terminal " + terminal_of(options) + "\n";
   xy_reader data(options.in);
   std::vector<double> x;

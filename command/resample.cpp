@@ -73,8 +73,7 @@ class evaluation {
   void check_inside(const std::vector<double>& at) const {
     for (const double s : at)
       if (s < first_ || s > last_)
-        throw data_error(
-            fmt::format("site {} is outside of the data, which --outside refuse does not take", s));
+        throw data_error(fmt::format("site {} is outside the data, which --outside refuse forbids", s));
   }
 
   const resample_options& options_;
@@ -213,18 +212,18 @@ bool says_sites(const site_choice& sites) {
 }  // namespace
 
 int resample(const resample_options& options) {
-  if (!says_sites(options.sites)) throw use_error("say at which sites: by --step, --n, --at or --like");
+  if (!says_sites(options.sites)) throw use_error("choose the sites by --step, --n, --at or --like");
   return run_on_table(options, false);
 }
 
 int evaluate(const resample_options& options) {
-  if (!says_sites(options.sites)) throw use_error("say at which sites: by --at or --sites");
+  if (!says_sites(options.sites)) throw use_error("choose the sites by --at or --sites");
   return is_curve_file(options.in.file) ? run_on_curve(options) : run_on_table(options, false);
 }
 
 int smooth(const resample_options& options) {
   if (options.lambda && !(*options.lambda >= 0.0 && std::isfinite(*options.lambda)))
-    throw use_error(fmt::format("--lambda {}: it is 0 or above", *options.lambda));
+    throw use_error(fmt::format("--lambda {}: it must be 0 or more", *options.lambda));
   return run_on_table(options, true);
 }
 

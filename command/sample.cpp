@@ -60,7 +60,7 @@ ravenfit::generator generator_called(const std::string& text) {
 }
 
 std::uint32_t word(std::uint64_t seed) {
-  if (seed > UINT32_MAX) throw use_error(fmt::format("--seed {}: seeds are below 2^32", seed));
+  if (seed > UINT32_MAX) throw use_error(fmt::format("--seed {}: seeds must be below 2^32", seed));
   return static_cast<std::uint32_t>(seed);
 }
 
@@ -83,11 +83,11 @@ void draw(ravenfit::stream& from, const sample_options& options, ravenfit::view<
 int sample(const sample_options& options) {
   const bool sobol = options.generator == "sobol";
   const bool quasi_random = sobol || options.generator == "niederreiter";
-  if (options.dimension < 1) throw use_error("--dim is 1 or more");
+  if (options.dimension < 1) throw use_error("--dim must be 1 or more");
   if (options.scramble && !sobol) throw use_error("--scramble goes with sobol alone");
   const auto dimension = static_cast<std::uint64_t>(options.dimension);
   if (options.n > UINT64_MAX / dimension / sizeof(double) || options.skip > UINT64_MAX / dimension)
-    throw use_error("so many numbers cannot be counted");
+    throw use_error("that is more numbers than can be counted");
 
   ravenfit::stream source;
   try {

@@ -32,7 +32,7 @@ sites::sites(const site_choice& choice, const input_options& in, const std::stri
       to_(choice.to.value_or(0.0)) {
   const int ways = (choice.step ? 1 : 0) + (choice.n > 0 ? 1 : 0) + (choice.at.empty() ? 0 : 1) +
                    (choice.like.empty() ? 0 : 1) + (choice.list.empty() ? 0 : 1);
-  if (ways > 1) throw use_error("say the sites in one way: by --step, --n, --at, --like or --sites");
+  if (ways > 1) throw use_error("choose the sites in one way: by --step, --n, --at, --like or --sites");
   if ((has_from_ || has_to_) && !choice.step && choice.n == 0)
     throw use_error("--from and --to go with --step or --n");
   if (has_from_ && has_to_ && !(from_ <= to_))
@@ -41,7 +41,7 @@ sites::sites(const site_choice& choice, const input_options& in, const std::stri
     kind_ = by_step;
     step_ = *choice.step;
     if (!(step_ > 0.0) || !std::isfinite(step_))
-      throw use_error(fmt::format("--step {}: a step is above 0", step_));
+      throw use_error(fmt::format("--step {}: a step must be above 0", step_));
   } else if (choice.n > 0) {
     kind_ = by_count;
     count_ = choice.n;

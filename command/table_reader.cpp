@@ -19,12 +19,14 @@ std::unique_ptr<table_reader> open_table(const std::string& path, const text_for
       starts("\xfd"
              "7zXZ") ||
       starts("\x28\xb5\x2f\xfd"))
-    throw data_error(source->name() + ": is compressed; unpack it, as by `zcat FILE | ravenfit ... -`");
+    throw data_error(source->name() +
+                     ": is compressed; unpack it, for example by `zcat FILE | ravenfit ... -`");
   if (starts("PK\x03\x04"))
     throw data_error(source->name() +
                      ": is a zip archive, as spreadsheets and .npz files are; export CSV from it");
   if (starts("\xff\xfe") || starts("\xfe\xff"))
-    throw data_error(source->name() + ": is UTF-16 text; convert it, as by `iconv -f UTF-16 -t UTF-8 FILE`");
+    throw data_error(source->name() +
+                     ": is UTF-16 text; convert it, for example by `iconv -f UTF-16 -t UTF-8 FILE`");
   if (starts("ravenfit"))
     throw data_error(source->name() +
                      ": is a curve, not a table; `ravenfit eval` and `ravenfit integrate` take curves");
@@ -48,7 +50,7 @@ std::size_t find_column(const table_reader& table, const std::string& wanted) {
   if (found != names.end()) {
     if (std::find(found + 1, names.end(), wanted) != names.end())
       throw use_error(table.source().name() + ": several columns are called \"" + wanted +
-                      "\"; take the number of one");
+                      "\"; use the number of one");
     return static_cast<std::size_t>(found - names.begin());
   }
   std::size_t number = 0;

@@ -228,9 +228,9 @@ double text_reader::number_of(std::string_view text, std::size_t column) const {
   if (shown.empty())
     why = "the field is empty";
   else if (!value && shown.find(',') != std::string_view::npos)
-    why += " is no number; decimals are written with a point";
+    why += " is not a number; decimals are written with a point";
   else
-    why += value ? " is not finite" : " is no number";
+    why += value ? " is not finite" : " is not a number";
   throw data_error(field_message(*this, record_line_, names_[column], why));
 }
 

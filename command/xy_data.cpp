@@ -40,8 +40,8 @@ xy_reader::xy_reader(const input_options& options)
   std::sort(ascending.begin(), ascending.end());
   const auto twice = std::adjacent_find(ascending.begin(), ascending.end());
   if (twice != ascending.end())
-    throw use_error(table_->source().name() + ": column \"" + table_->names()[*twice] + "\" is taken twice");
-  if (columns.size() == 1) throw use_error(table_->source().name() + ": there is no column beside that of x");
+    throw use_error(table_->source().name() + ": column \"" + table_->names()[*twice] + "\" is used twice");
+  if (columns.size() == 1) throw use_error(table_->source().name() + ": there is no column but that of x");
   table_->choose(columns, false);
   x_name_ = table_->names()[x];
   for (std::size_t k = 1; k < columns.size(); ++k)
@@ -85,7 +85,7 @@ void xy_reader::read_all(std::vector<double>& x, std::vector<double>& y, progres
   const auto repeated = std::adjacent_find(x.begin(), x.end());
   if (repeated != x.end())
     throw data_error(table_->source().name() + ": column \"" + x_name_ + "\": " +
-                     fmt::format("{} stands in several rows; --mean-duplicates takes their mean", *repeated));
+                     fmt::format("{} occurs in several rows; --mean-duplicates takes their mean", *repeated));
 }
 
 void sort_rows(std::vector<double>& x, std::vector<double>& y, std::size_t functions) {

@@ -34,8 +34,10 @@ def draw(rows, path):
         panel.plot(*rows[name, "data"], "o", color="#c03a2b", markersize=3.5)
         panel.set_ylim(*limits)
         panel.set_title(name, fontsize=9)
+        panel.set_xlabel("x")
         panel.grid(color="#dddddd", linewidth=0.5)
         panel.set_axisbelow(True)
+    panels[0].set_ylabel("value")
     figure.savefig(path, metadata={"Date": None, "Creator": None})
     plt.close(figure)
 

@@ -55,7 +55,7 @@ void create(Life& life) {
   static constexpr std::int32_t hints[] = {0, 0, 0, 0, 1, 2, 2, 4, 4, 3};
   static constexpr std::int32_t layouts[] = {0, 0, 16, 32, 128, 5};
   static constexpr double steps[] = {1.0, 0.5, 0.125, 3.0, 1e-3, 1e-13, 1e6, 1e15};
-  life.nx = in.oneIn(8) ? 2 + in.below(250) : 2 + in.below(30);
+  life.nx = in.oneIn(8) ? 2 + 4 * in.below(250) : 2 + in.below(30);
   life.xhint = in.oneOf(hints);
   life.ny = in.oneIn(16) ? -1 : in.below(4);
   if (life.xhint == DF_XHINT_UNIFORM) {

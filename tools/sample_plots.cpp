@@ -70,27 +70,39 @@ void sampleStep() {
   print("step", "value", "data", x, y);
 }
 
+// Every kind for sin, those that need more than values with what belongs to it.
+std::vector<Kind> kindsOfSine(const Numbers& x) {
+  Numbers slopes(x.size());
+  std::transform(x.begin(), x.end(), slopes.begin(), [](double s) { return std::cos(s); });
+  Numbers curvatures(x.size() - 2);
+  std::transform(x.begin() + 1, x.end() - 1, curvatures.begin(), [](double s) { return -std::sin(s); });
+  std::vector<Kind> kinds = localAndNatural();
+  kinds.push_back({"Hermite", ravenfit::hermite(slopes)});
+  kinds.push_back({"second derivatives", ravenfit::second_derivatives(curvatures)});
+  kinds.push_back({"quadratic", ravenfit::quadratic(std::sin(0.5 * (x[0] + x[1])))});
+  kinds.push_back(
+      {"Subbotin",
+       ravenfit::subbotin().left(ravenfit::slope(slopes.front())).right(ravenfit::slope(slopes.back()))});
+  return kinds;
+}
+
 // The largest error of sin from 2 to 4, where neither an end nor an extremum reaches, at uneven steps.
 void sampleErrors() {
-  for (const Kind& kind : localAndNatural()) {
-    Numbers steps;
-    Numbers errors;
-    for (std::size_t n = 16; n <= 1024; n *= 2) {
-      Numbers x = equidistant(0, 8, n + 1);
-      const double step = x[1];
-      for (std::size_t i = 1; i < n; ++i)
-        x[i] += step * (i % 3 == 0 ? 0.17 : i % 3 == 1 ? -0.11 : 0.0);
-      Numbers y(x.size());
-      std::transform(x.begin(), x.end(), y.begin(), [](double s) { return std::sin(s); });
-      const Numbers t = equidistant(2, 4, 20011);
+  for (std::size_t n = 16; n <= 1024; n *= 2) {
+    Numbers x = equidistant(0, 8, n + 1);
+    const double step = x[1];
+    for (std::size_t i = 1; i < n; ++i)
+      x[i] += step * (i % 3 == 0 ? 0.17 : i % 3 == 1 ? -0.11 : 0.0);
+    Numbers y(x.size());
+    std::transform(x.begin(), x.end(), y.begin(), [](double s) { return std::sin(s); });
+    const Numbers t = equidistant(2, 4, 20011);
+    for (const Kind& kind : kindsOfSine(x)) {
       const Numbers v = spline(x, y, kind.options).at(t);
       double worst = 0;
       for (std::size_t i = 0; i < t.size(); ++i)
         worst = std::max(worst, std::fabs(v[i] - std::sin(t[i])));
-      steps.push_back(step);
-      errors.push_back(worst);
+      print("error", "value", kind.name, {step}, {worst});
     }
-    print("error", "value", kind.name, steps, errors);
   }
 }
 
@@ -132,11 +144,9 @@ void sampleSmoothing() {
   const double lambda = chosen.lambdas()[0];
   print("smoothing", "value", "data", x, y);
   print("smoothing", "value", "without noise", x, truth);
-  print("smoothing", "value", "a thousandth of it", t,
-        spline(x, y, ravenfit::smoothing(lambda / 1000)).at(t));
-  print("smoothing", "value", "cross-validated lambda", t, chosen.at(t));
-  print("smoothing", "value", "a thousand times it", t,
-        spline(x, y, ravenfit::smoothing(lambda * 1000)).at(t));
+  print("smoothing", "value", "lambda / 1000", t, spline(x, y, ravenfit::smoothing(lambda / 1000)).at(t));
+  print("smoothing", "value", "lambda by cross-validation", t, chosen.at(t));
+  print("smoothing", "value", "1000 lambda", t, spline(x, y, ravenfit::smoothing(lambda * 1000)).at(t));
 }
 
 // Where the first 16 values of four workers stand in one sequence, a row for each worker.

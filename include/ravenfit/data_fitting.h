@@ -10,7 +10,7 @@
  * breakpoints, function values, conditions and coefficients stay the caller's, who keeps them alive while the
  * task uses them.
  *
- * Every operation returns 0 or a negative DF_ERROR code; validation goes in a fixed order and the first
+ * Every operation returns 0 or a negative DF_ERROR code; arguments are validated in a fixed order and the first
  * failure returns at once. No operation prints, throws or ends the process (a processor without SSE2 is the
  * one exception: it ends the process at the first call with exit code 1).
  *
@@ -34,7 +34,7 @@ extern "C" {
 /* A data-fitting task; owned by the library from dfTaskCreate to dfTaskDestroy. */
 typedef struct DfTask DfTask;
 
-/* Statuses. Each is the result of the operations named behind it. */
+/* Statuses, with the operations that return them. */
 enum {
   DF_STATUS_OK = 0,
   DF_ERROR_NULL_TASK = -1000,          /* edit, construct, interpolate, destroy; create: null address */
@@ -122,12 +122,12 @@ enum {
                                  Modified Akima: its formula, by chords continued by 2 d_0 - d_1 and 3 d_0 - 2 d_1.
                                  PCHIP: the parabola through three points, limited. Steffen: the end chord. The
                                  other kinds refuse it */
-  DF_END_NOT_A_KNOT = 1,  /* third derivative continuous at the second and last but one breakpoint; kinds
+  DF_END_NOT_A_KNOT = 1,  /* third derivative continuous at the second and the last but one breakpoint; kinds
                                  3 to 5 and from 0x101 on: the end cubic, continued, passes through the third
-                                 point. With DF_XHINT_UNIFORM these and the natural kind have another condition,
-                                 which does NOT reproduce a straight line: the slope of the chord over the two
-                                 end cells is m_0 + 2 m_1, or 2 m_0 + m_1 (natural). For a not-a-knot end over
-                                 equidistant points hand over all breakpoints, with DF_XHINT_QUASI_UNIFORM */
+                                 point. With DF_XHINT_UNIFORM these and the natural kind have a different
+                                 condition, which DOES NOT REPRODUCE A STRAIGHT LINE: the slope of the chord over
+                                 the two end cells is m_0 + 2 m_1, or 2 m_0 + m_1 (natural). For a not-a-knot end
+                                 over equidistant points pass all breakpoints with DF_XHINT_QUASI_UNIFORM */
   DF_END_FREE = 2,        /* second derivative 0 */
   DF_END_LEFT_SLOPE = 4,  /* with 8 or 32 */
   DF_END_RIGHT_SLOPE = 8, /* with 4 or 16 */
@@ -141,7 +141,7 @@ enum {
 /* Internal conditions (icType). */
 enum { DF_IC_NONE = 0, DF_IC_SLOPES = 1, DF_IC_CURVATURES = 2, DF_IC_KNOT_ENDS = 4, DF_IC_KNOTS = 8 };
 
-/* Work wanted of dfTaskInterpolate (type, a bit set). */
+/* What dfTaskInterpolate is to do (type, a bit set). */
 enum {
   DF_WANT_INTERPOLATE = 1, /* evaluate into r */
   DF_WANT_CELLS = 2,       /* store the cell of every site in cell */
@@ -155,7 +155,7 @@ enum {
   DF_SITES_NONE = 0,
   DF_SITES_GENERAL = 1,
   DF_SITES_UNIFORM = 4, /* site[0] and site[1] are the two ends of nsite equidistant sites */
-  DF_SITES_SORTED = 64  /* ascending; not tested: other sites then get unspecified cells of 0 .. nx */
+  DF_SITES_SORTED = 64  /* ascending; not tested: sites in another order get unspecified cells of 0 .. nx */
 };
 
 /* Layout of the results (rhint), for function f, packed order k of nres, site i. */
@@ -194,7 +194,7 @@ RVN_API int32_t dfTaskCreate(DfTask** task, int32_t nx, const double* x, int32_t
  * icType, ic   DF_IC_*; null exactly when icType is 0.
  *              DF_IC_SLOPES: first derivatives at the nx - 2 interior breakpoints, ic[0] belonging to x[1].
  *              DF_IC_CURVATURES: second derivatives at the same breakpoints.
- *              DF_IC_KNOTS (kind Subbotin): nx + 1 knots t_0 .. t_nx with t_0 = x_0, t_nx the last breakpoint
+ * DF_IC_KNOTS (kind Subbotin): nx + 1 knots t_0 .. t_nx with t_0 = x_0, t_nx the last breakpoint
  *              and x_k < t_(k+1) < x_(k+1); with DF_IC_KNOT_ENDS added, the two knots t_1 and t_(nx-1) of an
  *              equidistant run.
  * coeff        room for the coefficients: ny rows of order * (nx - 1) doubles (order * nx for
@@ -244,7 +244,7 @@ RVN_API int32_t dfTaskEditSpline(DfTask* task, int32_t order, int32_t kind, int3
  *
  * Returns 0; -1000 null task; -1002 format or method; -1016, -1008, -1009 missing or unknown arrays; -1010,
  * -1011 order or kind not served; -1013, -1012 internal conditions missing or of another type; -1004 too few
- * breakpoints; -1014, -1015 boundary conditions; -1013 knots that are not where they belong; -1001 out of
+ * breakpoints; -1014, -1015 boundary conditions; -1013 misplaced knots; -1001 out of
  * memory: in all these cases the coefficients are untouched. -1018 periodic ends that differ, or are no
  * numbers: natural completes all coefficients from the data as given, default of order 4 those of earlier
  * functions and leaves those of the failing one unspecified, and all others touch nothing. -1500 singular
@@ -253,8 +253,8 @@ RVN_API int32_t dfTaskEditSpline(DfTask* task, int32_t order, int32_t kind, int3
 RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t method);
 
 /*
- * Finds cells and evaluates values and derivatives. Coefficients are read from the array that dfTaskEditSpline
- * was given, as they are: before dfTaskConstruct that is whatever the caller left there.
+ * Finds cells and evaluates values and derivatives. Coefficients are read from the array given to
+ * dfTaskEditSpline as they stand there: before dfTaskConstruct that is whatever the caller left in it.
  *
  * type      DF_WANT_* bits. With DF_WANT_GIVEN_CELLS the other bits have no effect; DF_WANT_CELLS alone finds
  *           cells and computes nothing else. That search alone gives cell 0 to a single uniform site: one site
@@ -262,7 +262,8 @@ RVN_API int32_t dfTaskConstruct(const DfTask* task, int32_t format, int32_t meth
  * method    must be DF_METHOD_POLYNOMIAL.
  * nsite     number of sites, at least 1.
  * site      nsite sites in any order, or two ends under DF_SITES_UNIFORM. Outside the partition the
- *           polynomial of the first or last cell goes on; ravenfit/spline_tools.h has other ways.
+ *           polynomial of the first or last cell continues; dfTaskSetOutside of ravenfit/spline_tools.h changes
+ *           that.
  * sitehint  DF_SITES_*.
  * ndorder   length of dorder, 0 with a null dorder.
  * dorder    a non-zero entry k requests derivative k. nres, the results per site and function, is the sum of

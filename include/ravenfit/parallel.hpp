@@ -1,17 +1,17 @@
 #ifndef RAVENFIT_PARALLEL_HPP
 #define RAVENFIT_PARALLEL_HPP
 
-// Batches over all cores, by oneTBB. Not part of ravenfit.hpp: only a program that includes this links TBB, by the CMake
-// target ravenfit::parallel beside the library, or by -ltbb.
+// Batches on all cores, with oneTBB. Not part of ravenfit.hpp: only programs that include this need TBB; link the CMake
+// target ravenfit::parallel beside the library, or -ltbb.
 //
 //   ravenfit::spline curves = ravenfit::parallel::make(x, y, ravenfit::pchip());
 //   ravenfit::parallel::at<0, 1>(curves, sites, out);
 //   ravenfit::parallel::fill_normal(g, values, mean, sigma);
 //
-// Every result has the bits of the operation without threads, whatever the number of threads is; a tbb::task_arena or
-// tbb::global_control of the caller's sets that. What is given is as for the operations of the same name, and so are the
-// statuses; where several parts fail, the status is that of the first one by place. A call that fails while it works has
-// written part of its results. One thread at a time calls for one stream; splines may be shared.
+// Every result is bit for bit that of the operation without threads, whatever the number of threads; a tbb::task_arena or
+// tbb::global_control of the caller's sets it. Arguments and statuses are those of the operations of the same name; if
+// several parts fail, the status is that of the first one by position. A call that fails while it works may have written
+// part of its results. One thread at a time uses a stream; splines may be shared.
 
 #include <algorithm>
 #include <cstddef>
@@ -132,7 +132,7 @@ void at(const spline& curve, const Sites& sites, view<double> out) {
   ravenfit::detail::check(try_at<K...>(curve, sites, out));
 }
 
-// As the constructor of spline, for many functions over one partition: they are shared out by eights at least.
+// As the constructor of spline, for many functions over one partition: they are shared out in groups of at least eight.
 template <class X, class Y>
 result<spline> try_make(const X& x, const Y& y, const spline_options& options = cubic()) {
   return spline::try_make_in_groups(x, y, options, [](std::size_t groups, auto body) {
@@ -146,8 +146,8 @@ spline make(const X& x, const Y& y, const spline_options& options = cubic()) {
 
 // ---- streams ----
 
-// The stream gives the values that it would give alone, and stands behind them afterwards. Generators that cannot skip
-// ahead are refused with RSG_ERROR_SKIP_AHEAD (R250, MT2203, RDRAND): give each worker a stream of its own, see
+// The values are those that the stream gives without threads, and it stands after them afterwards. Generators that cannot
+// skip ahead are refused with RSG_ERROR_SKIP_AHEAD (R250, MT2203, RDRAND): give each worker a stream of its own, see
 // stream::split.
 inline status try_fill_uniform(stream& g, view<double> r, double a = 0.0, double b = 1.0) {
   if (status s = g.try_fill_uniform(view<double>(), a, b); !s.ok()) return s;
@@ -167,8 +167,8 @@ inline void fill_normal(stream& g, view<double> r, double mean = 0.0, double sig
   ravenfit::detail::check(try_fill_normal(g, r, mean, sigma));
 }
 
-// The same for quasi-random points: whole ones, a row of the matrix for each. Points of which too few are left are refused
-// with RSG_ERROR_SKIP_AHEAD.
+// The same for quasi-random points: whole ones, a row of the matrix for each. If too few points are left, the call is
+// refused with RSG_ERROR_SKIP_AHEAD.
 inline void fill(points& from, view<double> matrix, double a = 0.0, double b = 1.0) {
   from.fill_by(matrix, [=](stream& g, view<double> r) { fill_uniform(g, r, a, b); });
 }

@@ -54,10 +54,11 @@ enum {
  * - MCG59: x <- 13^13 x mod 2^59. The start; 0 counts as 1. Period 2^57, shorter if the seed is even. (N. M. Maclaren,
  *   1989)
  * - Wichmann-Hill: four multiplicative generators combined. Reduced by the first modulus; 0 counts as 1. Period about
- *   2^93. Members with equal or close seeds begin almost alike: drop the first 10 values. (B. A. Wichmann, I. D. Hill,
+ *   2^93. Members with equal or close seeds start out almost alike: drop the first 10 values. (B. A. Wichmann, I. D. Hill,
  *   1982; moduli just under 2^24 after N. M. Maclaren, 1989)
  * - Sobol: points, delivered coordinate by coordinate. The dimension, 1 to 40; anything else counts as 1. 2^32 - 1
- *   points. (I. M. Sobol, 1967; P. Bratley, B. L. Fox, 1988)
+ *   points. (I. M. Sobol, 1967; P. Bratley, B. L. Fox, 1988.) The first two coordinates are those of SciPy's points, the
+ *   others are not: see rsgNewSobolFromTable of ravenfit/variates.h.
  * - Niederreiter: the same, in 1 to 318 dimensions. (H. Niederreiter, 1988)
  * - MT19937: the only word of the key. Period 2^19937 - 1. (M. Matsumoto, T. Nishimura, 1998)
  * - MT2203: the same; every member has a recurrence of its own. Period 2^2203 - 1. Give members different seeds, s +
@@ -113,7 +114,7 @@ RVN_API int32_t rsgDeleteStream(RsgStream** stream);
  *
  * method  RNG_UNIFORM_PLAIN or RNG_UNIFORM_CLAMPED. Plain values lie in a <= r < b up to rounding, which can yield b
  *         itself or a value just outside of either end; MRG32k3a can also yield b without it.
- * n       number of values; with 0 nothing further is looked at.
+ * n       number of values; with 0 nothing else is checked.
  * r       n doubles, at any address.
  * a, b    a below b. A NaN passes the test and every value is then a NaN; an infinite bound, or finite ones whose
  *         width or sum overflows, give infinities or NaNs, which clamping makes b or keeps.

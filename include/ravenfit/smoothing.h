@@ -10,7 +10,7 @@
  * (Nonparametric Regression and Generalized Linear Models, 1994, ch. 2): one symmetric system of five bands, in time and
  * memory proportional to nx. It is factored once for all functions.
  *
- * The result is rows of cubic coefficients, like those of any cubic kind: hand them to dfTaskEditSpline with
+ * The result is rows of cubic coefficients, like those of any cubic kind: pass them to dfTaskEditSpline with
  * DF_ORDER_CUBIC and DF_KIND_NATURAL, and dfTaskInterpolate evaluates them without a construction.
  *
  * Threads: any number of threads may call at once with arrays of their own; what is only read may be shared.
@@ -25,7 +25,7 @@
 extern "C" {
 #endif
 
-/* How lambda is found. */
+/* How lambda is chosen. */
 enum {
   DF_SMOOTH_LAMBDA = 0, /* it is given, one for all functions */
   DF_SMOOTH_GCV = 1 /* for each function the one that minimises the score of generalised cross-validation */
@@ -61,7 +61,7 @@ enum { DF_SMOOTH_GCV_BREAKPOINTS = 5 };
  * method  DF_SMOOTH_LAMBDA or DF_SMOOTH_GCV.
  * lambda  the weight of the roughness, 0 or more, in units of w y^2 / (y / x^2)^2 / x, that is of w x^3. 0 interpolates:
  *         the natural spline with free ends. As lambda grows, the spline tends to the weighted least-squares line. With
- *         DF_SMOOTH_GCV it is not looked at.
+ *         DF_SMOOTH_GCV it is ignored.
  * lambdaUsed  receives the lambda of every function (ny doubles), or null.
  * coeff   receives ny rows of 4 * (nx - 1) doubles: c_0 to c_3 of every cell, in ascending powers of (t - x[i]). The
  *         value c_0 of a cell is the smoothed value at its left breakpoint. No array may overlap it.
@@ -80,8 +80,8 @@ enum { DF_SMOOTH_GCV_BREAKPOINTS = 5 };
  *
  * Returns 0, or before anything is written: -1004 nx too small; -1005 no x; -1006 xhint; -1007 ny; -1008 no y; -1009
  * yhint; -1016 no coeff; -1100 method; -1101 lambda; -1040 breakpoints; -1102 weights; -1104 values;
- * -1001 out of memory, or a size that does not fit this machine. -1105 scale, which is known late: lambdaUsed and coeff
- * may be written in part.
+ * -1001 out of memory, or a size that does not fit this machine. -1105 scale, which is found late: lambdaUsed and coeff
+ * may then be partly written.
  */
 RVN_API int32_t dfSmooth(int32_t nx, const double* x, int32_t xhint, int32_t ny, const double* y,
                          int32_t yhint, const double* w, int32_t method, double lambda, double* lambdaUsed,

@@ -28,7 +28,7 @@ namespace ravenfit {
 // const members may be called by many threads at once.
 class spline {
  public:
-  // An object that nothing can be asked of; so is one that was moved from.
+  // Empty, as is an object that was moved from: every operation on it fails.
   spline() = default;
 
   // x: nx breakpoints, ascending. y: nx values for every function, one function after another unless the options say
@@ -72,11 +72,11 @@ class spline {
   view<const double> coefficients() const {
     return has_state() ? view<const double>(state_->coeff) : view<const double>();
   }
-  // Of a smoothing spline, of every function.
+  // The lambda of every function, for a smoothing spline.
   view<const double> lambdas() const {
     return has_state() ? view<const double>(state_->lambdas) : view<const double>();
   }
-  // For what the C operations offer beyond this class; stays the spline's.
+  // For C operations beyond this class; the spline still owns it.
   const DfTask* task() const { return has_state() ? state_->task.get() : nullptr; }
 
   // The value of one function.
@@ -134,7 +134,7 @@ class spline {
     return check_sites(detail::numbers(sites));
   }
 
-  // From a to b, in any order, also outside.
+  // From a to b, in either order, also outside the domain.
   double integral(double a, double b, std::size_t function = 0) const {
     detail::check(usable(function));
     std::vector<double> all(functions());
@@ -193,8 +193,8 @@ class spline {
                     });
   }
 
-  // As splines over the same breakpoints; the antiderivative is 0 at the first one. Outside, they refuse and give NaN as
-  // this one does, the derivative repeats itself as this one does, and else the end polynomials go on.
+  // As splines over the same breakpoints; the antiderivative is 0 at the first one. Outside, they refuse or give NaN as
+  // this one does, the derivative wraps as this one does, and otherwise the end polynomials continue.
   spline antiderivative() const { return related(1, dfTaskAntiderivative); }
   spline derivative_spline() const { return related(-1, dfTaskDerivative); }
 

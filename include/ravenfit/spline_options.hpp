@@ -1,7 +1,7 @@
 #ifndef RAVENFIT_SPLINE_OPTIONS_HPP
 #define RAVENFIT_SPLINE_OPTIONS_HPP
 
-// What a spline is to be: kind, ends, outside. Included by ravenfit.hpp.
+// What a spline shall be: kind, ends, and values outside. Included by ravenfit.hpp.
 
 #include <vector>
 
@@ -23,7 +23,7 @@ struct end_condition {
   double value = 0.0;
 };
 
-// What the kind does by itself: for Akima's kinds, PCHIP and Steffen.
+// The kind's own ends: for Akima, modified Akima, PCHIP and Steffen.
 inline end_condition own_end() {
   return {end_condition::own, 0.0};
 }
@@ -57,8 +57,8 @@ constexpr outside_mode clamp = outside_mode::clamp;
 constexpr outside_mode wrap = outside_mode::wrap;
 constexpr outside_mode refuse = outside_mode::refuse;
 
-// The kind of a spline and everything that is set of it. Made by the functions below; setters change one thing each and
-// return the whole, so that they chain.
+// The kind of a spline and all of its settings. Made by the functions below; each setter changes one thing and returns the
+// whole, so that calls chain.
 class spline_options {
  public:
   spline_options(int order, int kind, end_condition ends)
@@ -73,7 +73,7 @@ class spline_options {
   spline_options& outside(double value) { return outside_value_ = value, outside(outside_mode::constant); }
   spline_options& below(outside_mode mode) { return below_ = mode, *this; }
   spline_options& above(outside_mode mode) { return above_ = mode, *this; }
-  // y holds the values of all functions at a breakpoint side by side; otherwise those of a function.
+  // y holds the values of all functions at a breakpoint side by side; without this, all values of a function.
   spline_options& by_breakpoint() { return by_breakpoint_ = true, *this; }
   // Breakpoints are taken as they are: not tested, no structure looked for.
   spline_options& unchecked() { return unchecked_ = true, *this; }

@@ -2,19 +2,19 @@
 #define RAVENFIT_SPLINE_TOOLS_H
 
 /*
- * What is done with splines beside building and evaluating them: a test of breakpoints, a choice of what a spline is
- * outside its partition, integrals, coefficients of the antiderivative and the derivative, roots, the inverse.
+ * More operations on splines: a test of breakpoints, what a spline is outside its partition, integrals, coefficients of
+ * antiderivative and derivative, roots, the inverse.
  *
  * Everything works on tasks of data_fitting.h whose coefficients are known, be they constructed or the caller's own,
  * over general and uniform partitions. What is said of polynomial pieces holds for every order from 2 on; for
- * DF_KIND_SUBBOTIN pieces join at the knots that dfTaskInterpolate would use. The kinds without coefficients
- * (DF_KIND_LOOKUP, the steps) have none of it but dfTaskSetOutside.
+ * DF_KIND_SUBBOTIN pieces join at the knots that dfTaskInterpolate would use. Of all this the kinds without coefficients
+ * (DF_KIND_LOOKUP, the steps) have only dfTaskSetOutside.
  *
  * Every operation returns 0 or a negative DF_ERROR code; the first failure returns at once, and then nothing is
- * written (but the index of a bad breakpoint). NaN and infinities in arrays never fault.
+ * written (except the index of a bad breakpoint). NaN and infinities in arrays never fault.
  *
  * Threads: operations on a const task may be called by many threads at once, also beside dfTaskInterpolate, as long as
- * none edits, constructs, sets or destroys the task, or writes its arrays.
+ * nobody edits, constructs, sets or destroys the task, or writes to its arrays.
  */
 
 #include <ravenfit/data_fitting.h>
@@ -44,7 +44,8 @@ enum {
 
 /* Boundary types of dfTaskEditSpline with not-a-knot at one end alone, and a slope or second derivative at the other: the
  * left end is named first, and bc is read as for two given ends. For all kinds that take DF_END_NOT_A_KNOT, from 3
- * breakpoints on or what the kind needs; like it they have a condition of their own on a uniform partition. A
+ * breakpoints on or what the kind needs. Like it they have a different condition under DF_XHINT_UNIFORM, which DOES NOT
+ * REPRODUCE A STRAIGHT LINE: pass all breakpoints with DF_XHINT_QUASI_UNIFORM instead. A
  * second derivative of 0 is a free end. */
 enum {
   DF_END_NOT_A_KNOT_SLOPE = 0x108,
@@ -87,12 +88,12 @@ RVN_API int32_t dfCheckBreakpoints(int32_t nx, const double* x, int32_t* firstBa
  * above  DF_OUTSIDE_*, for sites s > x[nx-1].
  * value  what DF_OUTSIDE_CONSTANT gives, for every function.
  *
- * dfTaskInterpolate then works so: wrapped sites go the way of the sites that they fall on, cells that are stored or
- * given among them; in the other modes cells stay what they were, 0 and nx. A search for cells alone is not affected,
- * nor is DF_KIND_LOOKUP. Under DF_OUTSIDE_REFUSE all sites are tested before anything is written, and a NaN counts as
+ * In dfTaskInterpolate wrapped sites are then treated as the sites that they fall on, including cells that are stored or
+ * given; in the other modes cells stay what they were, 0 and nx. A search for cells alone is not affected, nor is
+ * DF_KIND_LOOKUP. Under DF_OUTSIDE_REFUSE all sites are tested before anything is written, and a NaN counts as
  * outside; in the other modes a NaN goes through the formulas. Wrapping an infinite site gives NaN, and one that is
- * further away than 2^52 periods an unspecified site of the partition. Nothing makes the two ends of a wrapped spline
- * meet but its boundary conditions: sites fall on x[0] <= s < x[nx-1], and the last breakpoint itself stays the end of
+ * further away than 2^52 periods an unspecified site of the partition. Only its boundary conditions make the two ends of
+ * a wrapped spline meet: sites fall on x[0] <= s < x[nx-1], and the last breakpoint itself stays the end of
  * the last piece. Results may not replace the sites of the call.
  *
  * Returns 0; -1000 null task; -1041 unknown mode.
@@ -115,8 +116,9 @@ RVN_API int32_t dfTaskSetOutside(DfTask* task, int32_t below, int32_t above, dou
  * limits gives NaN, an infinite one an infinity or a NaN.
  *
  * The first call builds 16 bytes a breakpoint and function and keeps them in the task until dfTaskConstruct,
- * dfTaskEditSpline or dfTaskDestroy: a caller who changes breakpoints or coefficients in place calls dfTaskEditSpline
- * again. Threads may meet in the first call. Behind a piece whose integral is not finite, integrals across pieces are NaN.
+ * dfTaskEditSpline or dfTaskDestroy: after changing breakpoints or coefficients in place, call dfTaskEditSpline again.
+ * Several threads may make the first call at once. After a piece whose integral is not finite, integrals across pieces
+ * are NaN.
  *
  * Returns 0; -1000 null task; -1030, -1031, -1032, -1033, -1034; -1011 a kind without pieces; -1016 a row of
  * coefficients missing; -1001 out of memory; -1042.
@@ -125,9 +127,9 @@ RVN_API int32_t dfTaskIntegrate(const DfTask* task, int32_t n, const double* lef
                                 double* r, int32_t rhint);
 
 /*
- * Coefficients of the antiderivative that is 0 at x[0], as a spline of order + 1 over the same partition: hand them with
- * that order and DF_KIND_DEFAULT to the dfTaskEditSpline of a task over it, and dfTaskInterpolate gives its values and
- * derivatives (that of a cubic has order 5, of which it does not give derivative 4: take derivative 3 of the cubic).
+ * Coefficients of the antiderivative that is 0 at x[0], as a spline of order + 1 over the same partition: pass them with
+ * that order and DF_KIND_DEFAULT to dfTaskEditSpline for a task over that partition, and dfTaskInterpolate gives its values
+ * and derivatives (that of a cubic has order 5, of which it does not give derivative 4: take derivative 3 of the cubic).
  *
  * coeff  room for ny rows (ny 0 counts as 1) of (order + 1) * (nx - 1) doubles, apart from the task's own.
  *

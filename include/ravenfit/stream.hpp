@@ -23,7 +23,7 @@
 
 namespace ravenfit {
 
-// A basic generator; docs/streams.md says which to take for what.
+// A basic generator; docs/streams.md says which one to take.
 struct generator {
   std::int32_t id;
 };
@@ -82,7 +82,7 @@ inline bool is_deviation(double sigma) {
 // generator, so that the distributions of <random> take it; fills are many times faster. One thread at a time uses it.
 class stream {
  public:
-  // Nothing can be asked of it, or of a stream that was moved from.
+  // Empty, as is a stream that was moved from: every operation on it fails.
   stream() = default;
   explicit stream(generator which, std::uint32_t seed = 1) : stream(try_make(which, seed).value()) {}
   // Several seed words, as the generator's authors take them.
@@ -131,7 +131,7 @@ class stream {
   }
 
   // ---- fills ----
-  // a <= r < b but for rounding; see vdRngUniform.
+  // a <= r < b, up to rounding; see vdRngUniform.
   void fill_uniform(view<double> r, double a = 0.0, double b = 1.0) {
     detail::check(try_fill_uniform(r, a, b));
   }
@@ -194,21 +194,21 @@ class stream {
   }
 
   // ---- moves and parts ----
-  // As if so many values had been drawn.
+  // As if that many values had been drawn.
   void skip(std::uint64_t values) { detail::check(try_skip(values)); }
   status try_skip(std::uint64_t values) {
     if (status s = usable(); !s.ok()) return s;
     return moved(RSG_MOVE_SKIP_AHEAD, RSG_ERROR_SKIP_AHEAD,
                  [&] { return rsgSkipAhead(stream_.get(), values); });
   }
-  // Value k of every `count` ones is left.
+  // Keeps value k of every `count` values.
   void leapfrog(int k, int count) { detail::check(try_leapfrog(k, count)); }
   status try_leapfrog(int k, int count) {
     if (status s = usable(); !s.ok()) return s;
     if (k < 0 || k >= count) return detail::bad_interval("k", k, "count", count);
     return moved(RSG_MOVE_LEAPFROG, RSG_ERROR_LEAPFROG, [&] { return rsgLeapfrog(stream_.get(), k, count); });
   }
-  // Streams for so many workers; see rsgSplit for how each generator does it. With a stretch, part i begins i * stretch
+  // Streams for `count` workers; see rsgSplit for how each generator does it. With a stretch, part i starts i * stretch
   // values ahead.
   std::vector<stream> split(int count, std::uint64_t stretch = 0) const {
     return std::move(try_split(count, stretch)).value();
@@ -273,7 +273,7 @@ class stream {
     rsgStreamInfo(stream_.get(), &known);
     return known;
   }
-  // For what the C operations offer beyond this class; stays the stream's.
+  // For C operations beyond this class; the stream still owns it.
   RsgStream* get() const { return stream_.get(); }
 
  private:
@@ -313,7 +313,7 @@ class points {
  public:
   int dimension() const { return dimension_; }
 
-  // So many points further.
+  // Moves ahead by `count` points.
   points& skip(std::uint64_t count) {
     const auto coordinates = static_cast<std::uint64_t>(dimension_);
     if (count > UINT64_MAX / coordinates) detail::fail(detail::stream_status(RSG_ERROR_SKIP_AHEAD));
@@ -343,7 +343,7 @@ class points {
     call(stream_, matrix);
     done_ += matrix.size() / coordinates;
   }
-  // The stream behind, which delivers coordinate by coordinate.
+  // The underlying stream, which delivers coordinate by coordinate.
   stream& coordinates() { return stream_; }
 
  protected:
@@ -377,8 +377,8 @@ class sobol : public points {
     return *this;
   }
 
-  // From here on, points are randomised by a seed: a digital shift, and before it a random linear scrambling unless that
-  // is left out. Their place in the sequence stays.
+  // From here on, points are randomised by a seed: by a random linear scrambling, if `linear`, and a digital shift. The
+  // place in the sequence stays.
   sobol& scramble(std::uint64_t seed, bool linear = true) {
     RsgStream* scrambled = nullptr;
     const int code = rsgNewScrambledSobol(&scrambled, dimension_, seed,

@@ -2,7 +2,7 @@
 #define RAVENFIT_STREAM_TOOLS_H
 
 /*
- * More to do with the streams of ravenfit/random_streams.h: moves, parts for workers, copies, saved streams, facts of
+ * More operations on the streams of ravenfit/random_streams.h: moves, parts for workers, copies, saved streams, facts about
  * generators, and values other than doubles.
  *
  * Operations return 0 or a negative RSG_ERROR code. A bad parameter is also reported, see rvnSetMessageHandler of
@@ -34,7 +34,7 @@ enum {
 
 /* ---- Facts ---- */
 
-/* Moves that a generator bears (a bit set). */
+/* Moves that a generator supports (a bit set). */
 enum {
   RSG_MOVE_SKIP_AHEAD = 1, /* rsgSkipAhead */
   RSG_MOVE_LEAPFROG = 2,   /* rsgLeapfrog, any number of streams */
@@ -84,7 +84,7 @@ RVN_API int32_t rsgStreamInfo(const RsgStream* stream, RsgInfo* info);
 /*
  * Creates a stream and seeds its generator by several words, as the generator's authors do it where they say how: the
  * Mersenne Twisters by their array seeding, others by taking words as the state, in order, reduced to what it can hold.
- * Missing words count as in random_streams.h, words too many are not looked at. Quasi-random: the first word is the
+ * Missing words count as in random_streams.h, extra words are ignored. Quasi-random: the first word is the
  * dimension. RDRAND: the second one is the number of failures in a row that ends a fill, if it is not 0.
  *
  * stream  address of the caller's pointer, which receives the stream; rsgDeleteStream deletes it.
@@ -108,9 +108,9 @@ RVN_API int32_t rsgCopyStream(RsgStream** copy, const RsgStream* source);
 RVN_API int32_t rsgSaveSize(const RsgStream* stream);
 
 /*
- * Writes the stream's state to a buffer, the same bytes on every platform, level and byte order. rsgLoadStream of this and
- * of later versions makes a stream of them that goes on where this one stands. RDRAND has no sequence to go on with. Points by a caller's table (rsgNewSobolFromTable) are not saved: make them again
- * from the table, and skip.
+ * Writes the stream's state to a buffer, the same bytes on every platform, level and byte order. rsgLoadStream of this
+ * version and later ones makes a stream from them that continues where this one stands. RDRAND has no sequence to
+ * continue. Points from a caller's table (rsgNewSobolFromTable) are not saved: create them again from the table, and skip.
  *
  * buffer, size  `size` bytes, of which the first rsgSaveSize are written.
  *
@@ -119,9 +119,9 @@ RVN_API int32_t rsgSaveSize(const RsgStream* stream);
 RVN_API int32_t rsgSaveStream(const RsgStream* stream, void* buffer, int32_t size);
 
 /*
- * Creates a stream from what rsgSaveStream wrote. Bytes behind that are not looked at; rsgSaveSize of the new stream tells
- * where they begin. The bytes are not trusted: a check sum finds every damage of a single byte and nearly all others, and
- * a state that the generator cannot have is refused even where the sum is right.
+ * Creates a stream from what rsgSaveStream wrote. Bytes after that are ignored; rsgSaveSize of the new stream tells where
+ * they start. The bytes are not trusted: a checksum catches all damage to a single byte and nearly all other, and a state
+ * that the generator cannot be in is refused even if the sum is right.
  *
  * Returns 0; -5 null address; -3 null buffer or negative size; -1202 cut, damaged, or no saved stream; -1203 saved by a
  * later version; all with *stream untouched. -4 out of memory, *stream null.
@@ -165,11 +165,11 @@ RVN_API int32_t rsgSelectCoordinate(RsgStream* stream, int32_t coordinate);
  * Makes `count` streams of one, for as many workers. The stream itself stays where it is; do not draw from it beside its
  * parts.
  *
- * stretch  0: parts as the generator bears it best (`split` of RsgInfo).
+ * stretch  0: parts in the way that suits the generator (`split` of RsgInfo).
  *            leapfrog (MCG31, MCG59): part i takes every count-th output, from output i on.
  *            skip (MRG32k3a, MT19937, SFMT19937): part i begins i 2^63 outputs ahead.
  *            skip (Sobol, Niederreiter): part i begins i/count of the way to the end of the sequence, rounded down to whole
- *            points. Better say how many values each part will deliver, so that together they are the first ones.
+ *            points. It is better to say how many values each part will deliver, so that together they are the first ones.
  *            members (MT2203, Wichmann-Hill): part i is the member that is i places behind the stream's, the first one
  *            behind the last. Its seeds come from the stream's next output: MT2203 gets one plus the number of the member,
  *            Wichmann-Hill different ones for each part, of which the first 20 values are dropped. With one seed for
@@ -213,9 +213,9 @@ RVN_API int32_t rsgWords64(RsgStream* stream, int32_t n, uint64_t* r);
 /*
  * Fills r with n integers, low <= r <= high, all equally probable where all words of the generator are: of a word w and
  * the number s of integers, floor(w s / 2^32), and w is dropped if w s mod 2^32 < 2^32 mod s (D. Lemire, ACM Transactions
- * on Modeling and Computer Simulation 29, 2019). So value i is made of the i-th word of rsgWords32 that is not dropped,
- * and a fill draws no word behind that of its last value. Of MRG32k3a 209 words are missing and of MCG31's pairs
- * some are rarer, each by less than a part in 10^4.
+ * on Modeling and Computer Simulation 29, 2019). So value i is made from the i-th word of rsgWords32 that is not dropped,
+ * and a fill draws no word beyond that of its last value. Of MRG32k3a 209 words never occur, and some of MCG31's pairs are
+ * rarer than others, each by less than one part in 10^4.
  *
  * low, high  low <= high; the whole range of int32_t is fine.
  *

@@ -6,8 +6,7 @@
  *
  * Variates come by the inverse of the distribution function: one output of the generator makes one value, in order, and
  * the value grows with the output. So quasi-random points stay as even as they are, a seed gives the same path however
- * the parameters change, and p then q values are the same as p + q at once. What is drawn may alternate with
- * vdRngUniform.
+ * the parameters change, and p then q values are the same as p + q at once. Calls may alternate with vdRngUniform.
  *
  * Operations return 0 or a negative RSG_ERROR code. A bad parameter is also reported, as ravenfit/random_streams.h says
  * for the other operations. Threads: one thread at a time uses one stream.
@@ -43,7 +42,7 @@ extern "C" {
  * M. J. Wichura, Algorithm AS 241 (PPND16), Applied Statistics 37, 1988, within 3 ULP of its exact value.
  *
  * stream  of any generator.
- * n       number of values; with 0 nothing further is looked at.
+ * n       number of values; with 0 nothing else is checked.
  * r       n doubles, at any address.
  * mean    finite.
  * sigma   the standard deviation, finite, 0 or more. Where sigma z or the sum overflows, values are infinite.
@@ -58,16 +57,16 @@ RVN_API int32_t rsgNormal(RsgStream* stream, int32_t n, double* r, double mean, 
  *
  * mean    finite, 0 or more: the mean, which is also the standard deviation and the reciprocal of the rate.
  *
- * Arguments and statuses else as of rsgNormal.
+ * Otherwise as rsgNormal.
  */
 RVN_API int32_t rsgExponential(RsgStream* stream, int32_t n, double* r, double mean);
 
 /*
- * Fills r with n log-normal variates: e^(mean + sigma z), z as of rsgNormal and e^x within 1 ULP. mean and sigma are
+ * Fills r with n log-normal variates: e^(mean + sigma z), z as in rsgNormal and e^x within 1 ULP. mean and sigma are
  * those of the logarithm; the exponent is rounded to a double, so that large ones bring its error with them.
  * Values beyond the range of doubles are infinite or 0.
  *
- * Arguments and statuses as of rsgNormal.
+ * Arguments and statuses as those of rsgNormal.
  */
 RVN_API int32_t rsgLogNormal(RsgStream* stream, int32_t n, double* r, double mean, double sigma);
 
@@ -112,7 +111,7 @@ enum { RSG_TABLE_DIMENSIONS = 21201 };
  *
  * Points are delivered coordinate by coordinate, scrambled ones from point 0 on: the first 2^m of them are then a whole
  * net, every elementary interval of it filled evenly (A. B. Owen, On dropping the first Sobol' point, 2022). There are
- * 2^32 points; behind the last the stream goes on at point 1. Skip-ahead moves to any of them in at most 32 steps,
+ * 2^32 points; after the last the stream continues at point 1. Skip-ahead moves to any of them in at most 32 steps,
  * and a selected coordinate is delivered alone, as for RSG_BRNG_SOBOL.
  *
  * RSG_SCRAMBLING_LINEAR multiplies the generator matrix of every coordinate from the left by a random lower triangular
@@ -128,14 +127,15 @@ RVN_API int32_t rsgNewScrambledSobol(RsgStream** stream, int32_t dimension, uint
 
 /*
  * The same with direction numbers of the caller's, in the format of S. Joe and F. Y. Kuo (SIAM Journal on Scientific
- * Computing 30, 2008), whose files have a line for each coordinate from the second on: d s a m_1 ... m_s.
+ * Computing 30, 2008), whose files have a line for each coordinate from the second on: d s a m_1 ... m_s. With their
+ * numbers (new-joe-kuo-6) and without scrambling, the points are those of SciPy's qmc.Sobol, without its point 0.
  *
  * dimension  1 to RSG_TABLE_DIMENSIONS. The first coordinate has no row: it is the one of Sobol.
  * table      the numbers of those lines one after the other, without the line of titles: rows for d = 2, 3, ... in this
  *            order. s is the degree of a primitive polynomial x^s + a_1 x^(s-1) + ... + a_(s-1) x + 1, 1 to 31; a
  *            its inner coefficients as a binary number a_1 ... a_(s-1); m_j odd and below 2^j. The stream keeps
  *            no pointer to it. May be null if length is 0.
- * length     numbers in the table. Rows behind the one of `dimension` are not looked at.
+ * length     numbers in the table. Rows after the one of `dimension` are ignored.
  *
  * Polynomials should differ from coordinate to coordinate; that is not tested, and neither is how good the numbers are.
  *

@@ -1,7 +1,7 @@
 #ifndef RAVENFIT_VIEW_HPP
 #define RAVENFIT_VIEW_HPP
 
-// What the C++ layer takes arrays by, and how it tells failures. Included by ravenfit.hpp.
+// How arrays are passed to the C++ layer, and how it reports failures. Included by ravenfit.hpp.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +17,8 @@
 
 namespace ravenfit {
 
-// A contiguous array that somebody else owns: made of a pointer and a count, of an array, or of whatever has data() and
-// size() (std::vector, std::array, std::span, Eigen's vectors). It must not outlive the array.
+// A contiguous array that somebody else owns: made from a pointer and a count, from an array, or from whatever has data()
+// and size() (std::vector, std::array, std::span, Eigen's vectors). It must not outlive the array.
 template <class T>
 class view {
   template <class C>
@@ -50,13 +50,13 @@ class view {
   std::size_t size_ = 0;
 };
 
-// How an operation ended. `code` is 0 or a number of the C headers; `index` is the place in an array that was wrong, -1
-// if none was.
+// How an operation ended. `code` is 0 or a status of the C headers; `index` is the index of the wrong element of an array,
+// or -1.
 struct [[nodiscard]] status {
   int code = 0;
   int domain = RVN_DOMAIN_FIT;
   std::ptrdiff_t index = -1;
-  std::string detail;  // what is known beyond the text of the code, or empty
+  std::string detail;  // says more than the text of the code, or is empty
 
   bool ok() const { return code == 0; }
   explicit operator bool() const { return ok(); }
@@ -132,8 +132,8 @@ inline void settle_level() {
 
 }  // namespace detail
 
-// Keeps the level that the C library picks by itself, if called before anything else of this header. Otherwise the
-// best one that the processor's features allow is asked for, as by rvnUseBestLevel().
+// Keeps the level that the C library picks by itself; call it before anything else of this layer. Otherwise the best level
+// that the processor's features allow is requested at first use, as by rvnUseBestLevel().
 inline void keep_level() {
   detail::keeps_level() = true;
 }

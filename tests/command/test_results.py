@@ -165,7 +165,7 @@ def test_check(ravenfit):
     noise = found("t,a\n" + "".join(f"{i ** 1.5},{(-1) ** i}\n" for i in range(30)))
     assert noise["kind"].startswith('"a": smooth') and noise["hint"].startswith("none")
     gap = found("t,a\n" + "".join(f"{i if i < 9 else i + 50},{i % 7 % 3}\n" for i in range(30)))
-    assert gap["gaps"] == "1 above 10 median steps, the first of 51 behind line 10"
+    assert gap["gaps"] == "1 above 10 median steps, the first of 51 after line 10"
     code = 1
     bad = found("t,a\n1,1\n0,x\n2,nan\n2,3\n1,4\n")
     assert bad["order"] == "2 steps back, the first in line 3; --sort sorts the rows"
