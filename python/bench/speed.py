@@ -1,10 +1,11 @@
-"""The package beside SciPy and NumPy, in one run. usage: speed.py [FIGURE.svg]
+"""The package beside SciPy and NumPy, in one run. usage: speed.py [DOCS]
 
 Each row is checked against the other party before it is timed, where both compute the same; the parties take turns, and the
 best time of each counts, of the processor. The figure shows how many times faster the package is.
 """
 
 import pathlib
+import re
 import sys
 import time
 
@@ -83,13 +84,13 @@ def rows():
     )
     sfmt, twister = rr.SFMT19937(1), rr.MT19937(1)
     pcg, mersenne = np.random.Generator(np.random.PCG64(1)), np.random.Generator(np.random.MT19937(1))
-    fast = np.random.Generator(sfmt)
+    fast, same = np.random.Generator(sfmt), np.random.Generator(twister)
     out = np.empty(1_000_000)
+    yield "Generator.random, MT19937", "PCG64", lambda: same.random(out=out), lambda: pcg.random(out=out), None
     yield "Generator.random, SFMT19937", "PCG64", lambda: fast.random(out=out), lambda: pcg.random(out=out), None
     yield "Generator.normal, SFMT19937", "PCG64", lambda: fast.standard_normal(out=out), lambda: pcg.standard_normal(out=out), None
     yield "SFMT19937.uniform", "PCG64", lambda: sfmt.uniform(out=out), lambda: pcg.random(out=out), None
     yield "SFMT19937.normal", "PCG64", lambda: sfmt.normal(out=out), lambda: pcg.standard_normal(out=out), None
-    same = np.random.Generator(twister)
     yield "Generator.random, MT19937", "MT19937", lambda: same.random(out=out), lambda: mersenne.random(out=out), None
     for dimension in (2, 40):
         mine, other = Sobol(dimension, scramble=False), qmc.Sobol(dimension, scramble=False)
@@ -141,10 +142,23 @@ def draw(found, path):
     figure.savefig(path, metadata={"Date": None}, bbox_inches="tight")
 
 
+def write(found, versions, page):
+    lines = ["| row | beside | ours, us | theirs, us | times as fast |", "|---|---|---|---|---|"]
+    for text, peer, ours, theirs in found:
+        lines.append(f"| {text} | {peer} | {1e6 * ours:.4g} | {1e6 * theirs:.4g} | {theirs / ours:.2f} |")
+    begin, end = "<!-- table by python/bench/speed.py -->", "<!-- end of the table -->"
+    table = "\n".join([begin, *lines, "", versions[0].upper() + versions[1:] + ".", end])
+    text, count = re.subn(f"{begin}.*?{end}", lambda _: table, page.read_text(), flags=re.DOTALL)
+    if count != 1:
+        sys.exit(f"{page} has no marks for the table")
+    page.write_text(text)
+
+
 def main(arguments):
     found = []
     facts = rf.info()
-    print(f"level {facts['level']}, NumPy {np.__version__}, SciPy {scipy.__version__}")
+    versions = f"level {facts['level']}, NumPy {np.__version__}, SciPy {scipy.__version__}"
+    print(versions)
     print(f"{'row':38} {'ravenfit':>12} {'peer':>12} {'ratio':>7}   microseconds")
     for text, peer, ours, theirs, how in rows():
         check(ours, theirs, how)
@@ -152,7 +166,9 @@ def main(arguments):
         found.append((text, peer, mine, other))
         print(f"{text + ' | ' + peer:38} {1e6 * mine:12.2f} {1e6 * other:12.2f} {other / mine:7.2f}", flush=True)
     if arguments:
-        draw(found, pathlib.Path(arguments[0]))
+        docs = pathlib.Path(arguments[0])
+        draw(found, docs / "plots" / "python_speed.svg")
+        write(found, versions, docs / "python.md")
 
 
 if __name__ == "__main__":

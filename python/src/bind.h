@@ -6,6 +6,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <string>
+#include <vector>
 #ifdef __GLIBC__
 #include <unistd.h>
 #endif
@@ -43,6 +44,9 @@ class Unlocked {
 
 // What crosses the border: the Python files convert whatever they are given to this.
 using Numbers = pybind11::array_t<double, pybind11::array::c_style>;
+
+// An array for results to be written to.
+Numbers fresh(const std::vector<pybind11::ssize_t>& shape);
 
 // ValueError with the text, or MemoryError.
 [[noreturn]] void refuse(const std::string& text);

@@ -124,12 +124,12 @@ py::tuple akimaSums(const std::string& kind, const Numbers& x, const Numbers& y)
     const double before = 2.0 * d - chord(1);
     double older = weight(2.0 * before - d, before);
     double old = weight(before, d);
-    const auto next = [&](double chord) {
-      const double w = weight(d, chord);
+    const auto next = [&](double e) {
+      const double w = weight(d, e);
       count(w + older);
       older = old;
       old = w;
-      d = chord;
+      d = e;
     };
     for (std::size_t i = 1; i + 1 < n; ++i)
       next(chord(i));
@@ -160,7 +160,7 @@ py::tuple construct(const std::string& kind, const Numbers& x, const Numbers& y,
   const std::size_t together = oneByOne ? 1 : functions;
   const int order = kind == "linear" ? 2 : kind == "quadratic" || kind == "subbotin" ? 3 : 4;
   const std::size_t pieces = nx - (kind == "subbotin" ? 0 : 1);
-  py::array_t<double> coeff({functions, pieces, static_cast<std::size_t>(order)});
+  Numbers coeff = fresh({static_cast<py::ssize_t>(functions), static_cast<py::ssize_t>(pieces), order});
   py::array_t<double> lambdas(kind == "smoothing" ? functions : 0);
   double* const to = coeff.mutable_data();
   double* const lambdaTo = lambdas.mutable_data();
@@ -310,8 +310,7 @@ class Pieces {
 
   // Coefficients of the derivative (more = -1) or of the antiderivative that is 0 at the first breakpoint (more = 1).
   Numbers related(int more) {
-    py::array_t<double> out(
-        {coeff_.shape(0), coeff_.shape(1), coeff_.shape(2) + static_cast<py::ssize_t>(more)});
+    Numbers out = fresh({coeff_.shape(0), coeff_.shape(1), coeff_.shape(2) + more});
     double* const to = out.mutable_data();
     std::int32_t code;
     {

@@ -2,6 +2,7 @@
 
 import copy
 import gc
+import pathlib
 import pickle
 import threading
 
@@ -370,6 +371,21 @@ def test_the_arrays_of_the_caller_stay_his():
     del s
     gc.collect()
     assert c[-1, 0] == 1.0
+
+
+def test_coefficients_of_many_points():
+    """They are in memory of another sort than small ones, which must be given back."""
+    x = np.cumsum(np.random.default_rng(1).uniform(0.5, 1.5, 70_000))
+    resident = pathlib.Path("/proc/self/statm")
+    sizes = []
+    for _ in range(60):
+        s = rf.CubicSpline(x, np.sin(x))
+        slope = s.derivative(1).antiderivative(1)
+        sizes.append(int(resident.read_text().split()[1]) * 4096 if resident.exists() else 0)
+    assert sizes[-1] - sizes[10] < 20 * s.c.nbytes
+    theirs = si.CubicSpline(x, np.sin(x))
+    np.testing.assert_allclose(s.c, theirs.c, rtol=0, atol=1e-12)
+    np.testing.assert_allclose(slope.c[:-1], s.c[:-1], rtol=1e-15)
 
 
 @pytest.mark.parametrize("kind", rf.splines.__all__)
