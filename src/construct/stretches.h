@@ -45,7 +45,7 @@ constexpr std::int64_t leastForStretches = laneCount == 2 ? 400 : 64 * laneCount
 
 // Doubles of scratch for n breakpoints; in one piece the system takes 2 n of them.
 constexpr std::int64_t stretchesScratch(std::int64_t n) {
-  return 2 * (n + 2 * laneCount);
+  return 2 * n + std::int64_t{4} * laneCount;
 }
 
 // A system has
@@ -67,7 +67,7 @@ class Stretches {
   // again.
   bool construct(EndSlope left, EndSlope right) {
     const std::int64_t rows = system_.n - 2;
-    const std::int64_t most = 2 * laneCount * longest;
+    const std::int64_t most = 2 * longest * laneCount;
     const std::int64_t stretches = (rows + most - 1) / most * laneCount;
     half_ = (rows + 2 * stretches - 1) / (2 * stretches);
     Share passed = {0.0, 0.0, 1};

@@ -89,7 +89,7 @@ inline void storeCubics(double* c, V c0, V c1, V c2, V c3) {
     c[2] = c2;
     c[3] = c3;
   } else {
-    storeCubicsAt([=](int k) { return c + 4 * k; }, c0, c1, c2, c3);
+    storeCubicsAt([=](std::int64_t k) { return c + 4 * k; }, c0, c1, c2, c3);
   }
 }
 
