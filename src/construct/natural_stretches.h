@@ -52,6 +52,9 @@ struct NaturalStretches {
     return fit;
   }
 
+  const double* values() const { return y.y; }
+  Lanes points(const std::int64_t* start, std::int64_t i) const { return p.points(start, i); }
+
   // Seen in its direction a row with the steps `behind` and `ahead` of it, whose divided differences are e and d, is
   //
   //   ahead m_before + 2 (behind + ahead) m + behind m_next = 3 (behind d + ahead e).
@@ -73,8 +76,8 @@ struct NaturalStretches {
       y = pick(values + i, start);
       yBefore = pick(values + (i - direction), start);
       if constexpr (!uniform) {
-        x = pick(p.x + i, start);
-        xBefore = pick(p.x + (i - direction), start);
+        x = p.points(start, i);
+        xBefore = p.points(start, i - direction);
         behind = direction * (x - xBefore);
         e = direction * (y - yBefore) * (1.0 / behind);
       }
@@ -86,7 +89,7 @@ struct NaturalStretches {
         const Lanes one = broadcast<Lanes>(1.0);
         Eliminations::take(one, 4.0 * one, one, (3.0 * p.r) * (direction * (yNext - yBefore)));
       } else {
-        const Lanes xNext = pick(p.x + (i + direction), start);
+        const Lanes xNext = p.points(start, i + direction);
         const Lanes ahead = direction * (xNext - x);
         const Lanes d = direction * (yNext - y) * (1.0 / ahead);
         Eliminations::take(ahead, direction * 2.0 * (xNext - xBefore), behind,
@@ -101,18 +104,8 @@ struct NaturalStretches {
     }
   };
 
-  struct Rows {
-    Lanes m;
-    Lanes y;
-    Lanes x;
-  };
-
-  Rows rowsAt(const std::int64_t* start, std::int64_t i, Lanes m) const {
-    if constexpr (uniform) return {m, pick(y.y + i, start), Lanes{}};
-    return {m, pick(y.y + i, start), pick(p.x + i, start)};
-  }
-
-  void storeCellsAt(const std::int64_t* start, std::int64_t i, const Rows& a, const Rows& b) const {
+  void storeCellsAt(const std::int64_t* start, std::int64_t i, const SolvedRows& a,
+                    const SolvedRows& b) const {
     const Lanes r = uniform ? broadcast<Lanes>(p.r) : 1.0 / (b.x - a.x);
     const Cubic<Lanes> cells = hermiteForm(a.y, a.m, b.m, (b.y - a.y) * r, r);
     storeCubicsAt([&](int lane) { return c + order * (i + start[lane]); }, cells.c0, cells.c1, cells.c2,

@@ -38,6 +38,12 @@ struct Partition {
     return pick(x + i, start);
   }
 
+  // The distance from breakpoints `from` to breakpoints `to`, `count` steps behind them.
+  Lanes steps(Lanes from, Lanes to, int count) const {
+    if constexpr (uniform) return broadcast<Lanes>(static_cast<double>(count) * h);
+    return to - from;
+  }
+
   // x_j - x_i, and the reciprocal of a step, at as many breakpoints from i on as V has lanes.
   template <class V>
   V distances(std::int64_t i, std::int64_t j) const {

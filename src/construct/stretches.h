@@ -40,6 +40,13 @@ struct Eliminations {
   }
 };
 
+// What a row of all lanes adds to cells: its slopes, values and breakpoints.
+struct SolvedRows {
+  Lanes m;
+  Lanes y;
+  Lanes x;
+};
+
 // Breakpoints from which on stretches pay.
 constexpr std::int64_t leastForStretches = laneCount == 2 ? 400 : 64 * laneCount;
 
@@ -51,9 +58,9 @@ constexpr std::int64_t stretchesScratch(std::int64_t n) {
 // A system has
 //   n                               the number of breakpoints
 //   order, c                        doubles of a cell, the second of which is its slope, and the cells
+//   values(), points(start, i)      the function, and breakpoint i of all lanes
 //   Chain<direction>                Eliminations towards higher rows (1) or lower ones (-1), with
 //     enter(i), take(i)             to make row i of all lanes the next, and to take it
-//   Rows, rowsAt(start, i, m)       what row i of all lanes adds to cells, its slopes known
 //   storeCellsAt(start, i, a, b)    cells i of all lanes between rows a and b
 //   storeCell(i, m, mNext)          one cell, those before it being stored
 template <class System>
@@ -102,7 +109,6 @@ class Stretches {
  private:
   using Up = typename System::template Chain<1>;
   using Down = typename System::template Chain<-1>;
-  using Rows = typename System::Rows;
 
   // Rows that an elimination starts early, and the longest elimination: what it leaves stays in the nearest caches.
   static constexpr std::int64_t rowsOutside = 48;
@@ -115,10 +121,16 @@ class Stretches {
     std::int64_t row;
   };
 
+  SolvedRows rowsAt(std::int64_t i, Lanes m) const {
+    return {m, pick(system_.values() + i, start_), system_.points(start_, i)};
+  }
+
   double slope(std::int64_t i) const { return system_.c[System::order * i + 1]; }
 
+  // The pivots have missed at most as great a part.
   bool isUnseen(const Share& share) const {
-    return share.part * magnitude(slope(share.row)) <= 0x1p-54 * magnitude(share.taken);
+    return share.part <= 0x1p-54 &&
+           share.part * magnitude(slope(share.row)) <= 0x1p-54 * magnitude(share.taken);
   }
 
   // Brings an elimination to row `first` of every stretch. At an end the outer lane takes the row of the end, and
@@ -170,15 +182,15 @@ class Stretches {
     const Lanes g = load<Lanes>(at(g_, k, 1));
     const Lanes gAcross = load<Lanes>(at(g_, k, -1));
     const Lanes across = load<Lanes>(at(t_, k, -1));
-    Rows low = system_.rowsAt(start_, k, (load<Lanes>(at(t_, k, 1)) - g * across) / (1.0 - g * gAcross));
-    Rows high = system_.rowsAt(start_, k + 1, subtractProduct(across, gAcross, low.m));
+    SolvedRows low = rowsAt(k, (load<Lanes>(at(t_, k, 1)) - g * across) / (1.0 - g * gAcross));
+    SolvedRows high = rowsAt(k + 1, subtractProduct(across, gAcross, low.m));
     system_.storeCellsAt(start_, k, low, high);
     while (--k >= 0) {
-      const Rows lower = system_.rowsAt(start_, k, slopesBehind<1>(low.m, k));
+      const SolvedRows lower = rowsAt(k, slopesBehind<1>(low.m, k));
       system_.storeCellsAt(start_, k, lower, low);
       low = lower;
       const std::int64_t up = 2 * half_ - 1 - k;
-      const Rows higher = system_.rowsAt(start_, up, slopesBehind<-1>(high.m, k));
+      const SolvedRows higher = rowsAt(up, slopesBehind<-1>(high.m, k));
       system_.storeCellsAt(start_, up - 1, high, higher);
       high = higher;
     }

@@ -258,6 +258,9 @@ struct SubbotinStretches {
   SubbotinStretches(const DfTask& task, const Knots<uniform>& knots, EndPair ends)
       : source(task, knots, ends, 0), n(task.nx), c(source.c) {}
 
+  const double* values() const { return source.y.y; }
+  Lanes points(const std::int64_t* start, std::int64_t i) const { return source.p.points(start, i); }
+
   // Seen in its direction the row of a breakpoint x between xBefore and xNext has the knots s before it and t behind
   // it, and
   //   P = |x - xNext| / |xNext - xBefore| / |x - s|,   Q = |x - xBefore| / |xNext - xBefore| / |x - t|.
@@ -290,9 +293,11 @@ struct SubbotinStretches {
       const Lanes xNext = source.p.points(start, i + direction);
       const Lanes yNext = pick(source.y.y + (i + direction), start);
       const Lanes knotNext = knotBetween(i, x, xNext);
-      const Lanes w = xNext - xBefore;
-      const Lanes before = (xNext - x) / w / (x - knot);
-      const Lanes after = (x - xBefore) / w / (knotNext - x);
+      const Lanes ahead = source.p.steps(x, xNext, direction);
+      const Lanes behind = source.p.steps(xBefore, x, direction);
+      const Lanes w = source.p.steps(xBefore, xNext, 2 * direction);
+      const Lanes before = ahead / w / (x - knot);
+      const Lanes after = behind / w / (knotNext - x);
       const Lanes towards = (knot - xBefore) * before;
       const Lanes next = (xNext - knotNext) * after;
       Eliminations::take(towards, 2.0 + towards + next, next,
@@ -305,20 +310,11 @@ struct SubbotinStretches {
     }
   };
 
-  struct Rows {
-    Lanes m;
-    Lanes y;
-    Lanes x;
-  };
-
-  Rows rowsAt(const std::int64_t* start, std::int64_t i, Lanes m) const {
-    return {m, pick(source.y.y + i, start), source.p.points(start, i)};
-  }
-
-  void storeCellsAt(const std::int64_t* start, std::int64_t i, const Rows& a, const Rows& b) const {
+  void storeCellsAt(const std::int64_t* start, std::int64_t i, const SolvedRows& a,
+                    const SolvedRows& b) const {
     const Lanes knot = source.knots.behind(start, i, a.x, b.x);
     storeParabolasAt([&](int lane) { return c + order * (i + start[lane]); }, a.y, a.m,
-                     source.bend(b.x - a.x, knot - a.x, b.y - a.y, a.m, b.m));
+                     source.bend(source.p.steps(a.x, b.x, 1), knot - a.x, b.y - a.y, a.m, b.m));
   }
 
   void storeCell(std::int64_t i, double m, double mNext) const {
