@@ -226,6 +226,19 @@ TEST(CppSpline, IsExactOnACubic) {
   EXPECT_NEAR(back[1], -1.7, 1e-15);
 }
 
+// The cubics t^3 - t and -2 t^3 through their ends and slopes.
+TEST(CppSpline, TakesTwoPointsWithSlopes) {
+  const Doubles slopes = {2.0, 11.0, -6.0, -24.0};
+  const spline rows(Doubles{-1.0, 2.0}, Doubles{0.0, 6.0, 2.0, -16.0}, ravenfit::hermite(slopes));
+  const spline turned(Doubles{-1.0, 2.0}, Doubles{0.0, 2.0, 6.0, -16.0},
+                      ravenfit::hermite(slopes).by_breakpoint());
+  for (const spline* s : {&rows, &turned})
+    for (const double t : {-1.0, -0.3, 0.5, 2.0, 3.0}) {
+      EXPECT_NEAR((*s)(t, 0), t * t * t - t, 1e-13);
+      EXPECT_NEAR((*s)(t, 1), -2.0 * t * t * t, 1e-13);
+    }
+}
+
 TEST(CppSpline, SmoothsAndGoesOutsideAsTold) {
   const spline smooth(x, y, ravenfit::smoothing(0.0));
   const spline exact(x, y);

@@ -140,6 +140,17 @@ TEST(Outside, RefusesBeforeItWritesAndKeepsOtherSites) {
               refused ? DF_ERROR_OUTSIDE : std::int32_t{DF_STATUS_OK});
     EXPECT_EQ(r[0] == -77.0 && cells[0] == -77, refused);
   }
+  // Equidistant sites, both ways.
+  const double before = p.x.front() - 0.25;
+  const double behind = p.x.back() + 0.25;
+  for (const std::vector<double>& ends :
+       {std::vector{before, behind}, {behind, before}, {p.x.front(), behind}}) {
+    std::vector<double> r(18, -77.0);
+    const bool refused = ends[0] == before || ends[1] == before;
+    EXPECT_EQ(interpolate(task, {.sites = ends, .sitehint = DF_SITES_UNIFORM, .nsite = 9}, r),
+              refused ? DF_ERROR_OUTSIDE : std::int32_t{DF_STATUS_OK});
+    EXPECT_EQ(r[0] == -77.0, refused);
+  }
   // Wrapping what cannot be wrapped stays inside.
   ASSERT_EQ(dfTaskSetOutside(task.get(), DF_OUTSIDE_WRAP, DF_OUTSIDE_WRAP, 0.0), DF_STATUS_OK);
   std::vector<double> r(6, -77.0);
