@@ -57,9 +57,9 @@ class evaluation {
   }
   void write(const curve& from, const std::vector<double>& at) {
     if (options_.spline.outside == "refuse") check_inside(at);
-    results_.resize(at.size() * columns_);
-    from.evaluate(at, options_.derivatives, results_.data());
-    writer_.write(at.data(), results_.data(), at.size());
+    writer_.write(at.data(), at.size(), [&](std::size_t first, std::size_t count, double* to) {
+      from.evaluate({at.data() + first, count}, options_.derivatives, to);
+    });
   }
   void set_domain(double first, double last) {
     first_ = first;
@@ -85,7 +85,6 @@ class evaluation {
   double first_ = -no_limit;
   double last_ = no_limit;
   std::vector<double> block_;
-  std::vector<double> results_;
 };
 
 // Rows that are read while others are worked on.
