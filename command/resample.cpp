@@ -22,8 +22,8 @@ namespace command {
 namespace {
 
 constexpr double no_limit = std::numeric_limits<double>::infinity();
-constexpr std::size_t values_in_a_window = std::size_t{1} << 17;
-constexpr std::size_t values_in_a_block = std::size_t{1} << 17;
+constexpr std::size_t values_in_a_window = std::size_t{1} << 16;
+constexpr std::size_t values_in_a_block = std::size_t{1} << 16;
 
 std::vector<std::string> headings(const std::string& x, const std::vector<std::string>& y,
                                   const std::vector<int>& orders) {
@@ -127,8 +127,8 @@ void run_in_windows(const resample_options& options, xy_reader& data, sites& whe
     move_on(window, drop, next.rows);
     const bool has_last = next.are_last;
     const std::uint64_t done = data.table().source().done();
-    std::future<void> reading;
-    if (!has_last) reading = begin([&] { next.read(data, rows - 2 * reach); });
+    meanwhile reading;
+    if (!has_last) reading = meanwhile([&] { next.read(data, rows - 2 * reach); });
     if (has_first && has_last) require_rows(data.table().source().name(), x.size(), options.spline);
     if (has_first) where.set_first(x.front());
     if (has_last) where.set_last(x.back());
@@ -138,7 +138,7 @@ void run_in_windows(const resample_options& options, xy_reader& data, sites& whe
     const std::size_t cut = x.size() - 1 - reach;
     work.run(part, x[cut]);
     shown.at(done);
-    reading.get();
+    reading.finish();
     drop = cut - reach;
   }
 }

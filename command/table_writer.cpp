@@ -8,7 +8,6 @@
 
 #include "errors.h"
 #include "numbers.h"
-#include "side_by_side.h"
 
 namespace command {
 
@@ -139,7 +138,7 @@ void table_writer::write_text(const double* first, const double* rest, std::size
              make != nullptr ? to.rest.data() : rest + from * others, count);
     }
   });
-  if (writing_.valid()) writing_.get();
+  writing_.finish();
   to_.write(heading_);
   heading_.clear();
   written_.swap(parts_);
@@ -148,7 +147,7 @@ void table_writer::write_text(const double* first, const double* rest, std::size
       to_.write({one.text.get(), one.size});
   };
   if (n * columns_ < values_in_a_part) return write();
-  writing_ = begin(write);
+  writing_ = meanwhile(write);
 }
 
 void table_writer::write_npy(const double* first, const double* rest, std::size_t n) {
@@ -182,7 +181,7 @@ std::string table_writer::npy_header() const {
 }
 
 void table_writer::finish() {
-  if (writing_.valid()) writing_.get();
+  writing_.finish();
   if (format_ != table_format::npy) return to_.write(heading_);
   if (spool_ == nullptr) return to_.rewrite_start(npy_header());
   to_.write(npy_header());

@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <future>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "output.h"
+#include "side_by_side.h"
 
 namespace command {
 
@@ -61,7 +61,7 @@ class table_writer {
   std::vector<double> rest_;
   std::vector<double> numbers_;
   std::FILE* spool_ = nullptr;  // an array whose number of rows must come first, for a pipe
-  std::future<void> writing_;
+  meanwhile writing_;
 };
 
 }  // namespace command

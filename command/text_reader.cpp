@@ -15,7 +15,7 @@ namespace command {
 
 namespace {
 
-constexpr std::size_t first_room = std::size_t{1} << 21;
+constexpr std::size_t first_room = std::size_t{1} << 20;
 // A quote that is never closed would otherwise take the rest of the file into memory.
 constexpr std::size_t longest_record = std::size_t{1} << 26;
 // So that a part pays for its thread.
@@ -358,7 +358,7 @@ bool text_reader::read(row_block& block) {
 
 // A line end within quotes is no end of a record: with a quote behind the place where reading goes on, nobody knows.
 bool text_reader::skip_to_last_rows() {
-  constexpr std::uint64_t last_bytes = first_room / 4;
+  constexpr std::uint64_t last_bytes = first_room / 2;
   if (source_->size() < 4 * last_bytes) return true;
   source_->seek(source_->size() - last_bytes);
   filled_ = 0;
