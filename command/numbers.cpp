@@ -56,8 +56,8 @@ decimal shortest(std::uint64_t bits) {
   const int q = (biased != 0 ? biased : 1) - exponent_bias;
   if (-52 <= q && q <= 0 && (c & ((std::uint64_t{1} << -q) - 1)) == 0) return {c >> -q, 0};
 
-  const bool near_below =
-      fraction == 0 && biased > 1;  // the neighbour below is half as far away as the one above
+  // The neighbour below a power of two is half as far away as the one above.
+  const bool near_below = fraction == 0 && biased > 1;
   const int k = (q * 1262611 - (near_below ? 524031 : 0)) >> 22;
   const int shift = q + log2_of_power(-k) + 1;
   power_of_ten g = power_of(-k);
@@ -67,7 +67,8 @@ decimal shortest(std::uint64_t bits) {
   const std::uint64_t value = rounded_to_odd(g, (4 * c) << shift);
   const std::uint64_t most = rounded_to_odd(g, (4 * c + 2) << shift) - (c & 1);
 
-  // All of it is computed, and then one of them taken: no processor foretells which.
+  // All of them are computed, and one is taken by masks: which one is as random as the digits, and a branch would be
+  // mispredicted half of the time.
   const std::uint64_t s = value / 4;
   const std::uint64_t tens = s / 10;
   const std::uint64_t tens_below = least <= 40 * tens ? 1 : 0;

@@ -94,13 +94,6 @@ std::size_t table_writer::parts_for(std::size_t n) const {
 void table_writer::format(part& to, const double* first, const double* rest, std::size_t n) const {
   const char separator = format_ == table_format::tsv ? '\t' : ',';
   const std::size_t others = columns_ - (first != nullptr ? 1 : 0);
-  const std::size_t needed = to.size + n * columns_ * (longest_number + 1) + room_for_a_number;
-  if (to.room < needed) {
-    auto larger = std::make_unique_for_overwrite<char[]>(needed);
-    std::copy_n(to.text.get(), to.size, larger.get());
-    to.text.swap(larger);
-    to.room = needed;
-  }
   char* p = to.text.get() + to.size;
   for (std::size_t i = 0; i < n; ++i) {
     if (first != nullptr) {
@@ -126,9 +119,12 @@ void table_writer::write_text(const double* first, const double* rest, std::size
   parts_.resize(parts);
   side_by_side(parts, [&](std::size_t k) {
     part& to = parts_[k];
-    to.size = 0;
+    std::size_t from = k * n / parts;
     const std::size_t end = (k + 1) * n / parts;
-    for (std::size_t from = k * n / parts; from < end; from += step) {
+    const std::size_t room = (end - from) * columns_ * (longest_number + 1) + room_for_a_number;
+    if (to.room < room) to.text = std::make_unique_for_overwrite<char[]>(to.room = room);
+    to.size = 0;
+    for (; from < end; from += step) {
       const std::size_t count = std::min(step, end - from);
       if (make != nullptr) {
         to.rest.resize(step * others);
