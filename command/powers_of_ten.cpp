@@ -58,14 +58,15 @@ class natural {
 };
 
 constexpr std::array<power_of_ten, powers> make_powers() {
+  constexpr std::size_t zero = -least_power;
   std::array<power_of_ten, powers> all = {};
   natural up(0);
   for (std::size_t k = 0; k <= largest_power; ++k, up.multiply())
-    all[k - least_power] = up.leading();
+    all[zero + k] = up.leading();
   natural down(1311);
-  for (std::size_t k = 1; k <= -least_power; ++k) {
+  for (std::size_t k = 1; k <= zero; ++k) {
     down.divide();
-    all[-least_power - k] = down.leading();
+    all[zero - k] = down.leading();
   }
   return all;
 }
