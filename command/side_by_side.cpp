@@ -29,7 +29,7 @@ class shared_work {
         failure = std::current_exception();
       }
       lock.lock();
-      if (failure != nullptr && failure_ == nullptr) failure_ = failure;
+      if (failure != nullptr && failure_ == nullptr) failure_ = std::move(failure);
       if (--running_ == 0) ended_.notify_all();
     }
   }
@@ -42,9 +42,9 @@ class shared_work {
     const std::scoped_lock lock(mutex_);
     left_ = 0;
   }
-  // When all have ended.
-  void throw_failure() const {
-    if (failure_ != nullptr) std::rethrow_exception(failure_);
+  // When all have ended. What is thrown is the caller's then, and no helper's to release.
+  void throw_failure() {
+    if (failure_ != nullptr) std::rethrow_exception(std::exchange(failure_, nullptr));
   }
 
  private:
