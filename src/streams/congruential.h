@@ -122,8 +122,23 @@ struct Congruential {
   }
 
   template <class Out>
+  static void fillInOneChain(Stream& stream, std::int64_t n, const Out& out) {
+    const std::uint64_t mult = stream.mult;
+    std::uint64_t x = stream.x;
+    for (std::int64_t i = 0; i < n; ++i) {
+      out.one(i, Rule::canonical(x));
+      x = Rule::multiply(x, mult);
+    }
+    stream.x = static_cast<Word>(Rule::canonical(x));
+  }
+
+  // Eight lanes take as long to start as so many steps in a row.
+  static constexpr std::int64_t longestChain = laneCount > 4 ? 15 : 0;
+
+  template <class Out>
   static void fill(RsgStream* header, std::int64_t n, const Out& out) {
     auto& stream = *reinterpret_cast<Stream*>(header);
+    if (n <= longestChain) return fillInOneChain(stream, n, out);
     if (Rule::shortestBlock == 0 || n < Rule::shortestBlock) {
       fillByChains(stream, n, out);
     } else {
@@ -133,9 +148,7 @@ struct Congruential {
 
   template <class Out>
   static void fillOne(RsgStream* header, const Out& out) {
-    auto& stream = *reinterpret_cast<Stream*>(header);
-    out.one(0, Rule::canonical(std::uint64_t{stream.x}));
-    stream.x = static_cast<Word>(Rule::canonical(Rule::multiply(std::uint64_t{stream.x}, stream.mult)));
+    fillInOneChain(*reinterpret_cast<Stream*>(header), 1, out);
   }
 
   static void seed(Stream& stream, std::int64_t count, const std::uint32_t* seeds) {

@@ -1,5 +1,8 @@
 // Sobol points with a random scrambling, and by direction numbers of the caller's.
 
+// As in sobol.kernel.cpp: every store of 64 bytes into an array at any address crosses a line.
+#define RVN_WIDEST_VECTOR 32
+
 #include <cstdint>
 
 #include "streams/quasi_random.h"

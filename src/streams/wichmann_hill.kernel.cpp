@@ -22,10 +22,11 @@ namespace {
 
 constexpr int components = 4;
 
-// Steps that a pass takes side by side, in two vectors per component: enough work to cover the latency of the
+// A pass takes steps side by side, in some vectors per component. Two are enough work to cover the latency of the
 // recurrence, and no more than registers hold.
-constexpr int vectorsPerPass = 2;
-constexpr int stepsPerPass = vectorsPerPass * laneCount;
+constexpr int stepsOf(int vectors) {
+  return vectors * laneCount;
+}
 
 // (c x) mod m, with `ratio` = c/m rounded to nearest.
 template <class V>
@@ -71,21 +72,23 @@ const std::uint32_t* moduli(const WichmannHillStream& stream) {
   return WichmannHillModuli[memberOf(stream.header.brngId)];
 }
 
-// What a fill starts from: the states of the first `stepsPerPass` outputs, and the multipliers that carry
-// each of them to the next pass.
+// What a fill starts from: the states of the outputs of the first pass, and the multipliers that carry each of them to
+// the next pass.
+template <int vectors>
 struct Start {
-  Step state[stepsPerPass];
-  Step jump;   // mult^stepsPerPass mod m
+  Step state[stepsOf(vectors)];
+  Step jump;   // mult^steps mod m
   Step ratio;  // jump/m
   Step m;
 };
 
-inline void start(const WichmannHillStream& stream, Start& s) {
+template <int vectors>
+inline void start(const WichmannHillStream& stream, Start<vectors>& s) {
   s.m = asStep(moduli(stream));
   s.jump = asStep(stream.mult);
   s.ratio = s.jump / s.m;
   s.state[0] = asStep(stream.x);
-  for (int known = 1; known < stepsPerPass; known *= 2) {
+  for (int known = 1; known < stepsOf(vectors); known *= 2) {
     for (int k = 0; k < known; ++k)
       s.state[known + k] = multiplyMod(s.state[k], s.jump, s.ratio, s.m);
     s.jump = multiplyMod(s.jump, s.jump, s.ratio, s.m);
@@ -94,19 +97,21 @@ inline void start(const WichmannHillStream& stream, Start& s) {
 }
 
 // The same with the lanes along the sequence: lane k of x[j] is component j of step k.
+template <int vectors>
 struct Block {
-  Lanes x[components][vectorsPerPass];
+  Lanes x[components][vectors];
   Lanes c[components];
   Lanes ratio[components];  // c/m
   Lanes m[components];
   Lanes r[components];
 };
 
-inline void arrange(const Start& s, const double* reciprocals, Block& block) {
+template <int vectors>
+inline void arrange(const Start<vectors>& s, const double* reciprocals, Block<vectors>& block) {
   for (int j = 0; j < components; ++j) {
     const int part = j / partLanes;
     const int lane = j % partLanes;
-    for (int k = 0; k < stepsPerPass; ++k)
+    for (int k = 0; k < stepsOf(vectors); ++k)
       block.x[j][k / laneCount][k % laneCount] = s.state[k].part[part][lane];
     block.c[j] = broadcast<Lanes>(s.jump.part[part][lane]);
     block.ratio[j] = broadcast<Lanes>(s.ratio.part[part][lane]);
@@ -116,31 +121,34 @@ inline void arrange(const Start& s, const double* reciprocals, Block& block) {
 }
 
 // Step k of the block.
-inline Step stepOf(const Block& block, std::int64_t k) {
-  double x[components * stepsPerPass];
+template <int vectors>
+inline Step stepOf(const Block<vectors>& block, std::int64_t k) {
+  double x[components * stepsOf(vectors)];
   __builtin_memcpy(x, block.x, sizeof x);
   Step step;
   for (std::int64_t i = 0; i < vectorsPerStep; ++i) {
     std::int64_t place[partLanes];
     for (std::int64_t lane = 0; lane < partLanes; ++lane)
-      place[lane] = (i * partLanes + lane) * stepsPerPass + k;
+      place[lane] = (i * partLanes + lane) * stepsOf(vectors) + k;
     step.part[i] = pick<PartOfFour>(x, place);
   }
   return step;
 }
 
 // One vector of values over the interval from a on, of the given width.
-inline Lanes valuesOf(const Block& block, int v, Lanes width, Lanes a) {
+template <int vectors>
+inline Lanes valuesOf(const Block<vectors>& block, int v, Lanes width, Lanes a) {
   const Lanes s = ((block.x[0][v] * block.r[0] + block.x[1][v] * block.r[1]) + block.x[2][v] * block.r[2]) +
                   block.x[3][v] * block.r[3];
   return (s - truncated(s)) * width + a;
 }
 
-inline void advance(Block& block) {
+template <int vectors>
+inline void advance(Block<vectors>& block) {
 #pragma GCC unroll 4
   for (int j = 0; j < components; ++j)
 #pragma GCC unroll 2
-    for (int v = 0; v < vectorsPerPass; ++v)
+    for (int v = 0; v < vectors; ++v)
       block.x[j][v] = multiplyMod(block.x[j][v], block.c[j], block.ratio[j], block.m[j]);
 }
 
@@ -188,34 +196,68 @@ struct WichmannHill {
     return RSG_STATUS_OK;
   }
 
-  template <class Real>
-  static std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
-    auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
-    Start s;
-    start(stream, s);
-    Block block;
-    arrange(s, WichmannHillReciprocals[memberOf(header->brngId)], block);
+  // Step by step, which is ahead for at most this many values: a pass begins with as many divisions in a chain.
+  static constexpr std::int64_t few = 3;
 
-    const auto a = broadcast<Lanes>(static_cast<double>(from));
-    const auto width = broadcast<Lanes>(static_cast<double>(to) - static_cast<double>(from));
+  template <class Real>
+  static void fillFew(Stream& stream, std::int64_t n, Real* r, double width, double a) {
+    const std::int32_t member = memberOf(stream.header.brngId);
+    const double* const reciprocal = WichmannHillReciprocals[member];
+    const Step m = asStep(WichmannHillModuli[member]);
+    const Step c = asStep(stream.mult);
+    const Step ratio = c / m;
+    Step x = asStep(stream.x);
+    for (std::int64_t i = 0; i < n; ++i) {
+      double sum = x.part[0][0] * reciprocal[0];
+      for (int j = 1; j < components; ++j)
+        sum += x.part[j / partLanes][j % partLanes] * reciprocal[j];
+      const double u = sum - static_cast<double>(static_cast<std::int32_t>(sum));
+      store(r + i, static_cast<Real>(u * width + a));
+      x = multiplyMod(x, c, ratio, m);
+    }
+    storeState(x, stream.x);
+  }
+
+  template <int vectors, class Real>
+  static void fillInPasses(Stream& stream, std::int64_t n, Real* r, Lanes width, Lanes a) {
+    constexpr std::int64_t steps = stepsOf(vectors);
+    Start<vectors> s;
+    start(stream, s);
+    Block<vectors> block;
+    arrange(s, WichmannHillReciprocals[memberOf(stream.header.brngId)], block);
+
     std::int64_t i = 0;
-    for (; i + stepsPerPass < n; i += stepsPerPass) {
-      for (int v = 0; v < vectorsPerPass; ++v)
+    for (; i + steps < n; i += steps) {
+      for (int v = 0; v < vectors; ++v)
         storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
       advance(block);
     }
     // The last pass, perhaps in part: the state goes to the lane behind the last one emitted.
     const std::int64_t left = n - i;
-    if (left == stepsPerPass) {
-      for (int v = 0; v < vectorsPerPass; ++v)
+    if (left == steps) {
+      for (int v = 0; v < vectors; ++v)
         storeAs(r + i + v * laneCount, valuesOf(block, v, width, a));
       storeState(multiplyMod(stepOf(block, 0), s.jump, s.ratio, s.m), stream.x);
     } else {
-      Real last[stepsPerPass];
-      for (int v = 0; v < vectorsPerPass; ++v)
+      Real last[steps];
+      for (int v = 0; v < vectors; ++v)
         storeAs(last + v * laneCount, valuesOf(block, v, width, a));
       __builtin_memcpy(r + i, last, static_cast<std::size_t>(left) * sizeof(Real));
       storeState(stepOf(block, left), stream.x);
+    }
+  }
+
+  template <class Real>
+  static std::int32_t fillReal(RsgStream* header, std::int64_t n, Real* r, Real from, Real to) {
+    auto& stream = *reinterpret_cast<Stream*>(header);
+    const auto a = static_cast<double>(from);
+    const double width = static_cast<double>(to) - a;
+    if (n <= few) {
+      fillFew(stream, n, r, width, a);
+    } else if (laneCount > 4 && n <= laneCount) {
+      fillInPasses<1>(stream, n, r, broadcast<Lanes>(width), broadcast<Lanes>(a));
+    } else {
+      fillInPasses<2>(stream, n, r, broadcast<Lanes>(width), broadcast<Lanes>(a));
     }
     return RSG_STATUS_OK;
   }
@@ -224,12 +266,13 @@ struct WichmannHill {
   static std::int32_t fillRaw(RsgStream* header, std::int64_t n, void* r) {
     constexpr std::int64_t outputBytes = 16;
     auto& stream = *reinterpret_cast<WichmannHillStream*>(header);
-    Start s;
+    constexpr std::int64_t steps = stepsOf(2);
+    Start<2> s;
     start(stream, s);
     auto* const bytes = static_cast<unsigned char*>(r);
     std::int64_t i = 0;
-    for (; i + stepsPerPass <= n; i += stepsPerPass)
-      for (int k = 0; k < stepsPerPass; ++k) {
+    for (; i + steps <= n; i += steps)
+      for (int k = 0; k < steps; ++k) {
         storeState(s.state[k], bytes + (i + k) * outputBytes);
         s.state[k] = multiplyMod(s.state[k], s.jump, s.ratio, s.m);
       }
