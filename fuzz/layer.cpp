@@ -154,7 +154,7 @@ void evaluate(Input& in, const ravenfit::spline& s) {
       FUZZ_EXPECT(same(s.derivative(sites[i], 1, f), want[f * sites.size() + i]));
       FUZZ_EXPECT(same(s(sites[i], f), both[i * 2 * functions + f]));
     }
-  FUZZ_EXPECT(s.try_at<0>(sites, ravenfit::view<double>(both.data(), both.size() - 1)).code ==
+  FUZZ_EXPECT(s.try_at<0>(sites, ravenfit::view<double>(both.data(), want.size() + 1)).code ==
               DF_ERROR_NULL_RESULTS);
 }
 

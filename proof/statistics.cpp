@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -136,6 +137,30 @@ class Source {
 
 // ---- tests; each draws about 2^m words ----
 
+// Sorts numbers below 2^bits that are spread evenly: by their upper 22 bits in two passes, then what these leave together.
+void sortSpread(std::vector<std::uint64_t>& numbers, std::vector<std::uint64_t>& scratch, int bits) {
+  constexpr int digitBits = 11;
+  const int lowest = std::max(bits - 2 * digitBits, 0);
+  scratch.resize(numbers.size());
+  for (const int shift : {lowest, lowest + digitBits}) {
+    std::array<std::size_t, (1U << digitBits) + 1> begin{};
+    const auto digit = [=](std::uint64_t number) { return number >> shift & ((1U << digitBits) - 1); };
+    for (const std::uint64_t number : numbers)
+      ++begin[digit(number) + 1];
+    std::partial_sum(begin.begin(), begin.end(), begin.begin());
+    for (const std::uint64_t number : numbers)
+      scratch[begin[digit(number)]++] = number;
+    numbers.swap(scratch);
+  }
+  for (auto first = numbers.begin(); first != numbers.end();) {
+    auto last = first + 1;
+    while (last != numbers.end() && *last >> lowest == *first >> lowest)
+      ++last;
+    std::sort(first, last);
+    first = last;
+  }
+}
+
 // Points of two words in 2^60 cells or fewer; how many of the sorted distances are equal is a Poisson number of mean
 // n^3 / 4k (G. Marsaglia, 1985; P. L'Ecuyer, R. Simard, 2001).
 Outcome birthdaySpacings(Source& source, int m) {
@@ -143,18 +168,23 @@ Outcome birthdaySpacings(Source& source, int m) {
   const int repeats = 1 << (m - 1 - bits);
   const int cellBits = (3 * bits - 6) / 2;  // of a word: 16 equal distances on average
   const double mean = std::ldexp(1.0, 3 * bits - 2 - 2 * cellBits);
-  std::vector<std::uint64_t> points(std::size_t{1} << bits);
+  std::vector<std::uint64_t> points;
+  std::vector<std::uint64_t> scratch;
   double equal = 0.0;
   for (int repeat = 0; repeat < repeats; ++repeat) {
+    points.resize(std::size_t{1} << bits);
     for (std::uint64_t& p : points) {
       const std::uint64_t high = source.next() >> (32 - cellBits);
       p = high << cellBits | source.next() >> (32 - cellBits);
     }
-    std::sort(points.begin(), points.end());
-    for (std::size_t i = points.size() - 1; i > 0; --i)
-      points[i] -= points[i - 1];
-    points[0] = ~std::uint64_t{0};
-    std::sort(points.begin(), points.end());
+    sortSpread(points, scratch, 2 * cellBits);
+    // Of distances the lower half is spread evenly: it goes to the top.
+    for (std::size_t i = 0; i + 1 < points.size(); ++i) {
+      const std::uint64_t distance = points[i + 1] - points[i];
+      points[i] = (distance << cellBits | distance >> cellBits) & ((std::uint64_t{1} << 2 * cellBits) - 1);
+    }
+    points.pop_back();
+    sortSpread(points, scratch, 2 * cellBits);
     for (std::size_t i = 1; i < points.size(); ++i)
       equal += points[i] == points[i - 1] ? 1.0 : 0.0;
   }

@@ -2,8 +2,8 @@
 
 // The body that the multiplicative congruential generators share: x <- mult x mod m, output x before that step.
 //
-// A pass takes as many steps side by side as `vectorsPerPass` vectors have lanes, lane k standing k steps
-// behind lane 0; mult^steps carries all of them to the next pass.
+// A pass takes as many steps side by side as four or eight vectors have lanes, lane k standing k steps behind lane 0;
+// mult^steps carries all of them to the next pass.
 
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +20,7 @@ namespace {
 //   canonical(x)           what is emitted, if multiply leaves more than the residue;
 //   Interval(a, b)         maps lanes of outputs, or one, to the interval from a to b;
 //   power(c, n)            c^n;
+//   vectorsPerPass         4 or 8: as many as cover the latency of multiply();
 //   firstState(count, seeds);
 //   canHave(x, mult)       whether a stream can;
 //   shortestBlock          outputs from which on a start of many lanes pays; 0: never.
@@ -28,15 +29,14 @@ struct Congruential {
   using Stream = typename Rule::Stream;
   using Word = decltype(Stream::x);
 
-  static constexpr int vectorsPerPass = 4;
-  static constexpr int stepsPerPass = vectorsPerPass * laneCount;
-
+  template <int vectors>
   struct Block {
-    WideWords x[vectorsPerPass];
-    WideWords jump;  // mult^stepsPerPass
+    WideWords x[vectors];
+    WideWords jump;  // mult to the steps of a pass
   };
 
-  static Block start(const Stream& stream) {
+  template <int vectors>
+  static Block<vectors> start(const Stream& stream) {
     std::uint64_t first[laneCount] = {stream.x};
     std::uint64_t jump = stream.mult;
     for (int known = 1; known < laneCount; known *= 2) {
@@ -44,9 +44,9 @@ struct Congruential {
         first[known + k] = Rule::multiply(first[k], jump);
       jump = Rule::multiply(jump, jump);
     }
-    Block block;
+    Block<vectors> block;
     block.x[0] = load<WideWords>(first);
-    for (int known = 1; known < vectorsPerPass; known *= 2) {
+    for (int known = 1; known < vectors; known *= 2) {
       block.jump = WideWords{} + jump;
       for (int v = 0; v < known; ++v)
         block.x[known + v] = Rule::multiply(block.x[v], block.jump);
@@ -102,13 +102,14 @@ struct Congruential {
     stream.x = static_cast<Word>(Rule::canonical(x[0]));
   }
 
-  template <class Out>
+  template <int vectors, class Out>
   static void fillByLanes(Stream& stream, std::int64_t n, const Out& out) {
-    Block block = start(stream);
+    constexpr std::int64_t steps = std::int64_t{vectors} * laneCount;
+    Block<vectors> block = start<vectors>(stream);
     std::int64_t i = 0;
-    for (; i + stepsPerPass <= n; i += stepsPerPass)
-#pragma GCC unroll 4
-      for (std::int64_t v = 0; v < vectorsPerPass; ++v) {
+    for (; i + steps <= n; i += steps)
+#pragma GCC unroll 8
+      for (std::int64_t v = 0; v < vectors; ++v) {
         out.lanes(i + v * laneCount, Rule::canonical(block.x[v]));
         block.x[v] = Rule::multiply(block.x[v], block.jump);
       }
@@ -141,8 +142,10 @@ struct Congruential {
     if (n <= longestChain) return fillInOneChain(stream, n, out);
     if (Rule::shortestBlock == 0 || n < Rule::shortestBlock) {
       fillByChains(stream, n, out);
+    } else if (n < Rule::vectorsPerPass * laneCount) {
+      fillByLanes<4>(stream, n, out);
     } else {
-      fillByLanes(stream, n, out);
+      fillByLanes<Rule::vectorsPerPass>(stream, n, out);
     }
   }
 

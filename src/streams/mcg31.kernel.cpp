@@ -21,6 +21,7 @@ struct Mcg31 {
   static constexpr std::uint64_t m = 0x7FFFFFFF;
   static constexpr std::uint32_t multiplier = 1132489760;
   static constexpr std::int64_t shortestBlock = 8;
+  static constexpr int vectorsPerPass = 8;
 
   // t = x c is (t mod 2^31) + (t div 2^31) modulo m.
   static std::uint64_t multiply(std::uint64_t x, std::uint64_t c) {

@@ -22,14 +22,12 @@ struct Mcg59 {
   static constexpr std::uint64_t multiplier = 0x113769B23C5FD;
   // A product in lanes takes three multiplications of halves: too much for two lanes.
   static constexpr std::int64_t shortestBlock = level.wideIntegers && laneCount > 2 ? 32 : 0;
+  static constexpr int vectorsPerPass = 4;
   static constexpr std::uint64_t mask = (std::uint64_t{1} << 59) - 1;
 
   static std::uint64_t multiply(std::uint64_t x, std::uint64_t c) { return x * c; }
 
-  static WideWords multiply(WideWords x, WideWords c) {
-    const WideWords middle = multiplyHalves(x, c >> 32) + multiplyHalves(x >> 32, c);
-    return multiplyHalves(x, c) + (middle << 32);
-  }
+  static WideWords multiply(WideWords x, WideWords c) { return product(x, c); }
 
   static WideWords canonical(WideWords x) { return x & mask; }
   static std::uint64_t canonical(std::uint64_t x) { return x & mask; }

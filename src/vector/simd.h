@@ -122,6 +122,12 @@ inline W multiplyHalves(W a, W b) {
   return joined(multiplyHalves(halfOf<0>(a), halfOf<0>(b)), multiplyHalves(halfOf<1>(a), halfOf<1>(b)));
 }
 
+// Products modulo 2^64.
+template <class W>
+inline W product(W a, W b) {
+  return multiplyHalves(a, b) + ((multiplyHalves(a, b >> 32) + multiplyHalves(a >> 32, b)) << 32);
+}
+
 // Words below 2^52 as doubles, exactly: their bits become the fraction of a double from 2^52 on.
 inline Lanes doublesBelow52Bits(WideWords w) {
   return (Lanes)(w | 0x4330000000000000u) - 0x1p52;
