@@ -121,7 +121,7 @@ void table_writer::write_text(const double* first, const double* rest, std::size
     part& to = parts_[k];
     std::size_t from = k * n / parts;
     const std::size_t end = (k + 1) * n / parts;
-    const std::size_t most = (end - from) * columns_ * (longest_number + 1) + room_for_a_number;
+    const std::size_t most = (end - from) * columns_ * (longest_number + 1);
     if (to.room < most) {
       to.text = std::make_unique_for_overwrite<char[]>(most);
       to.room = most;

@@ -105,7 +105,7 @@ bool text_reader::fill() {
                        ": the record that begins here does not end within 64 MB; is a quote not closed?");
     if (left > room_ / 2 || buffer_ == nullptr) {
       room_ = std::max(2 * room_, first_room);
-      auto larger = std::make_unique_for_overwrite<char[]>(room_ + 1 + readable_behind);
+      auto larger = std::make_unique_for_overwrite<char[]>(room_ + 1);
       std::copy_n(next_.at, left, larger.get());
       buffer_.swap(larger);
     } else {
@@ -115,7 +115,7 @@ bool text_reader::fill() {
     filled_ = left + got;
     ended_ = filled_ < room_;
     if (ended_ && filled_ > 0 && buffer_[filled_ - 1] != '\n') buffer_[filled_++] = '\n';
-    std::fill_n(buffer_.get() + filled_, readable_behind, '\0');
+    buffer_[filled_] = '\0';
     next_.at = buffer_.get();
     next_.end = last_line_end();
   } while (next_.end == next_.at && !ended_);
