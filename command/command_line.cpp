@@ -96,6 +96,29 @@ void add_outside(CLI::App& app, spline_choice& spline) {
       ->type_name("WORD");
 }
 
+// What some kinds are made of beside values.
+void add_needs(CLI::App& app, spline_choice& spline) {
+  app.add_option("--slopes", spline.slopes,
+                 "For kind hermite: columns of the slopes, one for each column of values")
+      ->delimiter(',')
+      ->type_name("COLUMN,...");
+  app.add_option("--curvatures", spline.curvatures,
+                 "For kind second-derivatives: columns of the second derivatives, one for each column of "
+                 "values")
+      ->delimiter(',')
+      ->type_name("COLUMN,...");
+  const auto take = [&spline](const std::vector<double>& midpoints) {
+    if (!std::all_of(midpoints.begin(), midpoints.end(), [](double m) { return std::isfinite(m); }))
+      throw CLI::ValidationError("--midpoints must be finite numbers");
+    spline.midpoints = midpoints;
+  };
+  app.add_option_function<std::vector<double>>(
+         "--midpoints", take,
+         "For kind quadratic: of each column of values the one halfway between the first two rows")
+      ->delimiter(',')
+      ->type_name("NUMBER,...");
+}
+
 void add_ends(CLI::App& app, spline_choice& spline) {
   app.add_option("--ends", spline.ends,
                  "Both ends: own, free, not-a-knot, periodic, slope=NUMBER or curvature=NUMBER (the kind's "
@@ -112,6 +135,7 @@ void add_spline(CLI::App& app, spline_choice& spline) {
   app.add_option("-k,--kind", spline.kind, "Kind of spline: " + all + " (cubic, also called natural)")
       ->check(CLI::IsMember(kind_names()).description(""))
       ->type_name("KIND");
+  add_needs(app, spline);
   add_ends(app, spline);
   add_outside(app, spline);
 }
@@ -179,6 +203,7 @@ void add_resample(command_line& line) {
                "  ravenfit resample in.csv --x time --step 1e-6 --kind akima -o out.csv\n"
                "  ravenfit resample in.csv -n 1000 --y temperature,pressure\n"
                "  ravenfit resample slow.csv --like fast.csv --x time -o both.csv\n"
+               "  ravenfit resample in.csv --y a,b --kind hermite --slopes a_d1,b_d1 --step 0.1\n"
                "  zcat in.csv.gz | ravenfit resample - --step 0.1 | head");
 }
 
@@ -233,6 +258,9 @@ void add_smooth(command_line& line) {
   add_number(app, "--lambda", o->lambda,
              "Weight of the roughness, 0 or more (found by generalised cross-validation, and printed on "
              "standard error)");
+  app.add_option("--weights", o->weights,
+                 "Column of weights, all above 0: 1 / s^2 where values have the standard deviation s (1)")
+      ->type_name("COLUMN");
   add_grid(app, o->sites);
   add_derivatives(app, o->derivatives);
   add_outside(app, o->spline);
@@ -240,6 +268,7 @@ void add_smooth(command_line& line) {
   add_quiet(app, o->out);
   set_examples(app,
                "  ravenfit smooth in.csv --x t -o out.csv\n"
+               "  ravenfit smooth in.csv --x t --y a --weights w -o out.csv\n"
                "  ravenfit smooth in.csv --x t --lambda 0.01 -n 500 --derivatives 0,1 -o out.csv");
 }
 
@@ -251,6 +280,7 @@ void add_plot(command_line& line) {
       ->delimiter(',')
       ->check(CLI::IsMember(kind_names()).description(""))
       ->type_name("KIND,...");
+  add_needs(app, o->spline);
   add_ends(app, o->spline);
   add_count(app, "-n,--n", o->n, "Sites of each curve (1000)");
   app.add_option("--size", o->size, "WIDTHxHEIGHT, in pixels or characters")->type_name("SIZE");

@@ -24,7 +24,19 @@ struct kind_row {
   spline_options (*make)();
   std::size_t reach;
   std::size_t least_rows;
+  need needs = need::nothing;
 };
+
+// Which get their data later.
+spline_options bare_hermite() {
+  return ravenfit::hermite({});
+}
+spline_options bare_second_derivatives() {
+  return ravenfit::second_derivatives({});
+}
+spline_options bare_quadratic() {
+  return ravenfit::quadratic(0.0);
+}
 
 const kind_row kinds[] = {
     {"cubic", ravenfit::cubic, reach_of_system, 3},
@@ -36,6 +48,9 @@ const kind_row kinds[] = {
     {"bessel", ravenfit::bessel, reach_of_formula, 4},
     {"linear", ravenfit::linear, reach_of_formula, 2},
     {"subbotin", ravenfit::subbotin, everywhere, 3},
+    {"hermite", bare_hermite, reach_of_formula, 2, need::slopes},
+    {"second-derivatives", bare_second_derivatives, reach_of_formula, 3, need::curvatures},
+    {"quadratic", bare_quadratic, everywhere, 2, need::midpoints},
 };
 
 const kind_row& row_of(const std::string& name) {
@@ -52,17 +67,6 @@ double number_in(const std::string& text, std::size_t from) {
   if (failed != std::errc() || rest != end || !std::isfinite(value))
     throw use_error("\"" + text + "\": a number must follow \"" + text.substr(0, from) + "\"");
   return value;
-}
-
-end_condition end_of(const std::string& text) {
-  if (text == "own") return ravenfit::own_end();
-  if (text == "free") return ravenfit::free_end();
-  if (text == "not-a-knot") return ravenfit::not_a_knot();
-  if (text == "periodic") return {end_condition::periodic, 0.0};
-  if (text.rfind("slope=", 0) == 0) return ravenfit::slope(number_in(text, 6));
-  if (text.rfind("curvature=", 0) == 0) return ravenfit::curvature(number_in(text, 10));
-  throw use_error("\"" + text +
-                  "\" is not an end; take own, free, not-a-knot, periodic, slope=NUMBER, curvature=NUMBER");
 }
 
 struct outside_row {
@@ -101,6 +105,35 @@ const std::vector<std::string>& kind_names() {
   return names;
 }
 
+need need_of(const std::string& kind) {
+  return row_of(kind).needs;
+}
+
+const char* kind_that_needs(need what) {
+  return std::find_if(std::begin(kinds), std::end(kinds),
+                      [&](const kind_row& row) { return row.needs == what; })
+      ->name;
+}
+
+const std::string& left_end(const spline_choice& choice) {
+  return choice.left.empty() ? choice.ends : choice.left;
+}
+
+const std::string& right_end(const spline_choice& choice) {
+  return choice.right.empty() ? choice.ends : choice.right;
+}
+
+end_condition end_of(const std::string& text) {
+  if (text == "own") return ravenfit::own_end();
+  if (text == "free") return ravenfit::free_end();
+  if (text == "not-a-knot") return ravenfit::not_a_knot();
+  if (text == "periodic") return {end_condition::periodic, 0.0};
+  if (text.rfind("slope=", 0) == 0) return ravenfit::slope(number_in(text, 6));
+  if (text.rfind("curvature=", 0) == 0) return ravenfit::curvature(number_in(text, 10));
+  throw use_error("\"" + text +
+                  "\" is not an end; take own, free, not-a-knot, periodic, slope=NUMBER, curvature=NUMBER");
+}
+
 std::size_t reach_of(const spline_choice& choice) {
   const bool closed = choice.ends == "periodic" || choice.left == "periodic" || choice.right == "periodic";
   return closed || choice.outside == "wrap" ? everywhere : row_of(choice.kind).reach;
@@ -110,7 +143,11 @@ void require_rows(const std::string& file, std::size_t rows, const spline_choice
   if (rows == 0) throw data_error(file + ": holds no data");
   const bool loose =
       choice.ends == "not-a-knot" || choice.left == "not-a-knot" || choice.right == "not-a-knot";
-  const std::size_t least = std::max<std::size_t>(row_of(choice.kind).least_rows, loose ? 4 : 0);
+  // The cubic of two rows takes its slopes at both of them.
+  const bool replaced =
+      need_of(choice.kind) == need::slopes && !(left_end(choice).empty() && right_end(choice).empty());
+  const std::size_t least = std::max(
+      {row_of(choice.kind).least_rows, std::size_t{loose ? 4U : 0U}, std::size_t{replaced ? 3U : 0U}});
   if (rows < least)
     throw data_error(file + ": too few rows for kind " + choice.kind + ": " + std::to_string(rows) + " of " +
                      std::to_string(least));
@@ -118,8 +155,8 @@ void require_rows(const std::string& file, std::size_t rows, const spline_choice
 
 spline_options spline_options_of(const spline_choice& choice, bool has_left, bool has_right) {
   spline_options options = row_of(choice.kind).make();
-  const std::string& left = choice.left.empty() ? choice.ends : choice.left;
-  const std::string& right = choice.right.empty() ? choice.ends : choice.right;
+  const std::string& left = left_end(choice);
+  const std::string& right = right_end(choice);
   if (has_left && !left.empty()) options.left(end_of(left));
   if (has_right && !right.empty()) options.right(end_of(right));
   // A kind's own end beside another one, and a cut, are curvature 0, which every cubic kind takes.
@@ -147,13 +184,14 @@ void override_outside(curve::parts& parts, const std::string& text) {
 
 curve::parts parts_of(const curve& made, const spline_choice& choice, const std::string& x_name,
                       const std::vector<std::string>& y_names) {
+  curve::parts parts = made.loaded();
+  parts.x_name = x_name;
+  parts.y_names = y_names;
+  if (made.made() == nullptr) return parts;
   const ravenfit::spline& spline = *made.made();
-  curve::parts parts;
   parts.order = spline.order();
   parts.kind = choice.kind == "subbotin" ? DF_KIND_SUBBOTIN : DF_KIND_DEFAULT;
   override_outside(parts, choice.outside);
-  parts.x_name = x_name;
-  parts.y_names = y_names;
   parts.x.assign(spline.breakpoints().begin(), spline.breakpoints().end());
   parts.coefficients.assign(spline.coefficients().begin(), spline.coefficients().end());
   return parts;

@@ -20,8 +20,18 @@ const std::vector<std::string>& kind_names();
 // of the whole: 0 where it reaches everywhere.
 std::size_t reach_of(const spline_choice& choice);
 
-// Kind, ends and outside in the terms of the library. `has_left` and `has_right` say whether the data have their true ends
-// there; an end of a window takes what needs nothing.
+// What a kind is made of beside values.
+enum class need { nothing, slopes, curvatures, midpoints };
+need need_of(const std::string& kind);
+const char* kind_that_needs(need what);
+
+// What is said of an end, or nothing.
+const std::string& left_end(const spline_choice& choice);
+const std::string& right_end(const spline_choice& choice);
+ravenfit::end_condition end_of(const std::string& text);
+
+// Kind, ends and outside in the terms of the library, of a kind that is made of values alone. `has_left` and `has_right` say
+// whether the data have their true ends there; an end of a window takes what needs nothing.
 ravenfit::spline_options spline_options_of(const spline_choice& choice, bool has_left = true,
                                            bool has_right = true);
 
@@ -54,6 +64,7 @@ class curve {
   double first() const { return first_; }
   double last() const { return last_; }
   const ravenfit::spline* made() const { return made_.get(); }
+  const parts& loaded() const { return loaded_; }
 
   // Derivatives at sites; out[(i * orders + k) * functions + f].
   void evaluate(ravenfit::view<const double> sites, const std::vector<int>& derivatives, double* out) const;

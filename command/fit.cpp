@@ -6,6 +6,7 @@
 #include "curve.h"
 #include "curve_file.h"
 #include "errors.h"
+#include "given.h"
 #include "output.h"
 #include "table_writer.h"
 #include "xy_data.h"
@@ -16,21 +17,22 @@ namespace {
 
 // A table's spline, with what it stands on.
 struct fitted {
-  std::vector<double> x;
-  std::vector<double> y;
+  xy_rows rows;
   std::string x_name;
   std::vector<std::string> y_names;
   std::unique_ptr<curve> spline;
 
   fitted(const input_options& in, const spline_choice& choice, bool quiet) {
-    const ravenfit::spline_options options = spline_options_of(choice);
-    xy_reader data(in);
+    check_needs(choice, {choice.kind});
+    spline_options_of(choice);
+    xy_reader data(in, given_of(choice));
+    check_counts(choice, data);
     progress shown(quiet, data.table().source().size());
-    data.read_all(x, y, shown);
-    require_rows(data.table().source().name(), x.size(), choice);
+    rows = data.read_all(shown);
+    require_rows(data.table().source().name(), rows.x.size(), choice);
     x_name = data.x_name();
     y_names = data.y_names();
-    spline = std::make_unique<curve>(x, y, options);
+    spline = std::make_unique<curve>(curve_through(rows, choice));
   }
 };
 

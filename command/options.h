@@ -28,6 +28,10 @@ struct spline_choice {
   std::string left;
   std::string right;
   std::string outside;  // empty: not said
+  // What some kinds need beside values: columns, one for each column of values, or numbers.
+  std::vector<std::string> slopes;
+  std::vector<std::string> curvatures;
+  std::vector<double> midpoints;
 };
 
 struct output_options {
@@ -54,6 +58,7 @@ struct resample_options {
   std::vector<int> derivatives = {0};
   output_options out;
   std::optional<double> lambda;  // of smooth
+  std::string weights;           // of smooth: a column; empty: all are 1
 };
 
 struct fit_options {

@@ -10,6 +10,7 @@
 
 #include "curve.h"
 #include "errors.h"
+#include "given.h"
 #include "output.h"
 #include "progress.h"
 #include "xy_data.h"
@@ -82,13 +83,15 @@ void run_gnuplot(const std::string& script) {
 int plot(const plot_options& options) {
   if (options.n < 2 || options.n > 10'000'000) throw use_error("--n must be 2 to 10 million");
   std::string script = "set terminal " + terminal_of(options) + "\n";
-  xy_reader data(options.in);
-  std::vector<double> x;
-  std::vector<double> y;
+  check_needs(options.spline, options.kinds);
+  xy_reader data(options.in, given_of(options.spline));
+  check_counts(options.spline, data);
+  xy_rows rows;
   {
     progress shown(options.out.quiet, data.table().source().size());
-    data.read_all(x, y, shown);
+    rows = data.read_all(shown);
   }
+  const std::vector<double>& x = rows.x;
   const std::size_t functions = data.functions();
 
   std::vector<double> sites(static_cast<std::size_t>(options.n));
@@ -99,14 +102,14 @@ int plot(const plot_options& options) {
   std::vector<std::string> titles;
   for (std::size_t f = 0; f < functions; ++f) {
     script += fmt::format("$block{} << RAVENFIT_END\n{}RAVENFIT_END\n", titles.size(),
-                          points(x, y.data() + f, functions));
+                          points(x, rows.y.data() + f, functions));
     titles.push_back(functions == 1 && options.kinds.size() == 1 ? "data" : data.y_names()[f]);
   }
   for (const std::string& kind : options.kinds) {
     spline_choice choice = options.spline;
     choice.kind = kind;
     require_rows(data.table().source().name(), x.size(), choice);
-    const curve made(x, y, spline_options_of(choice));
+    const curve made = curve_through(rows, choice);
     std::vector<double> values(sites.size() * functions);
     made.evaluate(sites, {0}, values.data());
     for (std::size_t f = 0; f < functions; ++f) {

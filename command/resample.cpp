@@ -9,6 +9,7 @@
 #include "curve.h"
 #include "curve_file.h"
 #include "errors.h"
+#include "given.h"
 #include "output.h"
 #include "progress.h"
 #include "side_by_side.h"
@@ -21,8 +22,8 @@ namespace command {
 namespace {
 
 constexpr double no_limit = std::numeric_limits<double>::infinity();
-constexpr std::size_t values_in_a_window = std::size_t{1} << 17;
-constexpr std::size_t values_in_a_block = std::size_t{1} << 17;
+constexpr std::size_t values_in_a_window = std::size_t{1} << 16;
+constexpr std::size_t values_in_a_block = std::size_t{1} << 16;
 
 std::vector<std::string> headings(const std::string& x, const std::vector<std::string>& y,
                                   const std::vector<int>& orders) {
@@ -56,9 +57,9 @@ class evaluation {
   }
   void write(const curve& from, const std::vector<double>& at) {
     if (options_.spline.outside == "refuse") check_inside(at);
-    results_.resize(at.size() * columns_);
-    from.evaluate(at, options_.derivatives, results_.data());
-    writer_.write(at.data(), results_.data(), at.size());
+    writer_.write(at.data(), at.size(), [&](std::size_t first, std::size_t count, double* to) {
+      from.evaluate({at.data() + first, count}, options_.derivatives, to);
+    });
   }
   void set_domain(double first, double last) {
     first_ = first;
@@ -84,22 +85,32 @@ class evaluation {
   double first_ = -no_limit;
   double last_ = no_limit;
   std::vector<double> block_;
-  std::vector<double> results_;
 };
 
 // Rows that are read while others are worked on.
 struct rows_ahead {
-  std::vector<double> x;
-  std::vector<double> y;
+  xy_rows rows;
   bool are_last = false;
 
-  void read(xy_reader& data, std::size_t rows) {
-    x.clear();
-    y.clear();
-    while (x.size() < rows && !are_last)
-      are_last = !data.append(x, y);
+  void read(xy_reader& data, std::size_t count) {
+    for (std::vector<double>* const all : {&rows.x, &rows.y, &rows.given})
+      all->clear();
+    while (rows.x.size() < count && !are_last)
+      are_last = !data.append(rows);
   }
 };
+
+// Drops rows at the front, and appends others.
+void move_on(xy_rows& window, std::size_t drop, const xy_rows& next) {
+  const auto move = [&](std::vector<double>& all, const std::vector<double>& more) {
+    const std::size_t width = window.x.empty() ? 0 : all.size() / window.x.size();
+    all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(drop * width));
+    all.insert(all.end(), more.begin(), more.end());
+  };
+  move(window.y, next.y);
+  move(window.given, next.given);
+  move(window.x, next.x);
+}
 
 // Data that ascend pass through a window, whose splines have the values of the whole a few breakpoints away from where it
 // is cut.
@@ -107,30 +118,28 @@ void run_in_windows(const resample_options& options, xy_reader& data, sites& whe
   const std::size_t reach = reach_of(options.spline);
   const std::size_t rows = std::max(values_in_a_window / data.functions(), 8 * reach);
   progress shown(options.out.quiet, data.table().source().size());
-  std::vector<double> x;
-  std::vector<double> y;
+  xy_rows window;
+  const std::vector<double>& x = window.x;
   rows_ahead next;
   next.read(data, rows);
+  std::size_t drop = 0;
   for (bool has_first = true;; has_first = false) {
-    x.insert(x.end(), next.x.begin(), next.x.end());
-    y.insert(y.end(), next.y.begin(), next.y.end());
+    move_on(window, drop, next.rows);
     const bool has_last = next.are_last;
     const std::uint64_t done = data.table().source().done();
-    std::future<void> reading;
-    if (!has_last) reading = begin([&] { next.read(data, rows - 2 * reach); });
+    meanwhile reading;
+    if (!has_last) reading = meanwhile([&] { next.read(data, rows - 2 * reach); });
     if (has_first && has_last) require_rows(data.table().source().name(), x.size(), options.spline);
     if (has_first) where.set_first(x.front());
     if (has_last) where.set_last(x.back());
     work.set_domain(has_first ? x.front() : -no_limit, has_last ? x.back() : no_limit);
-    const curve part(x, y, spline_options_of(options.spline, has_first, has_last));
+    const curve part = curve_through(window, options.spline, has_first, has_last);
     if (has_last) return work.run(part, no_limit);
     const std::size_t cut = x.size() - 1 - reach;
     work.run(part, x[cut]);
     shown.at(done);
-    reading.get();
-    const auto drop = static_cast<std::ptrdiff_t>(cut - reach);
-    x.erase(x.begin(), x.begin() + drop);
-    y.erase(y.begin(), y.begin() + drop * static_cast<std::ptrdiff_t>(data.functions()));
+    reading.finish();
+    drop = cut - reach;
   }
 }
 
@@ -140,18 +149,25 @@ void report_lambdas(const curve& made, const std::vector<std::string>& names) {
     fmt::print(stderr, "{}: lambda {:.6g}\n", names[f], lambdas[f]);
 }
 
+curve smoothed(const xy_rows& rows, const resample_options& options) {
+  ravenfit::spline_options spline =
+      options.lambda ? ravenfit::smoothing(*options.lambda, rows.given) : ravenfit::smoothing(rows.given);
+  set_outside(spline, options.spline.outside);
+  return curve(rows.x, rows.y, spline);
+}
+
 void run_whole(const resample_options& options, xy_reader& data, sites& where, evaluation& work,
-               const ravenfit::spline_options& spline, bool smooths) {
-  std::vector<double> x;
-  std::vector<double> y;
+               bool smooths) {
+  xy_rows rows;
   {
     progress shown(options.out.quiet, data.table().source().size());
-    data.read_all(x, y, shown);
+    rows = data.read_all(shown);
   }
+  const std::vector<double>& x = rows.x;
   spline_choice kind = options.spline;
   if (smooths) kind.kind = "linear";  // whose needs are the same
   require_rows(data.table().source().name(), x.size(), kind);
-  const curve all(x, y, spline);
+  const curve all = smooths ? smoothed(rows, options) : curve_through(rows, options.spline);
   if (smooths && !options.lambda && !options.out.quiet) report_lambdas(all, data.y_names());
   where.set_first(x.front());
   where.set_last(x.back());
@@ -181,12 +197,12 @@ int run_on_curve(resample_options options) {
 }
 
 int run_on_table(const resample_options& options, bool smooths) {
-  ravenfit::spline_options spline = spline_options_of(options.spline);
-  if (smooths) {
-    spline = options.lambda ? ravenfit::smoothing(*options.lambda) : ravenfit::smoothing();
-    set_outside(spline, options.spline.outside);
-  }
-  xy_reader data(options.in);
+  check_needs(options.spline, {options.spline.kind});
+  spline_options_of(options.spline);
+  given_columns given = given_of(options.spline);
+  if (!options.weights.empty()) given = {{options.weights}, true};
+  xy_reader data(options.in, given);
+  check_counts(options.spline, data);
   sites where(options.sites, options.in, options.in.x.empty() ? data.x_name() : options.in.x);
   bool whole = smooths || reach_of(options.spline) == 0 || !where.ascend() || options.in.sort ||
                options.in.mean_duplicates;
@@ -198,7 +214,7 @@ int run_on_table(const resample_options& options, bool smooths) {
   }
   evaluation work(options, data.x_name(), data.y_names(), data.has_heading(), where);
   if (whole)
-    run_whole(options, data, where, work, spline, smooths);
+    run_whole(options, data, where, work, smooths);
   else
     run_in_windows(options, data, where, work);
   work.finish();

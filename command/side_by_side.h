@@ -1,40 +1,33 @@
 #pragma once
 
-// Work on several cores at once.
+// Work on several cores at once: by the threads that ask for it, and by a few that stay for the life of the program.
 
-#include <algorithm>
 #include <cstddef>
-#include <future>
-#include <system_error>
-#include <thread>
-#include <vector>
+#include <functional>
+#include <memory>
 
 namespace command {
 
-inline std::size_t cores() {
-  constexpr unsigned most = 16;
-  return std::clamp(std::thread::hardware_concurrency(), 1U, most);
-}
+std::size_t cores();
 
-// Begins call() in a thread of its own, or where there is none to be had, does it when the result is asked for.
-template <class Call>
-auto begin(Call call) {
-  try {
-    return std::async(std::launch::async, call);
-  } catch (const std::system_error&) {
-    return std::async(std::launch::deferred, call);
-  }
-}
+// Calls body(i) for every i below n. All of them end, also if one throws; what the first one threw is thrown again.
+void side_by_side(std::size_t n, const std::function<void(std::size_t)>& body);
 
-// Calls body(i) for every i below n. All of them end, also if one throws.
-template <class Body>
-void side_by_side(std::size_t n, const Body& body) {
-  std::vector<std::future<void>> others;
-  for (std::size_t i = 1; i < n; ++i)
-    others.push_back(begin([&body, i] { body(i); }));
-  body(0);
-  for (std::future<void>& other : others)
-    other.get();
-}
+// Something that another thread may do meanwhile. What none has begun is done by the one that asks for it, so that work may
+// wait for other work; it is left undone where nobody asks.
+class meanwhile {
+ public:
+  meanwhile() = default;
+  explicit meanwhile(std::function<void()> call);
+  meanwhile(meanwhile&&) = default;
+  meanwhile& operator=(meanwhile&&) = default;
+  ~meanwhile();
+
+  // Returns when it is done, and throws what it threw. Nothing happens the second time.
+  void finish();
+
+ private:
+  std::shared_ptr<class shared_work> work_;
+};
 
 }  // namespace command

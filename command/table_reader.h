@@ -16,7 +16,7 @@ namespace command {
 // Some rows of the columns that were chosen.
 struct row_block {
   std::size_t rows = 0;
-  std::vector<double> values;        // [row * columns chosen + column]
+  std::vector<double> values;        // [row * columns chosen + column], and perhaps more that does not count
   std::vector<std::uint64_t> lines;  // where each row stands: a line of text from 1, a row of an array from 0
 };
 

@@ -4,21 +4,19 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include "errors.h"
-#include "side_by_side.h"
+#include "numbers.h"
 
 namespace command {
 
 namespace {
 
-// "-2.2250738585072014e-308", and its separator.
-constexpr std::size_t most_for_a_number = 25;
 constexpr std::size_t room = std::size_t{1} << 18;
 // So that a part pays for its thread.
 constexpr std::size_t values_in_a_part = std::size_t{1} << 12;
+constexpr std::size_t values_in_a_step = std::size_t{1} << 12;
 constexpr std::size_t npy_header_bytes = 128;
 
 std::string name_field(const std::string& name, char separator) {
@@ -32,10 +30,6 @@ std::string name_field(const std::string& name, char separator) {
     quoted += c;
   }
   return quoted + '"';
-}
-
-char* number(char* to, double value) {
-  return fmt::format_to(to, FMT_COMPILE("{}"), value);
 }
 
 bool ends_with(const std::string& path, const char* ending) {
@@ -73,47 +67,91 @@ table_writer::~table_writer() {
   if (spool_ != nullptr) std::fclose(spool_);
 }
 
+void table_writer::write(const double* first, std::size_t n, const maker& make) {
+  if (format_ != table_format::npy) return write_text(first, nullptr, n, &make);
+  const std::size_t others = columns_ - 1;
+  rest_.resize(n * others);
+  const std::size_t parts = parts_for(n);
+  side_by_side(parts, [&](std::size_t k) {
+    const std::size_t from = k * n / parts;
+    make(from, (k + 1) * n / parts - from, rest_.data() + from * others);
+  });
+  write(first, rest_.data(), n);
+}
+
 void table_writer::write(const double* first, const double* rest, std::size_t n) {
-  rows_ += n;
-  if (n == 0) return;
   if (format_ == table_format::npy)
     write_npy(first, rest, n);
   else
-    write_text(first, rest, n);
+    write_text(first, rest, n, nullptr);
 }
 
-void table_writer::write_text(const double* first, const double* rest, std::size_t n) {
+std::size_t table_writer::parts_for(std::size_t n) const {
+  return std::clamp<std::size_t>(n * columns_ / values_in_a_part, 1,
+                                 std::min(cores(), std::max<std::size_t>(n, 1)));
+}
+
+void table_writer::format(part& to, const double* first, const double* rest, std::size_t n) const {
   const char separator = format_ == table_format::tsv ? '\t' : ',';
   const std::size_t others = columns_ - (first != nullptr ? 1 : 0);
-  const std::size_t parts = std::clamp<std::size_t>(n * columns_ / values_in_a_part, 1, std::min(cores(), n));
-  parts_.resize(std::max(parts_.size(), parts));
-  std::vector<std::size_t> sizes(parts);
-  side_by_side(parts, [&](std::size_t part) {
-    const std::size_t from = part * n / parts;
-    const std::size_t to = (part + 1) * n / parts;
-    std::vector<char>& text = parts_[part];
-    text.resize(std::max(text.size(), (to - from) * columns_ * most_for_a_number));
-    char* p = text.data();
-    for (std::size_t i = from; i < to; ++i) {
-      if (first != nullptr) {
-        p = number(p, first[i]);
-        *p++ = separator;
-      }
-      for (std::size_t k = 0; k < others; ++k) {
-        p = number(p, rest[i * others + k]);
-        *p++ = separator;
-      }
-      p[-1] = '\n';
+  char* p = to.text.get() + to.size;
+  for (std::size_t i = 0; i < n; ++i) {
+    if (first != nullptr) {
+      p = write_number(p, first[i]);
+      *p++ = separator;
     }
-    sizes[part] = static_cast<std::size_t>(p - text.data());
+    for (std::size_t k = 0; k < others; ++k) {
+      p = write_number(p, *rest++);
+      *p++ = separator;
+    }
+    p[-1] = '\n';
+  }
+  to.size = static_cast<std::size_t>(p - to.text.get());
+}
+
+// Values are made and written out a few at a time, while they are near.
+void table_writer::write_text(const double* first, const double* rest, std::size_t n, const maker* make) {
+  if (n == 0) return;
+  rows_ += n;
+  const std::size_t parts = parts_for(n);
+  const std::size_t others = columns_ - (first != nullptr ? 1 : 0);
+  const std::size_t step = std::max<std::size_t>(values_in_a_step / columns_, 1);
+  parts_.resize(parts);
+  side_by_side(parts, [&](std::size_t k) {
+    part& to = parts_[k];
+    std::size_t from = k * n / parts;
+    const std::size_t end = (k + 1) * n / parts;
+    const std::size_t most = (end - from) * columns_ * (longest_number + 1);
+    if (to.room < most) {
+      to.text = std::make_unique_for_overwrite<char[]>(most);
+      to.room = most;
+    }
+    to.size = 0;
+    for (; from < end; from += step) {
+      const std::size_t count = std::min(step, end - from);
+      if (make != nullptr) {
+        to.rest.resize(step * others);
+        (*make)(from, count, to.rest.data());
+      }
+      format(to, first == nullptr ? nullptr : first + from,
+             make != nullptr ? to.rest.data() : rest + from * others, count);
+    }
   });
+  writing_.finish();
   to_.write(heading_);
   heading_.clear();
-  for (std::size_t part = 0; part < parts; ++part)
-    to_.write({parts_[part].data(), sizes[part]});
+  written_.swap(parts_);
+  const auto write = [this] {
+    for (const part& one : written_)
+      to_.write({one.text.get(), one.size});
+  };
+  if (n * columns_ < values_in_a_part) return write();
+  writing_ = meanwhile(write);
 }
 
 void table_writer::write_npy(const double* first, const double* rest, std::size_t n) {
+  rows_ += n;
+  if (n == 0) return;
   if (first == nullptr) return send(reinterpret_cast<const char*>(rest), n * columns_ * sizeof(double));
   numbers_.resize(n * columns_);
   double* p = numbers_.data();
@@ -142,6 +180,7 @@ std::string table_writer::npy_header() const {
 }
 
 void table_writer::finish() {
+  writing_.finish();
   if (format_ != table_format::npy) return to_.write(heading_);
   if (spool_ == nullptr) return to_.rewrite_start(npy_header());
   to_.write(npy_header());

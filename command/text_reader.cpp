@@ -8,6 +8,8 @@
 #include <optional>
 
 #include "errors.h"
+#include "numbers.h"
+#include "side_by_side.h"
 
 namespace command {
 
@@ -16,7 +18,8 @@ namespace {
 constexpr std::size_t first_room = std::size_t{1} << 20;
 // A quote that is never closed would otherwise take the rest of the file into memory.
 constexpr std::size_t longest_record = std::size_t{1} << 26;
-constexpr std::size_t values_in_a_block = std::size_t{1} << 17;
+// So that a part pays for its thread.
+constexpr std::size_t bytes_in_a_part = std::size_t{1} << 18;
 
 bool is_blank(char c) {
   return c == ' ' || c == '\t';
@@ -47,6 +50,12 @@ std::string quoted(std::string_view text) {
   return '"' + shown + (text.size() > most ? "...\"" : "\"");
 }
 
+const char* skip_blanks(const char* p) {
+  while (is_blank(*p))
+    ++p;
+  return p;
+}
+
 // What separates the fields of a record: what stands most often in its first line, outside of quotes.
 char guess_separator(std::string_view line) {
   std::size_t counts[4] = {};
@@ -65,9 +74,10 @@ char guess_separator(std::string_view line) {
 }  // namespace
 
 text_reader::text_reader(std::unique_ptr<byte_source> source, const text_format& format)
-    : table_reader(std::move(source)), buffer_(first_room), comment_(format.comment) {
+    : table_reader(std::move(source)), comment_(format.comment) {
+  next_.at = next_.end = buffer_.get();
   fill();
-  if (filled_ >= 3 && std::memcmp(buffer_.data(), "\xef\xbb\xbf", 3) == 0) at_ = 3;
+  if (filled_ >= 3 && std::memcmp(buffer_.get(), "\xef\xbb\xbf", 3) == 0) next_.at += 3;
   read_first_record(format);
 }
 
@@ -75,137 +85,131 @@ std::string text_reader::place(std::uint64_t line) const {
   return source_->name() + ":" + std::to_string(line);
 }
 
-// Moves what is left to the front and reads behind it. False where nothing came.
+// Behind the last line end of the buffer. A carriage return with nothing behind it may be half of one.
+const char* text_reader::last_line_end() const {
+  const char* const begin = next_.at;
+  const char* const end = buffer_.get() + filled_;
+  for (const char* p = end; p != begin; --p)
+    if (p[-1] == '\n' || (p[-1] == '\r' && p != end)) return p;
+  return begin;
+}
+
+// Moves what is left to the front and reads behind it, at least to the next line end. False where nothing came.
 bool text_reader::fill() {
   if (ended_) return false;
-  std::memmove(buffer_.data(), buffer_.data() + at_, filled_ - at_);
-  filled_ -= at_;
-  at_ = 0;
-  if (filled_ > buffer_.size() / 2) {
-    if (filled_ > longest_record)
-      throw data_error(place(line_) +
+  do {
+    const std::size_t left =
+        buffer_ == nullptr ? 0 : filled_ - static_cast<std::size_t>(next_.at - buffer_.get());
+    if (left > longest_record)
+      throw data_error(place(next_.line) +
                        ": the record that begins here does not end within 64 MB; is a quote not closed?");
-    buffer_.resize(2 * buffer_.size());
-  }
-  const std::size_t room = buffer_.size() - filled_ - 1;
-  const std::size_t got = source_->read(buffer_.data() + filled_, room);
-  filled_ += got;
-  ended_ = got < room;
-  if (ended_ && filled_ > 0 && buffer_[filled_ - 1] != '\n') buffer_[filled_++] = '\n';
+    if (left > room_ / 2 || buffer_ == nullptr) {
+      room_ = std::max(2 * room_, first_room);
+      auto larger = std::make_unique_for_overwrite<char[]>(room_ + 1);
+      std::copy_n(next_.at, left, larger.get());
+      buffer_.swap(larger);
+    } else {
+      std::memmove(buffer_.get(), next_.at, left);
+    }
+    const std::size_t got = source_->read(buffer_.get() + left, room_ - left);
+    filled_ = left + got;
+    ended_ = filled_ < room_;
+    if (ended_ && filled_ > 0 && buffer_[filled_ - 1] != '\n') buffer_[filled_++] = '\n';
+    buffer_[filled_] = '\0';
+    next_.at = buffer_.get();
+    next_.end = last_line_end();
+  } while (next_.end == next_.at && !ended_);
   return true;
 }
 
-// Behind the line end at p, or null if the buffer ends in the midst of it.
-const char* text_reader::line_end(const char* p) const {
-  if (*p == '\n') return p + 1;
-  if (p + 1 == end()) return ended_ ? p + 1 : nullptr;
-  return p[1] == '\n' ? p + 2 : p + 1;
+// Behind the line end at p.
+const char* text_reader::line_end(const cursor& c, const char* p) const {
+  return *p == '\r' && p + 1 != c.end && p[1] == '\n' ? p + 2 : p + 1;
 }
 
-// Behind blank lines and comments, where a record begins; null if the buffer ends first.
-const char* text_reader::next_record(const char* p) {
-  for (;;) {
-    at_ = static_cast<std::size_t>(p - buffer_.data());
-    const char* q = p;
-    while (q != end() && is_blank(*q) && (separator_ == ' ' || *q != separator_))
-      ++q;
-    if (q == end()) return nullptr;
-    if (*q == comment_) {
-      while (q != end() && *q != '\n' && *q != '\r')
-        ++q;
-      if (q == end()) return nullptr;
-    }
-    if (*q != '\n' && *q != '\r') return record_line_ = line_, inner_lines_ = 0, p;
-    p = line_end(q);
-    if (p == nullptr) return nullptr;
-    ++line_;
-  }
-}
-
-const char* text_reader::skip_blanks(const char* p) const {
-  while (p != end() && is_blank(*p))
-    ++p;
-  return p;
-}
-
-// The end of a field and its text, which lives until the next call; null if the buffer ends first.
-const char* text_reader::scan_field(const char* p, std::string_view& text) {
-  const char* const from = p;
-  if (p == end()) return nullptr;
-  if (*p != '"') {
-    while (p != end() && !ends_field(*p))
+// Skips blank lines and comments; false where no record follows.
+bool text_reader::next_record(cursor& c) const {
+  while (c.at != c.end) {
+    const char* p = c.at;
+    while (is_blank(*p) && (separator_ == ' ' || *p != separator_))
       ++p;
-    if (p == end()) return nullptr;
+    if (*p == comment_)
+      while (*p != '\n' && *p != '\r')
+        ++p;
+    if (*p != '\n' && *p != '\r') {
+      c.record_line = c.line;
+      c.inner_lines = 0;
+      return true;
+    }
+    c.at = line_end(c, p);
+    ++c.line;
+  }
+  return false;
+}
+
+// The end of a field and its text, which lives until the next call; null if a quote is not closed before the end.
+const char* text_reader::scan_field(cursor& c, const char* p, std::string_view& text) const {
+  const char* const from = p;
+  if (*p != '"') {
+    while (!ends_field(*p))
+      ++p;
     text = {from, static_cast<std::size_t>(p - from)};
     return p;
   }
-  unescaped_.clear();
+  c.unescaped.clear();
   for (++p;; ++p) {
-    if (p == end()) return nullptr;
+    if (p == c.end) return nullptr;
     if (*p == '"') {
-      if (p + 1 == end()) return nullptr;
+      if (p + 1 == c.end) return nullptr;
       if (p[1] != '"') break;
       ++p;
     }
-    if (*p == '\n' || (*p == '\r' && p + 1 != end() && p[1] != '\n')) ++inner_lines_;
-    unescaped_ += *p;
+    if (*p == '\n' || (*p == '\r' && p + 1 != c.end && p[1] != '\n')) ++c.inner_lines;
+    c.unescaped += *p;
   }
-  for (++p; p != end() && !ends_field(*p); ++p)
-    unescaped_ += *p;
-  if (p == end()) return nullptr;
-  text = unescaped_;
+  for (++p; !ends_field(*p); ++p)
+    c.unescaped += *p;
+  text = c.unescaped;
   return p;
 }
 
-const char* text_reader::skip_field(const char* p) const {
-  while (p != end() && !ends_field(*p))
-    ++p;
-  return p == end() ? nullptr : p;
-}
-
-const char* text_reader::split(const char* p, std::vector<std::string>& fields) {
+const char* text_reader::split(cursor& c, std::vector<std::string>& fields) const {
   fields.clear();
-  for (;; ++p) {
+  for (const char* p = c.at;; ++p) {
     if (separator_ == ' ') p = skip_blanks(p);
-    if (p == end()) return nullptr;
-    if (separator_ == ' ' && ends_field(*p)) break;
+    if (separator_ == ' ' && ends_field(*p)) return line_end(c, p);
     std::string_view text;
-    p = scan_field(p, text);
+    p = scan_field(c, p, text);
     if (p == nullptr) return nullptr;
     fields.emplace_back(trimmed(text));
-    if (!separates(*p)) break;
+    if (!separates(*p)) return line_end(c, p);
   }
-  return line_end(p);
 }
 
 void text_reader::read_first_record(const text_format& format) {
   std::vector<std::string> fields;
-  for (;;) {
+  const char* behind = nullptr;
+  while (behind == nullptr) {
     separator_ = format.separator.value_or(',');
-    inner_lines_ = 0;
-    const char* const from = next_record(buffer_.data() + at_);
-    const char* behind = nullptr;
-    if (from != nullptr) {
-      const char* const stop = std::find_if(from, end(), [](char c) { return c == '\n' || c == '\r'; });
-      if (!format.separator) separator_ = guess_separator({from, static_cast<std::size_t>(stop - from)});
-      behind = split(from, fields);
+    const bool found = next_record(next_);
+    if (found) {
+      const char* const stop =
+          std::find_if(next_.at, next_.end, [](char c) { return c == '\n' || c == '\r'; });
+      if (!format.separator)
+        separator_ = guess_separator({next_.at, static_cast<std::size_t>(stop - next_.at)});
+      behind = split(next_, fields);
     }
-    if (behind != nullptr) {
-      first_line_ = record_line_;
-      const auto is_number = [](const std::string& field) {
-        return field.empty() || parsed(field).has_value();
-      };
-      heading_ = format.heading.value_or(!std::all_of(fields.begin(), fields.end(), is_number));
-      if (heading_) {
-        at_ = static_cast<std::size_t>(behind - buffer_.data());
-        line_ = record_line_ + inner_lines_ + 1;
-      }
-      break;
-    }
-    if (!fill()) {
-      if (from != nullptr) throw data_error(place(record_line_) + ": a quote in this record is not closed");
+    if (behind == nullptr && !fill()) {
+      if (found) not_closed(next_);
       throw data_error(source_->name() + ": holds no data");
     }
+  }
+  first_line_ = next_.record_line;
+  const auto is_number = [](const std::string& field) { return field.empty() || parsed(field).has_value(); };
+  heading_ = format.heading.value_or(!std::all_of(fields.begin(), fields.end(), is_number));
+  if (heading_) {
+    next_.at = behind;
+    next_.line = next_.record_line + next_.inner_lines + 1;
   }
   for (std::size_t c = 0; c < fields.size(); ++c)
     names_.push_back(heading_ ? fields[c] : std::to_string(c + 1));
@@ -219,7 +223,7 @@ void text_reader::choose(const std::vector<std::size_t>& columns, bool lenient) 
   lenient_ = lenient;
 }
 
-double text_reader::number_of(std::string_view text, std::size_t column) const {
+double text_reader::number_of(std::string_view text, std::size_t column, const cursor& c) const {
   const std::optional<double> value = parsed(text);
   if (value && (lenient_ || std::isfinite(*value))) return *value;
   if (lenient_) return std::numeric_limits<double>::quiet_NaN();
@@ -231,75 +235,125 @@ double text_reader::number_of(std::string_view text, std::size_t column) const {
     why += " is not a number; decimals are written with a point";
   else
     why += value ? " is not finite" : " is not a number";
-  throw data_error(field_message(*this, record_line_, names_[column], why));
+  throw data_error(field_message(*this, c.record_line, names_[column], why));
 }
 
-void text_reader::wrong_count(std::size_t fields) const {
-  throw data_error(place(record_line_) + ": " + (fields > names_.size() ? "more than " : "") +
+void text_reader::wrong_count(std::size_t fields, const cursor& c) const {
+  throw data_error(place(c.record_line) + ": " + (fields > names_.size() ? "more than " : "") +
                    std::to_string(std::min(fields, names_.size())) +
                    (std::min(fields, names_.size()) == 1 ? " field, but line " : " fields, but line ") +
                    std::to_string(first_line_) + " has " + std::to_string(names_.size()));
 }
 
-// The numbers of the record at p, whose end is returned; null if the buffer ends first.
-const char* text_reader::read_numbers(const char* p, double* row) {
+void text_reader::not_closed(const cursor& c) const {
+  throw data_error(place(c.record_line) + ": a quote in this record is not closed");
+}
+
+// The numbers of the record at the cursor, whose end is returned; null if a quote is not closed before the end.
+const char* text_reader::read_numbers(cursor& c, double* row) const {
   const std::size_t columns = names_.size();
-  for (std::size_t c = 0;; ++c) {
-    if (separator_ == ' ') p = skip_blanks(p);
-    if (p == end()) return nullptr;
-    if (separator_ == ' ' && ends_field(*p)) {
-      if (c < columns) wrong_count(c);
-      return line_end(p);
-    }
-    if (c == columns) wrong_count(c + 1);
-    const std::ptrdiff_t target = targets_[c];
-    if (target < 0 && *p != '"') {
-      p = skip_field(p);
-      if (p == nullptr) return nullptr;
-    } else {
-      // Nearly every field is a number and then its end; what is not takes the longer way.
-      double value = 0.0;
-      const auto [rest, failed] = fast_float::from_chars(p, end(), value);
-      if (rest == end()) return nullptr;
-      if (failed == std::errc() && ends_field(*rest) && std::isfinite(value)) {
-        p = rest;
-      } else {
-        std::string_view text;
-        p = scan_field(p, text);
-        if (p == nullptr) return nullptr;
-        if (target >= 0) value = number_of(text, c);
+  const char* p = c.at;
+  for (std::size_t k = 0;; ++k, ++p) {
+    if (separator_ == ' ') {
+      p = skip_blanks(p);
+      if (ends_field(*p)) {
+        if (k < columns) wrong_count(k, c);
+        return line_end(c, p);
       }
-      if (target >= 0) row[target] = value;
     }
+    if (k == columns) wrong_count(k + 1, c);
+    const std::ptrdiff_t target = targets_[k];
+    // Nearly every field is a number and then its end; what is not takes the longer way.
+    double value = 0.0;
+    const char* const rest = target < 0 ? nullptr : read_number(p, c.end, value);
+    if (rest != nullptr && ends_field(*rest)) {
+      p = rest;
+    } else {
+      std::string_view text;
+      p = scan_field(c, p, text);
+      if (p == nullptr) return nullptr;
+      if (target >= 0) value = number_of(text, k, c);
+    }
+    if (target >= 0) row[target] = value;
     if (!separates(*p)) {
-      if (c + 1 != columns) wrong_count(c + 1);
-      return line_end(p);
+      if (k + 1 != columns) wrong_count(k + 1, c);
+      return line_end(c, p);
     }
-    ++p;
   }
 }
 
-bool text_reader::read(row_block& block) {
+// All records to the end, or to one whose quote is not closed.
+void text_reader::parse(cursor& c, row_block& block) const {
   block.rows = 0;
   block.lines.clear();
-  const std::size_t most = std::max<std::size_t>(values_in_a_block / std::max<std::size_t>(width_, 1), 16);
-  block.values.resize(most * width_);
-  while (block.rows < most) {
-    const char* const from = next_record(buffer_.data() + at_);
-    const char* const behind =
-        from == nullptr ? nullptr : read_numbers(from, block.values.data() + block.rows * width_);
-    if (behind != nullptr) {
-      block.lines.push_back(record_line_);
-      ++block.rows;
-      at_ = static_cast<std::size_t>(behind - buffer_.data());
-      line_ = record_line_ + inner_lines_ + 1;
-      continue;
-    }
-    if (fill()) continue;
-    if (from != nullptr) throw data_error(place(record_line_) + ": a quote in this record is not closed");
-    break;
+  while (next_record(c)) {
+    if (block.values.size() < (block.rows + 1) * width_)
+      block.values.resize(std::max(2 * block.values.size(), 16 * width_));
+    const char* const behind = read_numbers(c, block.values.data() + block.rows * width_);
+    if (behind == nullptr) return;
+    block.lines.push_back(c.record_line);
+    ++block.rows;
+    c.at = behind;
+    c.line = c.record_line + c.inner_lines + 1;
   }
-  return block.rows > 0;
+}
+
+// Parses what the buffer holds, side by side where every line end is one of a record, that is without quotes.
+void text_reader::parse_parts() {
+  const auto bytes = static_cast<std::size_t>(next_.end - next_.at);
+  const bool has_quotes = std::memchr(next_.at, '"', bytes) != nullptr;
+  std::size_t count = has_quotes ? 1 : std::clamp<std::size_t>(bytes / bytes_in_a_part, 1, cores());
+  parts_.resize(std::max(parts_.size(), count));
+  const char* from = next_.at;
+  for (std::size_t k = 0; k < count; ++k) {
+    const char* to = next_.end;
+    if (k + 1 < count) {
+      to = std::find(std::max(from, next_.at + (k + 1) * bytes / count), next_.end, '\n');
+      if (to != next_.end) ++to;
+    }
+    cursor& c = parts_[k].text;
+    c.at = from;
+    c.end = from = to;
+    c.line = 1;
+  }
+  side_by_side(count, [this](std::size_t k) {
+    part& one = parts_[k];
+    try {
+      one.failed = false;
+      parse(one.text, one.rows);
+    } catch (const data_error&) {
+      one.failed = true;
+    }
+  });
+  served_ = 0;
+  parsed_ = count;
+}
+
+bool text_reader::read(row_block& block) {
+  for (;;) {
+    if (served_ == parsed_) {
+      // What was parsed is done with, but for a record that goes on behind the end of the buffer.
+      if ((parsed_ > 0 || next_.at == next_.end) && !fill()) {
+        if (next_record(next_)) not_closed(next_);
+        return false;
+      }
+      parse_parts();
+    }
+    part& one = parts_[served_++];
+    if (one.failed) {
+      // Once more, with lines as they count in the file, for the message.
+      cursor again = next_;
+      again.end = one.text.end;
+      parse(again, one.rows);
+    }
+    for (std::uint64_t& line : one.rows.lines)
+      line += next_.line - 1;
+    next_.at = one.text.at;
+    next_.line += one.text.line - 1;
+    if (one.rows.rows == 0) continue;
+    std::swap(block, one.rows);
+    return true;
+  }
 }
 
 // A line end within quotes is no end of a record: with a quote behind the place where reading goes on, nobody knows.
@@ -307,12 +361,13 @@ bool text_reader::skip_to_last_rows() {
   constexpr std::uint64_t last_bytes = first_room / 2;
   if (source_->size() < 4 * last_bytes) return true;
   source_->seek(source_->size() - last_bytes);
-  at_ = filled_ = 0;
+  filled_ = 0;
+  next_.at = next_.end = buffer_.get();
+  ended_ = false;
   fill();
-  const char* const from = buffer_.data();
-  const char* const line = std::find(from, end(), '\n');
-  if (!ended_ || line == end() || std::find(from, end(), '"') != end()) return false;
-  at_ = static_cast<std::size_t>(line + 1 - from);
+  const char* const line = std::find(next_.at, next_.end, '\n');
+  if (!ended_ || line == next_.end || std::find(next_.at, next_.end, '"') != next_.end) return false;
+  next_.at = line + 1;
   return true;
 }
 

@@ -101,6 +101,7 @@ status try_by_site(const spline& curve, const Sites& sites, view<double> out) {
     return curve.try_by_site<K...>(where.part(from, count), out.part(from * results, count * results));
   });
 }
+// The same, which throws on failure.
 template <int... K, class Sites>
 void by_site(const spline& curve, const Sites& sites, view<double> out) {
   ravenfit::detail::check(try_by_site<K...>(curve, sites, out));
@@ -127,6 +128,7 @@ status try_at(const spline& curve, const Sites& sites, view<double> out) {
     return status{};
   });
 }
+// The same, which throws on failure.
 template <int... K, class Sites>
 void at(const spline& curve, const Sites& sites, view<double> out) {
   ravenfit::detail::check(try_at<K...>(curve, sites, out));
@@ -139,6 +141,7 @@ result<spline> try_make(const X& x, const Y& y, const spline_options& options = 
     return ravenfit::detail::in_stretches(groups, 1, [&](std::size_t i, std::size_t) { return body(i); });
   });
 }
+// The same, which throws on failure.
 template <class X, class Y>
 spline make(const X& x, const Y& y, const spline_options& options = cubic()) {
   return std::move(try_make(x, y, options)).value();
@@ -155,14 +158,17 @@ inline status try_fill_uniform(stream& g, view<double> r, double a = 0.0, double
     return vdRngUniform(RNG_UNIFORM_PLAIN, part, n, to, a, b);
   });
 }
+// The same, which throws on failure.
 inline void fill_uniform(stream& g, view<double> r, double a = 0.0, double b = 1.0) {
   ravenfit::detail::check(try_fill_uniform(g, r, a, b));
 }
+// Normal variates, in the same way.
 inline status try_fill_normal(stream& g, view<double> r, double mean = 0.0, double sigma = 1.0) {
   if (status s = g.try_fill_normal(view<double>(), mean, sigma); !s.ok()) return s;
   return ravenfit::detail::fill_in_stretches(
       g, r, [=](RsgStream* part, std::int32_t n, double* to) { return rsgNormal(part, n, to, mean, sigma); });
 }
+// The same, which throws on failure.
 inline void fill_normal(stream& g, view<double> r, double mean = 0.0, double sigma = 1.0) {
   ravenfit::detail::check(try_fill_normal(g, r, mean, sigma));
 }

@@ -37,6 +37,7 @@ class spline {
   spline(const X& x, const Y& y, const spline_options& options = cubic())
       : spline(try_make(x, y, options).value()) {}
 
+  // The same, as a result instead of an exception.
   template <class X, class Y>
   static result<spline> try_make(const X& x, const Y& y, const spline_options& options = cubic()) {
     spline made = with_data(x, y, options);
@@ -52,6 +53,7 @@ class spline {
     return made;
   }
 
+  // Moves leave an empty spline behind; copies own their data, also those of a spline_view.
   spline(spline&&) = default;
   spline& operator=(spline&&) = default;
   spline(const spline& other) { *this = other; }
@@ -60,8 +62,11 @@ class spline {
     return *this;
   }
 
+  // How many functions it holds; 0 if it is empty.
   std::size_t functions() const { return has_state() ? state_->ny : 0; }
+  // All of them, also if they are equidistant; of a spline_view the array that it was made of.
   view<const double> breakpoints() const { return has_state() ? state_->x : view<const double>(); }
+  // The first and the last breakpoint.
   std::pair<double, double> domain() const {
     detail::check(usable());
     return {state_->x[0], state_->x[state_->x.size() - 1]};
@@ -111,6 +116,7 @@ class spline {
   void at(const Sites& sites, view<double> out) const {
     detail::check(try_at<K...>(sites, out));
   }
+  // The same, with a status instead of an exception. Nothing is written if it is refused.
   template <int... K, class Sites>
   status try_at(const Sites& sites, view<double> out) const {
     return evaluate(detail::numbers(sites), orders<K...>(), layout::rows, out);
@@ -121,6 +127,7 @@ class spline {
   void by_site(const Sites& sites, view<double> out) const {
     detail::check(try_by_site<K...>(sites, out));
   }
+  // The same, with a status.
   template <int... K, class Sites>
   status try_by_site(const Sites& sites, view<double> out) const {
     return evaluate(detail::numbers(sites), orders<K...>(), layout::by_site, out);
@@ -159,9 +166,11 @@ class spline {
     const auto [a, b] = domain();
     return solve(value, a, b, function);
   }
+  // Of [a, b], which may reach beyond the domain where the end polynomials continue.
   std::vector<double> solve(double value, double a, double b, std::size_t function = 0) const {
     return std::move(try_solve(value, a, b, function)).value();
   }
+  // The same, as a result.
   result<std::vector<double>> try_solve(double value, double a, double b, std::size_t function = 0) const {
     if (status s = usable(function); !s.ok()) return s;
     std::vector<double> sites(8);
@@ -175,6 +184,7 @@ class spline {
       if (complete) return sites;
     }
   }
+  // solve(0): all zeros of the domain.
   std::vector<double> roots(std::size_t function = 0) const { return solve(0.0, function); }
 
   // The inverse of a monotone function: the smallest site for each value, NaN where it is not reached.
@@ -183,6 +193,7 @@ class spline {
     detail::check(try_inverse(values, sites, function));
     return sites;
   }
+  // The same into an array of as many sites as values, with a status.
   status try_inverse(view<const double> values, view<double> sites, std::size_t function = 0) const {
     if (status s = usable(function); !s.ok()) return s;
     if (sites.size() != values.size()) return refuse_size("sites", sites.size(), values.size());
@@ -438,6 +449,7 @@ class spline {
 // coefficients alone. Temporaries are refused. Copies own their data.
 class spline_view : public spline {
  public:
+  // x and y as for spline, of doubles.
   spline_view(view<const double> x, view<const double> y, const spline_options& options = cubic()) {
     detail::settle_level();
     state_ = std::make_unique<state>(options);

@@ -18,6 +18,7 @@ struct spline_state;
 
 // One end of a spline.
 struct end_condition {
+  // `value` is the slope or the second derivative; of periodic ends the common one, for kinds that are given them.
   enum type { own, not_a_knot, free, slope, curvature, periodic };
   type kind = own;
   double value = 0.0;
@@ -35,6 +36,7 @@ inline end_condition not_a_knot() {
 inline end_condition free_end() {
   return {end_condition::free, 0.0};
 }
+// First derivative.
 inline end_condition slope(double value) {
   return {end_condition::slope, value};
 }
@@ -61,17 +63,25 @@ constexpr outside_mode refuse = outside_mode::refuse;
 // whole, so that calls chain.
 class spline_options {
  public:
+  // Of DF_ORDER_* and DF_KIND_*; the functions below are shorter.
   spline_options(int order, int kind, end_condition ends)
       : order_(order), kind_(kind), left_(ends), right_(ends) {}
 
+  // The end at the first breakpoint.
   spline_options& left(end_condition end) { return left_ = end, *this; }
+  // The end at the last breakpoint.
   spline_options& right(end_condition end) { return right_ = end, *this; }
+  // Both ends.
   spline_options& ends(end_condition end) { return left(end).right(end); }
   // Value, and slope and curvature as far as the kind has them, agree at both ends.
   spline_options& periodic() { return ends({end_condition::periodic, 0.0}); }
+  // On both sides of the partition.
   spline_options& outside(outside_mode mode) { return below(mode).above(mode); }
+  // This value on both sides.
   spline_options& outside(double value) { return outside_value_ = value, outside(outside_mode::constant); }
+  // Below the first breakpoint.
   spline_options& below(outside_mode mode) { return below_ = mode, *this; }
+  // Above the last breakpoint.
   spline_options& above(outside_mode mode) { return above_ = mode, *this; }
   // y holds the values of all functions at a breakpoint side by side; without this, all values of a function.
   spline_options& by_breakpoint() { return by_breakpoint_ = true, *this; }
@@ -105,21 +115,27 @@ class spline_options {
 inline spline_options cubic() {
   return {DF_ORDER_CUBIC, DF_KIND_NATURAL, free_end()};
 }
+// The broken line.
 inline spline_options linear() {
   return {DF_ORDER_LINEAR, DF_KIND_DEFAULT, own_end()};
 }
+// Cubic with a continuous slope by H. Akima (1970), which single outliers disturb little.
 inline spline_options akima() {
   return {DF_ORDER_CUBIC, DF_KIND_AKIMA, own_end()};
 }
+// The same with weights that keep flat stretches flat.
 inline spline_options modified_akima() {
   return {DF_ORDER_CUBIC, DF_KIND_MODIFIED_AKIMA, own_end()};
 }
+// Cubic, monotone where the data are (F. N. Fritsch, J. Butland, 1984).
 inline spline_options pchip() {
   return {DF_ORDER_CUBIC, DF_KIND_PCHIP, own_end()};
 }
+// Cubic, monotone where the data are (M. Steffen, 1990).
 inline spline_options steffen() {
   return {DF_ORDER_CUBIC, DF_KIND_STEFFEN, own_end()};
 }
+// Cubic, with the slopes of parabolas through three neighbours.
 inline spline_options bessel() {
   return {DF_ORDER_CUBIC, DF_KIND_BESSEL, not_a_knot()};
 }

@@ -25,6 +25,7 @@ namespace ravenfit {
 
 // A basic generator; docs/streams.md says which one to take.
 struct generator {
+  // RSG_BRNG_*, plus the number of a member where it is a family.
   std::int32_t id;
 };
 constexpr generator mcg31{RSG_BRNG_MCG31};
@@ -34,9 +35,11 @@ constexpr generator mcg59{RSG_BRNG_MCG59};
 constexpr generator mt19937{RSG_BRNG_MT19937};
 constexpr generator sfmt19937{RSG_BRNG_SFMT19937};
 constexpr generator rdrand{RSG_BRNG_RDRAND};
+// Members 0 to 272 of a family.
 constexpr generator wichmann_hill(int member = 0) {
   return {RSG_BRNG_WICHMANN_HILL + member};
 }
+// Members 0 to 6023 of a family.
 constexpr generator mt2203(int member = 0) {
   return {RSG_BRNG_MT2203 + member};
 }
@@ -84,12 +87,14 @@ class stream {
  public:
   // Empty, as is a stream that was moved from: every operation on it fails.
   stream() = default;
+  // Of one seed.
   explicit stream(generator which, std::uint32_t seed = 1) : stream(try_make(which, seed).value()) {}
   // Several seed words, as the generator's authors take them.
   stream(generator which, std::initializer_list<std::uint32_t> seeds)
       : stream(try_make(which, view<const std::uint32_t>(seeds.begin(), seeds.size())).value()) {}
   stream(generator which, view<const std::uint32_t> seeds) : stream(try_make(which, seeds).value()) {}
 
+  // The same, as a result instead of an exception.
   static result<stream> try_make(generator which, std::uint32_t seed) {
     return try_make(which, view<const std::uint32_t>(&seed, 1));
   }
@@ -106,6 +111,7 @@ class stream {
     return owned(code, made);
   }
 
+  // Moves leave an empty stream behind.
   stream(stream&&) = default;
   stream& operator=(stream&&) = default;
   stream(const stream& other) { *this = other; }
@@ -140,14 +146,17 @@ class stream {
   }
   // Doubles of 53 bits, 0 <= r < 1.
   void fill_uniform53(view<double> r) { detail::check(try_fill_uniform53(r)); }
+  // By the quantile; see rsgNormal. sigma is the standard deviation.
   void fill_normal(view<double> r, double mean = 0.0, double sigma = 1.0) {
     detail::check(try_fill_normal(r, mean, sigma));
   }
+  // By the quantile; see rsgExponential.
   void fill_exponential(view<double> r, double mean = 1.0) { detail::check(try_fill_exponential(r, mean)); }
   // mean and sigma of the logarithm.
   void fill_log_normal(view<double> r, double mean = 0.0, double sigma = 1.0) {
     detail::check(try_fill_log_normal(r, mean, sigma));
   }
+  // Words of evenly distributed bits; see rsgWords32 and rsgWords64.
   void fill_words(view<std::uint32_t> r) { detail::check(try_fill_words(r)); }
   void fill_words(view<std::uint64_t> r) { detail::check(try_fill_words(r)); }
   // low <= r <= high, without bias.
@@ -155,6 +164,7 @@ class stream {
     detail::check(try_fill_integers(r, low, high));
   }
 
+  // The same with a status instead of an exception. Nothing is written if the arguments are refused.
   status try_fill_uniform(view<double> r, double a = 0.0, double b = 1.0) {
     if (!(a < b)) return detail::bad_interval("a", a, "b", b);
     return fill(r, [&](std::int32_t n, double* to) {
@@ -196,6 +206,7 @@ class stream {
   // ---- moves and parts ----
   // As if that many values had been drawn.
   void skip(std::uint64_t values) { detail::check(try_skip(values)); }
+  // The same, with a status.
   status try_skip(std::uint64_t values) {
     if (status s = usable(); !s.ok()) return s;
     return moved(RSG_MOVE_SKIP_AHEAD, RSG_ERROR_SKIP_AHEAD,
@@ -203,6 +214,7 @@ class stream {
   }
   // Keeps value k of every `count` values.
   void leapfrog(int k, int count) { detail::check(try_leapfrog(k, count)); }
+  // The same, with a status.
   status try_leapfrog(int k, int count) {
     if (status s = usable(); !s.ok()) return s;
     if (k < 0 || k >= count) return detail::bad_interval("k", k, "count", count);
@@ -213,6 +225,7 @@ class stream {
   std::vector<stream> split(int count, std::uint64_t stretch = 0) const {
     return std::move(try_split(count, stretch)).value();
   }
+  // The same, as a result.
   result<std::vector<stream>> try_split(int count, std::uint64_t stretch = 0) const {
     if (status s = usable(); !s.ok()) return s;
     if (count < 1) return detail::stream_status(RSG_ERROR_ARGUMENT, "a stream is split into 1 part at least");
@@ -232,6 +245,7 @@ class stream {
   }
 
   // ---- saved streams ----
+  // The whole state as bytes, for load(); see rsgSaveStream on their format.
   std::vector<unsigned char> save() const {
     detail::check(usable());
     std::vector<unsigned char> bytes(static_cast<std::size_t>(rsgSaveSize(stream_.get())));
@@ -246,6 +260,7 @@ class stream {
     to << bytes.size() << '\n';
     to.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   }
+  // The stream that was saved; damaged bytes are refused.
   static stream load(view<const unsigned char> bytes) { return try_load(bytes).value(); }
   static result<stream> try_load(view<const unsigned char> bytes) {
     detail::settle_level();
@@ -255,6 +270,7 @@ class stream {
     const int code = rsgLoadStream(&made, bytes.data(), size);
     return owned(code, made);
   }
+  // From what save() wrote to a stream, opened as binary; reading stops behind it.
   static stream load(std::istream& from) { return try_load(from).value(); }
   static result<stream> try_load(std::istream& from) {
     constexpr std::size_t most = 1 << 20;
@@ -267,6 +283,7 @@ class stream {
     return try_load(bytes);
   }
 
+  // What is known of its generator.
   RsgInfo info() const {
     detail::check(usable());
     RsgInfo known;
@@ -311,6 +328,7 @@ class stream {
 // Quasi-random points. A matrix of them has a row for each point, `dimension` coordinates side by side.
 class points {
  public:
+  // Coordinates of a point.
   int dimension() const { return dimension_; }
 
   // Moves ahead by `count` points.
@@ -325,6 +343,7 @@ class points {
   void fill(view<double> matrix) {
     fill_by(matrix, [](stream& g, view<double> r) { g.fill_uniform(r); });
   }
+  // Coordinates from a to b instead of from 0 to 1.
   void fill(view<double> matrix, double a, double b) {
     fill_by(matrix, [=](stream& g, view<double> r) { g.fill_uniform(r, a, b); });
   }
@@ -367,11 +386,14 @@ class points {
   std::uint64_t done_ = 0;  // points
 };
 
+// Sobol's sequence, in up to 40 dimensions; the origin is left out.
 class sobol : public points {
  public:
   static constexpr int most_dimensions = 40;
+  // From its first point on.
   explicit sobol(int dimension) : points(fresh(dimension), dimension) {}
 
+  // Moves ahead by `count` points.
   sobol& skip(std::uint64_t count) {
     points::skip(count);
     return *this;
@@ -394,6 +416,7 @@ class sobol : public points {
   }
 };
 
+// Niederreiter's sequence, in up to 318 dimensions.
 class niederreiter : public points {
  public:
   static constexpr int most_dimensions = 318;

@@ -42,6 +42,7 @@ inline status try_solve_tridiagonal(view<const double> dl, view<const double> d,
   return singular;
 }
 
+// The same, which throws on failure.
 inline void solve_tridiagonal(view<const double> dl, view<const double> d, view<const double> du,
                               view<double> b) {
   detail::check(try_solve_tridiagonal(dl, d, du, b));

@@ -29,6 +29,7 @@ class view {
                        std::is_convertible<decltype(std::declval<C&>().size()), std::size_t>::value>;
 
  public:
+  // Empty.
   constexpr view() = default;
   constexpr view(T* data, std::size_t size) : data_(data), size_(size) {}
   template <std::size_t n>
@@ -37,12 +38,15 @@ class view {
   constexpr view(C&& container)
       : data_(container.data()), size_(static_cast<std::size_t>(container.size())) {}
 
+  // The first element; null if the view is empty by default.
   constexpr T* data() const { return data_; }
   constexpr std::size_t size() const { return size_; }
   constexpr bool empty() const { return size_ == 0; }
   constexpr T* begin() const { return data_; }
   constexpr T* end() const { return data_ + size_; }
+  // Element i, below size(), which is not checked.
   constexpr T& operator[](std::size_t i) const { return data_[i]; }
+  // `count` elements from that one on; they must be there, which is not checked.
   constexpr view part(std::size_t from, std::size_t count) const { return {data_ + from, count}; }
 
  private:
@@ -54,19 +58,24 @@ class view {
 // or -1.
 struct [[nodiscard]] status {
   int code = 0;
+  // RVN_DOMAIN_*, which says whose status the code is.
   int domain = RVN_DOMAIN_FIT;
   std::ptrdiff_t index = -1;
   std::string detail;  // says more than the text of the code, or is empty
 
   bool ok() const { return code == 0; }
+  // As ok().
   explicit operator bool() const { return ok(); }
+  // In English, for people.
   std::string text() const { return detail.empty() ? rvnStatusText(domain, code) : detail; }
 };
 
 // Thrown by every operation without `try_` in its name.
 class error : public std::runtime_error {
  public:
+  // Its text is why.text().
   explicit error(const status& why) : std::runtime_error(why.text()), code_(why.code), index_(why.index) {}
+  // As in the status.
   int code() const noexcept { return code_; }
   std::ptrdiff_t index() const noexcept { return index_; }
 
@@ -97,15 +106,20 @@ inline void check(const status& s) {
 template <class T>
 class [[nodiscard]] result {
  public:
+  // A success.
   result(T value) : value_(std::move(value)), has_(true) {}
+  // A failure, of a status that is not 0.
   result(status why) : why_(std::move(why)) {}
 
   bool ok() const { return has_; }
   explicit operator bool() const { return has_; }
+  // The status: 0 where there is a value.
   const status& why() const { return why_; }
+  // The value. Where there is none, fails as an operation without `try_` would.
   T& value() & { return detail::check(why_), value_; }
   T&& value() && { return detail::check(why_), std::move(value_); }
   const T& value() const& { return detail::check(why_), value_; }
+  // The value, without a check: ask ok() first.
   T& operator*() { return value_; }
   T* operator->() { return &value_; }
 

@@ -187,7 +187,6 @@ for site, value in zip(sites, curve(sites)):
 
 function command({ curve, x, y, outside, sites }) {
   const { kind, left, right, lambda } = curve;
-  if (kind === "quadratic") return "# The command has no quadratic kind; the other languages have the curve shown.\n";
   const data = `cat > points.csv <<'END'\nx,y\n${x.map((value, i) => `${value},${y[i]}`).join("\n")}\nEND\n`;
   if (kind === "smoothing") {
     const weight = lambda === null ? "" : ` --lambda ${lambda}`;
@@ -196,7 +195,8 @@ function command({ curve, x, y, outside, sites }) {
   const end = ({ type, value }) => (given({ type }) ? `${type}=${value}` : type);
   const alike = bothAlike(curve) ? ` --ends ${end(left)}` : ` --left ${end(left)} --right ${end(right)}`;
   const ends = hasEnds(curve) ? alike : "";
-  return `${data}ravenfit eval points.csv --sites=${sites.join(",")} --kind ${kind}${ends} --outside ${outside}\n`;
+  const middle = kind === "quadratic" ? ` --midpoints=${request(curve, x, y).bc[0]}` : "";
+  return `${data}ravenfit eval points.csv --sites=${sites.join(",")} --kind ${kind}${middle}${ends} --outside ${outside}\n`;
 }
 
 const writers = { cpp, c, python, command };

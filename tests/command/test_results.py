@@ -10,9 +10,9 @@ Y = numpy.c_[numpy.sin(X / 3), numpy.cumsum(random.uniform(0, 1, 40)) - 7.25]
 SITES = numpy.linspace(X[0], X[-1], 301)
 
 
-def csv(x, y, heading="t,a,b"):
+def csv(x, y):
     rows = "\n".join(",".join(map(repr, map(float, row))) for row in numpy.c_[x, y])
-    return f"{heading}\n{rows}\n"
+    return f"{','.join('tabcd'[:y.shape[1] + 1])}\n{rows}\n"
 
 
 def close(is_, wanted, tolerance=1e-12):
@@ -20,6 +20,31 @@ def close(is_, wanted, tolerance=1e-12):
 
 
 CLOSED = numpy.r_[Y[:-1], Y[:1]]
+GIVEN = random.normal(size=Y.shape)  # slopes, or second derivatives
+H, D = numpy.diff(X)[:, None], numpy.diff(Y, axis=0) / numpy.diff(X)[:, None]
+
+
+def hermite_with_other_ends():
+    """Curvature 2 on the left, slope -1 on the right."""
+    m = GIVEN.copy()
+    m[0] = (6 * D[0] - 2 * m[1] - 2 * H[0]) / 4
+    m[-1] = -1
+    return interpolate.CubicHermiteSpline(X, Y, m)
+
+
+def from_second_derivatives():
+    """y'' is the broken line through them in every cell."""
+    left, right = GIVEN[:-1], GIVEN[1:]
+    return interpolate.PPoly(numpy.array([(right - left) / (6 * H), left / 2, D - H * (2 * left + right) / 6, Y[:-1]]), X)
+
+
+def from_midpoints(middle):
+    m = [(4 * middle - 3 * Y[0] - Y[1]) / H[0, 0]]
+    for d in D[:-1]:
+        m.append(2 * d - m[-1])
+    return interpolate.PPoly(numpy.array([(D - m) / H, m, Y[:-1]]), X)
+
+
 SPLINES = {
     "natural": ([], Y, lambda: interpolate.CubicSpline(X, Y, bc_type="natural")),
     "not-a-knot": (["--ends", "not-a-knot"], Y, lambda: interpolate.CubicSpline(X, Y)),
@@ -29,7 +54,12 @@ SPLINES = {
     "akima": (["--kind", "akima"], Y, lambda: interpolate.Akima1DInterpolator(X, Y)),
     "pchip": (["--kind", "pchip"], Y, lambda: interpolate.PchipInterpolator(X, Y)),
     "linear": (["--kind", "linear"], Y, lambda: interpolate.PPoly(
-        numpy.array([numpy.diff(Y, axis=0) / numpy.diff(X)[:, None], Y[:-1]]), X)),
+        numpy.array([D, Y[:-1]]), X)),
+    "hermite": (["--kind", "hermite", "--slopes", "c,d"], numpy.c_[Y, GIVEN], lambda: interpolate.CubicHermiteSpline(X, Y, GIVEN)),
+    "hermite-ends": (["--kind", "hermite", "--slopes", "c,d", "--left", "curvature=2", "--right", "slope=-1"], numpy.c_[Y, GIVEN],
+                     hermite_with_other_ends),
+    "second-derivatives": (["--kind", "second-derivatives", "--curvatures", "c,d"], numpy.c_[Y, GIVEN], from_second_derivatives),
+    "quadratic": (["--kind", "quadratic", "--midpoints", "0.5,-7"], Y, lambda: from_midpoints(numpy.array([0.5, -7]))),
 }
 
 
@@ -53,13 +83,16 @@ def test_splines(ravenfit, name):
         close(got[0], [a, b, *wanted.antiderivative()(b) - wanted.antiderivative()(a)])
 
 
-@pytest.mark.parametrize("kind", ["akima", "modified-akima", "pchip", "steffen", "bessel", "linear", "cubic"])
+@pytest.mark.parametrize("kind", ["akima", "modified-akima", "pchip", "steffen", "bessel", "linear", "cubic", "hermite",
+                                  "second-derivatives"])
 def test_windows_have_the_values_of_the_whole(ravenfit, kind):
     x = numpy.cumsum(random.uniform(0.1, 2, 30000))
-    y = random.normal(size=(30000, 60))
+    given = {"hermite": "--slopes", "second-derivatives": "--curvatures"}.get(kind)
+    y = random.normal(size=(30000, 120 if given else 60))
     numpy.save(ravenfit.folder / "in.npy", numpy.c_[x, y])
     ends = [] if kind in ("linear", "cubic") else ["--left", "slope=1", "--right", "curvature=3"]
     arguments = ["resample", "in.npy", "--step", 3.7, "--from", x[0] - 5, "--to", x[-1] + 5, "--kind", kind, *ends]
+    arguments += [given, ",".join(map(str, range(62, 122)))] if given else []
     ravenfit(*arguments, "--outside", "clamp", "-o", "parts.npy")
     ravenfit(*arguments, "--outside", "clamp", "--sort", "-o", "whole.npy")  # which takes everything into memory
     parts, whole = (numpy.load(ravenfit.folder / name) for name in ("parts.npy", "whole.npy"))
@@ -72,21 +105,28 @@ def test_windows_have_the_values_of_the_whole(ravenfit, kind):
 
 def test_smoothing(ravenfit):
     y = Y + random.normal(scale=0.1, size=Y.shape)
-    ravenfit.write("in.csv", csv(X, y))
-    for a in (0, 1):
-        wanted = interpolate.make_smoothing_spline(X, y[:, a], lam=0.3)
-        got = ravenfit.table("smooth", "in.csv", "-y", a + 2, "--lambda", 0.3)
+    weights = random.uniform(0.2, 5, len(X))
+    ravenfit.write("in.csv", csv(X, numpy.c_[y, weights]))
+    for a, w, more in ((0, None, []), (1, None, []), (0, weights, ["--weights", "c"])):
+        wanted = interpolate.make_smoothing_spline(X, y[:, a], w, lam=0.3)
+        got = ravenfit.table("smooth", "in.csv", "-y", a + 2, "--lambda", 0.3, *more)
         close(got, numpy.c_[X, wanted(X)], 1e-8)
         # The score of cross-validation, by its definition: A's columns are the splines of unit vectors.
-        got = ravenfit.table("smooth", "in.csv", "-y", a + 2)
+        got = ravenfit.table("smooth", "in.csv", "-y", a + 2, *more)
         lam = float(ravenfit.errors.split()[-1])
 
         def score(lam):
-            hat = numpy.array([interpolate.make_smoothing_spline(X, e, lam=lam)(X) for e in numpy.eye(len(X))]).T
-            return numpy.sum((y[:, a] - hat @ y[:, a]) ** 2) / (len(X) - numpy.trace(hat)) ** 2
+            hat = numpy.array([interpolate.make_smoothing_spline(X, e, w, lam=lam)(X) for e in numpy.eye(len(X))]).T
+            off = (y[:, a] - hat @ y[:, a]) ** 2 * (1 if w is None else w)
+            return numpy.sum(off) / (len(X) - numpy.trace(hat)) ** 2
 
         assert score(lam) < min(score(lam * 1.05), score(lam / 1.05))
-        close(got[:, 1], interpolate.make_smoothing_spline(X, y[:, a], lam=lam)(X), 1e-5)
+        close(got[:, 1], interpolate.make_smoothing_spline(X, y[:, a], w, lam=lam)(X), 1e-5)
+    # Rows that are joined weigh as much as they did: the stiffest spline is the least-squares line of all of them.
+    x = numpy.repeat(X[:20], 2)
+    ravenfit.write("in.csv", csv(x, numpy.c_[y.reshape(-1)[:40], weights]))
+    got = ravenfit.table("smooth", "in.csv", "--weights", "b", "--mean-duplicates", "--lambda", 1e15)
+    close(got[:, 1], numpy.polyval(numpy.polyfit(x, y.reshape(-1)[:40], 1, w=weights**0.5), X[:20]), 1e-9)
 
 
 def test_sites(ravenfit):

@@ -71,6 +71,51 @@ def test_separators(ravenfit):
     assert (ravenfit.folder / "out.tsv").read_text() == "0\t1.5\n1\t2.5\n"
 
 
+def test_numbers_as_python_writes_and_reads_them(ravenfit):
+    n = 3000
+    random_bits = random.integers(0, 2**64, 2 * n, dtype=numpy.uint64).view(float)
+    values = numpy.c_[random_bits.reshape(n, 2), 2.0 ** random.integers(-1074, 1020, n), random.integers(-(10**6), 10**6, n) / 1000,
+                      random.integers(0, 2**63, n) >> random.integers(0, 63, n), random.normal(size=n)]
+    values[~((numpy.abs(values) < 8e307) & (values != 0))] = 5e-324  # differences must not overflow, and -0 is lost in sums
+    numpy.save(ravenfit.folder / "in.npy", numpy.c_[numpy.arange(n), values])
+    lines = ravenfit("resample", "in.npy", "--like", "in.npy", "--kind", "linear").decode().splitlines()
+    assert lines[:-1] == [",".join(repr(float(v)).removesuffix(".0") for v in [i, *row]) for i, row in enumerate(values[:-1])]
+
+    def halfway(digits):  # between two doubles
+        odd = int(random.integers(2**53, 2**54)) | 1
+        return f"{odd >> digits}.{(odd & (1 << digits) - 1) * 5**digits * 100 // 10**digits:02d}" if digits else str(odd)
+
+    texts = [[str(i), f"{random.integers(2**63)}e{random.integers(-340, 280)}", f"{random.integers(2**63)}e{random.integers(-40, 20)}",
+              halfway(i % 3), f"{values[i, 0]:.{i % 20}e}", f"-0.{'0' * (i % 30)}{random.integers(2**63)}", f"{values[i, 5]:.25f}"]
+             for i in range(n)]
+    ravenfit.write("in.csv", "".join(",".join(row) + "\n" for row in texts))
+    ravenfit("resample", "in.csv", "--like", "in.csv", "--kind", "linear", "-o", "out.npy")
+    assert (numpy.load(ravenfit.folder / "out.npy")[:-1] == [[float(t) for t in row] for row in texts[:-1]]).all()
+
+
+@pytest.mark.parametrize("end", ["\n", "\r\n", "\r"])
+def test_tables_of_many_blocks(ravenfit, end):
+    """Threads parse them side by side, unless quotes may hide line ends; numbers, and lines of messages, do not show it."""
+    lines = [f"{i},{i % 7}.{i:06d},c" if i % 1000 else "# comment" for i in range(120000)]
+    wanted = numpy.array([[i, float(f"{i % 7}.{i:06d}")] for i in range(120000) if i % 1000])
+    options = ["--like", "in.csv", "--kind", "linear", "--y", "2", "--no-heading", "-o", "out.npy"]
+
+    def write(changes):
+        changed = [changes.get(k, line) for k, line in enumerate(lines)]
+        ravenfit.write("in.csv", end.join(changed) + end)
+
+    for more, hidden in (({}, 0), ({40001: f'40001,3.040001,"c{end}{end}"'}, 2)):
+        write(more)
+        ravenfit("resample", "in.csv", *options)
+        assert (numpy.load(ravenfit.folder / "out.npy")[:-1] == wanted[:-1]).all()
+        for bad, line, message in (("x,1,c", 60502, 'column "1": "x" is not a number'),
+                                   ("1,2", 119502, "2 fields, but line 2 has 3"),
+                                   ("1,2,c", 119502, f'column "1": 1 does not exceed 119500 in line {119501 + hidden}; --sort sorts the rows')):
+            write({**more, line - 1: bad})
+            ravenfit("resample", "in.csv", *options, code=1)
+            assert ravenfit.errors == f"ravenfit: in.csv:{line + hidden}: {message}\n"
+
+
 def test_thousands_of_columns_and_long_lines(ravenfit):
     values = random.normal(size=(40, 5000))
     values[:, 0] = range(40)
@@ -204,6 +249,20 @@ REFUSED = [
     (GOOD, 2, '"slope=": a number must follow "slope="', EVAL + ["--left", "slope="]),
     (GOOD, 2, '--outside takes proceed, clamp, wrap, nan, refuse or a number, not "far"', EVAL + ["--outside", "far"]),
     (GOOD, 2, "--lambda -1: it must be 0 or more", ["smooth", "in.csv", "--lambda", "-1"]),
+    (GOOD, 2, "kind hermite needs --slopes: the columns of the slopes", EVAL + ["--kind", "hermite"]),
+    (GOOD, 2, "kind quadratic needs --midpoints: of each column the value halfway between the first two rows",
+     ["plot", "in.csv", "--kinds", "cubic,quadratic"]),
+    (GOOD, 2, "--curvatures goes with kind second-derivatives alone", EVAL + ["--curvatures", "a"]),
+    (GOOD, 2, "--midpoints takes one for each column of values: 1, not 2", EVAL + ["--kind", "quadratic", "--midpoints", "1,2"]),
+    (GOOD, 2, "--midpoints must be finite numbers; see `ravenfit eval --help`", EVAL + ["--kind", "quadratic", "--midpoints", "inf"]),
+    (GOOD, 2, "kind quadratic has no ends to be chosen: --midpoints says it all",
+     EVAL + ["--kind", "quadratic", "--midpoints", "1", "--left", "free"]),
+    (GOOD, 2, "in.csv: no column is left for the values", EVAL + ["--kind", "hermite", "--slopes", "a"]),
+    (GOOD, 2, 'in.csv: column "a" is used twice', EVAL + ["--kind", "hermite", "--y", "a", "--slopes", "a"]),
+    ("t,a,m\n0,0,0\n1,1,0\n", 1, "in.csv: too few rows for kind hermite: 2 of 3",
+     EVAL + ["--kind", "hermite", "--slopes", "m", "--left", "free"]),
+    ("t,a,w\n0,1,1\n1,2,0\n2,1,1\n", 1, 'in.csv:3: column "w": 0 is no weight; weights must be above 0',
+     ["smooth", "in.csv", "--weights", "3"]),
     (GOOD, 2, "-o takes a name that ends in .svg or .png, not \"a.gif\"", ["plot", "in.csv", "-o", "a.gif"]),
     (GOOD, 2, "--size must be WIDTHxHEIGHT, such as 800x500, not \"big\"", ["plot", "in.csv", "--size", "big"]),
     (GOOD, 2, 'there is no generator "dice"; there are sobol, niederreiter, mcg31, r250, mrg32k3a, mcg59, wichmann-hill, mt19937, '
